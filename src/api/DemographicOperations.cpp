@@ -1,0 +1,63 @@
+#include "api/DemographicOperations.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "api/Frame.h"
+#include "api/Validation.h"
+#include "settings/UsageSettings.h"
+
+namespace vantra::api {
+namespace {
+
+std::string_view OrEmpty(const char* text) noexcept { return text == nullptr ? std::string_view() : text; }
+
+}  // namespace
+
+bool GetDemographicHelper(const char* subkey, const char* pcKey, char* buffer, size_t* size) {
+  Trace(entry::kGetDemographicHelper);
+  const CheckedText key(pcKey, CheckFor(kLimit64));
+  if (!key.IsAccepted()) {
+    Report(refusal::kGetDemographicKey, key.Value());
+    return false;
+  }
+  if (buffer == nullptr || size == nullptr) {
+    Report(refusal::kGetDemographicHelper);
+    return false;
+  }
+  if (*size == 0) {
+    *buffer = '\0';
+    return true;
+  }
+  const auto text = settings::GetDemographic(OrEmpty(subkey), key.Value());
+  if (!text) {
+    Report(refusal::kGetDemographicHelper);
+    return false;
+  }
+  const size_t length = std::min(text->size(), *size - 1);
+  text->copy(buffer, length);
+  buffer[length] = '\0';
+  *size = length + 1;
+  return true;
+}
+
+bool SetDemographicHelper(const char* subkey, const char* pcKey, const char* pcValue) {
+  Trace(entry::kSetDemographicHelper);
+  const CheckedText key(pcKey, CheckFor(kLimit64));
+  if (!key.IsAccepted()) {
+    Report(refusal::kSetDemographicKey, key.Value());
+    return false;
+  }
+  const CheckedText value(pcValue, CheckFor(kLimit128Also | kNullAllowed | kEmptyAllowed));
+  if (!value.IsAccepted()) {
+    Report(refusal::kSetDemographicValue, value.Value());
+    return false;
+  }
+  if (!settings::SetDemographic(OrEmpty(subkey), key.Value(), value.Value())) {
+    Report(refusal::kSetDemographicHelper);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace vantra::api

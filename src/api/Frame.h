@@ -1,0 +1,54 @@
+// What surrounds the work of every exported call: the exception guard outside, the lock and the entry trace
+// inside, and the way in which the work reports.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "api/Messages.h"
+#include "api/Mutex.h"
+
+namespace vantra::api {
+
+constexpr int32_t kSuccess = 0;
+constexpr int32_t kFailure = 1;
+
+// Held by a wrapper from its first action to its last.
+class Frame {
+ public:
+  explicit Frame(const Message& entryTrace) noexcept;
+
+ private:
+  MutexScope lock_;
+};
+
+// Log at DEBUG (Trace and TraceValue: at INFO), with the value behind the message. Cheap while logging is
+// off.
+void Trace(const Message& message) noexcept;
+void TraceValue(const Message& message, std::string_view value) noexcept;
+void Report(const Message& message) noexcept;
+void Report(const Message& message, std::string_view value) noexcept;
+void Report(const Message& message, int64_t number) noexcept;
+
+// What the exception guard of an export says and returns.
+struct ExportRow {
+  Message exception;
+  int32_t failure;
+};
+
+// Logs for the unit of the exports, at DEBUG.
+void ReportException(const Message& message) noexcept;
+
+// The export's own result, or the failure of its row when anything is thrown. Hardware faults are not caught:
+// they go on to the process's filter.
+template <class Work>
+int32_t Guard(const ExportRow& row, Work&& work) noexcept {
+  try {
+    return work();
+  } catch (...) {
+    ReportException(row.exception);
+    return row.failure;
+  }
+}
+
+}  // namespace vantra::api

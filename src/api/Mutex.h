@@ -1,0 +1,42 @@
+// The one lock of the process: every exported call holds it from its first action to its last.
+#pragma once
+
+#include "util/GlobalItems.h"
+#include "util/Windows.h"
+
+namespace vantra::api {
+
+class Mutex : public util::GlobalItem {
+ public:
+  ~Mutex() override;
+
+  // NULL before the static initialisers and after unload has begun.
+  [[nodiscard]] static Mutex* Instance() noexcept;
+
+  void Lock() noexcept { EnterCriticalSection(&section_); }
+  void Unlock() noexcept { LeaveCriticalSection(&section_); }
+
+ private:
+  friend Mutex* CreateMutexItem();
+  Mutex() noexcept { InitializeCriticalSection(&section_); }
+
+  CRITICAL_SECTION section_;
+};
+
+// Holds the lock for a scope; without a lock there is nothing to hold.
+class MutexScope {
+ public:
+  MutexScope() noexcept : mutex_(Mutex::Instance()) {
+    if (mutex_ != nullptr) mutex_->Lock();
+  }
+  MutexScope(const MutexScope&) = delete;
+  MutexScope& operator=(const MutexScope&) = delete;
+  ~MutexScope() {
+    if (mutex_ != nullptr) mutex_->Unlock();
+  }
+
+ private:
+  Mutex* mutex_;
+};
+
+}  // namespace vantra::api

@@ -1,0 +1,89 @@
+#include "api/OptInOperations.h"
+
+#include <string>
+
+#include "api/Frame.h"
+#include "api/SessionOperations.h"
+#include "api/Validation.h"
+#include "settings/OptInPolicy.h"
+#include "settings/UsageSettings.h"
+
+namespace vantra::api {
+namespace {
+
+constexpr std::string_view kOptInName = "OptIn";
+constexpr std::string_view kDateName = "Date";
+
+// Keeps the consent state in step with what was read or stored, when that concerns the stored key.
+void Refresh(const Message& message, std::string_view key, int32_t value) {
+  settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
+  if (key != policy.UsageKey()) return;
+  policy.SetOptIn(value);
+  TraceValue(message, std::string(key) + "value: " + std::to_string(value));
+}
+
+// A reset is done when no choice is left, whether or not there was one to delete.
+bool Store(std::string_view key, int32_t value) {
+  if (settings::SetOptIn(key, value)) return true;
+  return value == settings::kUndecided && !settings::HasProductValue(key, kOptInName);
+}
+
+std::string_view OptInWord(int32_t value) noexcept {
+  switch (value) {
+    case settings::kOptedIn:
+      return "TRUE";
+    case settings::kOptedOut:
+      return "FALSE";
+    case settings::kUndecided:
+      return "UNKNOWN";
+    default:
+      return "";
+  }
+}
+
+}  // namespace
+
+bool OptInGet(const char* usageKey, int32_t& value) {
+  const CheckedText key(usageKey, CheckFor(kUsageKey));
+  if (!key.IsAccepted()) {
+    Report(refusal::kOptInGetKey, key.Value());
+    return false;
+  }
+  value = settings::GetOptIn(key.Value());
+  Refresh(values::kOptInGet, key.Value(), value);
+  return true;
+}
+
+bool OptInSet(const char* usageKey, int32_t value) {
+  if (!IsOptInValue(value)) {
+    Report(refusal::kOptInValue, value);
+    return false;
+  }
+  const CheckedText key(usageKey, CheckFor(kUsageKey));
+  if (!key.IsAccepted()) {
+    Report(refusal::kOptInSetKey, key.Value());
+    return false;
+  }
+  if (!Store(key.Value(), value)) {
+    Report(refusal::kOptInNotStored, key.Value());
+    return false;
+  }
+  settings::StampFirstUse(key.Value());
+  Refresh(values::kOptInSet, key.Value(), value);
+  return true;
+}
+
+void RecordOptInInfo(session::UsageSession& session) {
+  settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
+  const std::string& key = policy.UsageKey();
+  const int32_t optIn = settings::GetOptIn(key);
+  policy.SetOptIn(optIn);
+  const auto group = static_cast<uint32_t>(
+      session.NewGroup({.category = "Skylamp", .subcategory = {}, .name = "OptInInfo", .doc = kNoDocument}));
+  AddToGroup(&session, group, "Key", key);
+  AddToGroup(&session, group, "OptedIn", OptInWord(optIn));
+  const std::string date = settings::GetProductValue(key, kDateName);
+  if (!date.empty()) AddToGroup(&session, group, "Date", date);
+}
+
+}  // namespace vantra::api

@@ -1,0 +1,141 @@
+#include "api/SessionOperations.h"
+
+#include <charconv>
+#include <memory>
+
+#include "api/Frame.h"
+#include "api/OptInOperations.h"
+#include "api/Validation.h"
+#include "api/ValidationErrors.h"
+#include "api/VantraManager.h"
+#include "crash/CrashHandler.h"
+#include "crash/ProductOptInSync.h"
+#include "settings/AgentConfigFile.h"
+#include "settings/OptInPolicy.h"
+#include "settings/SendrixUtilsWin.h"
+#include "settings/UsageSettings.h"
+#include "util/Digest.h"
+
+namespace vantra::api {
+namespace {
+
+using session::ProductTexts;
+using session::UsageSession;
+
+constinit util::SaltedDigest* digest = nullptr;
+
+// Reports a changed opt-in of the product, and starts the agent when there is something for it to fetch.
+void SyncAndSend(const ProductTexts& product, const std::wstring& logsFolder) {
+  const bool hasChanged = crash::SyncProductOptIn(product.family, product.name, product.version, logsFolder);
+  if (!settings::IsSendOn()) return;
+  if (hasChanged || settings::HasFinishedDocument(logsFolder)) settings::StartTransportAgent(logsFolder);
+}
+
+// Every check that can refuse a start; the refusals of consent still let earlier documents leave.
+bool MayStart(const ProductTexts& product, const settings::AgentFolders& folders) {
+  settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
+  const std::wstring configPath = settings::GetAgentConfigPath(folders.data);
+  if (settings::VerifyConfigStatus(product.family, product.name, configPath, "ulog") !=
+      settings::ConfigStatus::kActive) {
+    Report(refusal::kConfigStatus);
+    return false;
+  }
+  int32_t optIn = settings::kUndecided;
+  if (!OptInGet(policy.UsageKey().c_str(), optIn)) {
+    Report(refusal::kStoredUsageKey, policy.UsageKey());
+    return false;
+  }
+  policy.FetchUserIdentifier();
+  if (settings::VerifyTransAgentExist() != 0) {
+    Report(refusal::kTransAgentExist);
+    return false;
+  }
+  if (!settings::OptInPolicy::IsAllowedByGroupPolicy()) {
+    Report(refusal::kGroupPolicy);
+    return false;
+  }
+  if (!policy.IsConsentGiven()) {
+    SyncAndSend(product, folders.logs);
+    Report(refusal::kConsent, 0);
+    return false;
+  }
+  return true;
+}
+
+// Takes a session out of the list again, and its handle away, unless the start gets to its end.
+class StartedSession {
+ public:
+  StartedSession(std::unique_ptr<UsageSession> session, void** handle)
+      : session_(VantraManager::Instance().Add(std::move(session))), handle_(handle) {
+    *handle_ = session_;
+  }
+  StartedSession(const StartedSession&) = delete;
+  StartedSession& operator=(const StartedSession&) = delete;
+  ~StartedSession() {
+    if (isKept_) return;
+    *handle_ = nullptr;
+    VantraManager::Instance().Remove(session_);
+  }
+
+  void Keep() noexcept { isKept_ = true; }
+
+ private:
+  UsageSession* session_;
+  void** handle_;
+  bool isKept_ = false;
+};
+
+}  // namespace
+
+bool StartSession(void** handle, const ProductTexts& product) {
+  const settings::AgentFolders folders = settings::GetAgentFolders();
+  if (!MayStart(product, folders)) return false;
+
+  auto session = UsageSession::Create(product, folders.logs);
+  if (!product.family.empty()) settings::StampFirstUse(product.family);
+  StartedSession started(std::move(session), handle);
+  if (settings::OptInPolicy::Instance().CrashReporting()) {
+    crash::CrashHandler::SetCrashHandler(VantraManager::Instance().Sessions());
+  }
+  Report(progress::kStartSessionSuccess);
+  SyncAndSend(product, folders.logs);
+  started.Keep();
+  return true;
+}
+
+std::string_view HashedDocumentId(std::string_view text) {
+  if (text.data() == nullptr) return kNoDocument;
+  if (digest == nullptr) digest = &util::GlobalItems::Instance().Add(std::make_unique<util::SaltedDigest>());
+  return digest->Of(text, settings::OptInPolicy::Instance().FetchUserIdentifier());
+}
+
+bool AddToGroup(UsageSession* session, uint32_t group, std::string_view key, std::string_view value) {
+  if (session == nullptr || key.data() == nullptr || value.data() == nullptr) {
+    Report(refusal::kGroupPartMissing);
+    return false;
+  }
+  const auto id = static_cast<int32_t>(group);
+  if (IsGroupId(id, session->LastGroup())) {
+    session->AddToGroup(id, key, value);
+    return true;
+  }
+  Report(refusal::kGroupId, id);
+  // The error names the empty group that was opened just before it, not the number that was refused.
+  const int32_t opened = session->NewGroup(
+      {.category = "Skylamp", .subcategory = {}, .name = "ValidationErrors", .doc = kNoDocument});
+  char text[12];
+  RecordValidationError(session, kInvalidGroupId,
+                        {text, std::to_chars(text, text + sizeof text, opened).ptr});
+  return false;
+}
+
+void CloseSession(UsageSession& session, void** handle) {
+  RecordOptInInfo(session);
+  Report(progress::kBeforeEndSession);
+  session.Close();
+  VantraManager::Instance().Remove(&session);
+  *handle = nullptr;
+  Report(progress::kCloseSessionSuccess);
+}
+
+}  // namespace vantra::api

@@ -1,0 +1,27 @@
+// The work behind the calls that start, fill and close a session.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "session/UsageSession.h"
+
+namespace vantra::api {
+
+// Runs the start checks in their order, each refusal with its message, then starts the session, installs the
+// crash handler when the host asked for it, and reports a changed opt-in of the product. The handle is NULL
+// after a failure.
+[[nodiscard]] bool StartSession(void** handle, const session::ProductTexts& product);
+
+// The document id that records carry: "0" without a text, else its digest, which is empty when none can be
+// made. The view is good until the next call.
+[[nodiscard]] std::string_view HashedDocumentId(std::string_view text);
+
+// Adds a record to a group that the session has issued. A number that names no group leaves two error groups;
+// failure is reported.
+bool AddToGroup(session::UsageSession* session, uint32_t group, std::string_view key, std::string_view value);
+
+// Ends the session, gives its memory back and sets the handle to NULL.
+void CloseSession(session::UsageSession& session, void** handle);
+
+}  // namespace vantra::api

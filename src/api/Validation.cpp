@@ -1,0 +1,101 @@
+#include "api/Validation.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "util/Ascii.h"
+
+namespace vantra::api {
+namespace {
+
+constexpr std::string_view kPrefix = "SK_";
+constexpr uint32_t kLongestDocumentId = 0x7fffffff;
+
+constexpr std::array<bool, 256> kIdentifierBytes = [] {
+  std::array<bool, 256> allowed{};
+  for (size_t i = 0; i < allowed.size(); ++i) {
+    const char c = static_cast<char>(i);
+    allowed[i] = util::IsAsciiLetter(c) || util::IsAsciiDigit(c) || c == '_';
+  }
+  return allowed;
+}();
+
+constexpr bool IsIdentifierByte(char c) noexcept { return kIdentifierBytes[static_cast<unsigned char>(c)]; }
+
+// The length, or limit when it is beyond that. Reads no further.
+size_t BoundedLength(const char* text, size_t limit) noexcept {
+  size_t length = 0;
+  while (length < limit && text[length] != '\0') ++length;
+  return length;
+}
+
+}  // namespace
+
+CheckedText::CheckedText(const char* text, const TextCheck& check) noexcept {
+  if (text == nullptr) {
+    value_ = check.isNullAllowed ? kNoValue : kNullText;
+    code_ = check.isNullAllowed ? TextCode::kAccepted : TextCode::kNullRefused;
+  } else if (*text == '\0') {
+    value_ = check.isEmptyAllowed ? kNoValue : kEmptyText;
+    code_ = check.isEmptyAllowed ? TextCode::kAccepted : TextCode::kEmptyRefused;
+  } else if (check.isBackslashRefused && std::strchr(text, '\\') != nullptr) {
+    value_ = text;
+    code_ = TextCode::kBackslashRefused;
+  } else {
+    switch (check.rule) {
+      case TextRule::kNone:
+        value_ = text;
+        break;
+      case TextRule::kLimit:
+        ApplyLimit(text, check.limit);
+        break;
+      case TextRule::kIdentifier:
+        ApplyIdentifier(text, check.limit);
+        break;
+      case TextRule::kName:
+        ApplyName(text, check.limit);
+        break;
+    }
+  }
+}
+
+void CheckedText::ApplyLimit(const char* text, size_t limit) noexcept {
+  const size_t length = BoundedLength(text, limit + 1);
+  value_ = {text, std::min(length, limit)};
+  if (length > limit) code_ = TextCode::kCut;
+}
+
+void CheckedText::ApplyIdentifier(const char* text, size_t limit) noexcept {
+  const std::string_view prefix = util::IsAsciiLetter(*text) ? std::string_view() : kPrefix;
+  size_t length = 0;
+  while (length <= limit && IsIdentifierByte(text[length])) ++length;
+  if (prefix.empty() && length <= limit && text[length] == '\0') {
+    value_ = {text, length};
+    return;
+  }
+  length = BoundedLength(text, limit + 1);
+  if (prefix.size() + length > limit) code_ = TextCode::kCut;
+  length = std::min(length, limit - prefix.size());
+  prefix.copy(repaired_, prefix.size());
+  std::transform(text, text + length, repaired_ + prefix.size(),
+                 [](char c) { return IsIdentifierByte(c) ? c : '_'; });
+  value_ = {repaired_, prefix.size() + length};
+}
+
+void CheckedText::ApplyName(const char* text, size_t limit) noexcept {
+  const size_t length = BoundedLength(text, limit + 1);
+  if (length > limit) code_ = TextCode::kCut;
+  const size_t kept = std::min(length, limit);
+  std::transform(text, text + kept, repaired_,
+                 [](char c) { return IsIdentifierByte(c) || c == ' ' ? c : '_'; });
+  value_ = {repaired_, kept};
+}
+
+CheckedDocumentId CheckDocumentId(const char* text, uint32_t length) noexcept {
+  if (text == nullptr) return {true, {}};
+  if (length > kLongestDocumentId) return {false, {}};
+  return {true, {text, BoundedLength(text, length)}};
+}
+
+}  // namespace vantra::api

@@ -1,0 +1,30 @@
+// Checked arguments of session calls, and the groups that tell in the document what was repaired or refused.
+#pragma once
+
+#include <string_view>
+
+#include "api/Messages.h"
+#include "api/Validation.h"
+#include "session/UsageSession.h"
+
+namespace vantra::api {
+
+// Records one "ValidationErrors" group of its own. False, and nothing recorded, when session, type or value
+// is absent.
+bool RecordValidationError(session::UsageSession* session, std::string_view type, std::string_view value);
+
+// A text argument: checked, a cut or refusal recorded at once against the session, a refusal reported.
+// Without a session a cut is reported in the log instead.
+class CheckedArgument {
+ public:
+  CheckedArgument(session::UsageSession* session, const char* text, const TextCheck& check,
+                  const Message& refusal);
+
+  [[nodiscard]] bool IsAccepted() const noexcept { return text_.IsAccepted(); }
+  [[nodiscard]] std::string_view Value() const noexcept { return text_.Value(); }
+
+ private:
+  CheckedText text_;
+};
+
+}  // namespace vantra::api

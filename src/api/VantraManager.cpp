@@ -1,0 +1,47 @@
+#include "api/VantraManager.h"
+
+#include <stdexcept>
+
+namespace vantra::api {
+namespace {
+
+constinit VantraManager* instance = nullptr;
+
+}  // namespace
+
+VantraManager& VantraManager::Instance() {
+  if (instance == nullptr) {
+    instance = &util::GlobalItems::Instance().Add(std::unique_ptr<VantraManager>(new VantraManager));
+  }
+  return *instance;
+}
+
+VantraManager::~VantraManager() { instance = nullptr; }
+
+session::UsageSession* VantraManager::Add(std::unique_ptr<session::UsageSession> session) {
+  if (sessions_.size() == sessions_.max_size()) throw std::length_error("list<T> too long");
+  const auto [place, isNew] = places_.try_emplace(session.get());
+  try {
+    place->second = sessions_.insert(sessions_.end(), session.get());
+  } catch (...) {
+    places_.erase(place);
+    throw;
+  }
+  return session.release();
+}
+
+session::UsageSession* VantraManager::Find(const void* handle) const noexcept {
+  const auto place = places_.find(handle);
+  return place == places_.end() ? nullptr : *place->second;
+}
+
+std::unique_ptr<session::UsageSession> VantraManager::Remove(const void* handle) noexcept {
+  const auto place = places_.find(handle);
+  if (place == places_.end()) return nullptr;
+  std::unique_ptr<session::UsageSession> session(*place->second);
+  sessions_.erase(place->second);
+  places_.erase(place);
+  return session;
+}
+
+}  // namespace vantra::api

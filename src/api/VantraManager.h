@@ -1,0 +1,39 @@
+// The open sessions of the process. A host's handle is the address of a session in this list.
+#pragma once
+
+#include <memory>
+#include <unordered_map>
+
+#include "session/UsageSession.h"
+#include "util/GlobalItems.h"
+
+namespace vantra::api {
+
+class VantraManager : public util::GlobalItem {
+ public:
+  // Created on first use, owned by the global items. Sessions still open at unload are abandoned.
+  static VantraManager& Instance();
+
+  ~VantraManager() override;
+
+  // Takes the session over and returns its handle.
+  session::UsageSession* Add(std::unique_ptr<session::UsageSession> session);
+
+  // NULL unless the handle is that of an open session. A handle is only compared, never followed.
+  [[nodiscard]] session::UsageSession* Find(const void* handle) const noexcept;
+
+  // Gives the session back; nothing when the handle is not in the list.
+  std::unique_ptr<session::UsageSession> Remove(const void* handle) noexcept;
+
+  // In the order of their starts.
+  [[nodiscard]] const session::SessionList& Sessions() const noexcept { return sessions_; }
+
+ private:
+  VantraManager() = default;
+
+  session::SessionList sessions_;
+  // Where each handle stands in the list, so that a call costs the same however many sessions are open.
+  std::unordered_map<const void*, session::SessionList::iterator> places_;
+};
+
+}  // namespace vantra::api

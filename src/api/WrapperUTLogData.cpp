@@ -1,0 +1,202 @@
+#include "api/WrapperUTLogData.h"
+
+#include <charconv>
+#include <optional>
+#include <string_view>
+
+#include "api/DemographicOperations.h"
+#include "api/Frame.h"
+#include "api/OptInOperations.h"
+#include "api/SessionOperations.h"
+#include "api/Validation.h"
+#include "api/ValidationErrors.h"
+#include "api/VantraManager.h"
+#include "settings/OptInPolicy.h"
+#include "settings/SendrixUtilsWin.h"
+
+namespace vantra::api {
+namespace {
+
+using session::UsageSession;
+
+constexpr uint32_t kOptional = kNullAllowed | kEmptyAllowed;
+
+constexpr TextCheck kUsageKeyCheck = CheckFor(kUsageKey);
+constexpr TextCheck kProductCheck = CheckFor(kLimit512);
+constexpr TextCheck kOptionalProductCheck = CheckFor(kLimit512 | kOptional);
+constexpr TextCheck kKeyCheck = CheckFor(kIdentifier);
+constexpr TextCheck kValueCheck = CheckFor(kLimit512 | kOptional);
+constexpr TextCheck kLabelCheck = CheckFor(kLimit128 | kOptional);
+constexpr TextCheck kEventNameCheck = CheckFor(kLimit128Event | kOptional);
+constexpr TextCheck kGroupNameCheck = CheckFor(kGroupName);
+
+// The open session of the handle; its progress message is logged when there is one.
+UsageSession* FindSession(const void* handle, const Message& found) {
+  UsageSession* const session = VantraManager::Instance().Find(handle);
+  if (session != nullptr) Report(found);
+  return session;
+}
+
+int32_t Result(bool isDone) noexcept { return isDone ? kSuccess : kFailure; }
+
+int32_t Result(bool isDone, const Message& failure) noexcept {
+  if (!isDone) Report(failure);
+  return Result(isDone);
+}
+
+}  // namespace
+
+int32_t WrapperUTInitialize(const char* pcUsagekey, bool crashHandling, const char* agentFolder) {
+  const Frame frame(entry::kInitialize);
+  const CheckedArgument key(nullptr, pcUsagekey, kUsageKeyCheck, refusal::kUsageKey);
+  if (!key.IsAccepted()) return kFailure;
+  settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
+  if (policy.UsageKey() != key.Value()) policy.SetUsageKey(key.Value());
+  policy.SetCrashReporting(crashHandling);
+  settings::SetAgentFolder(agentFolder);
+  return kSuccess;
+}
+
+int32_t WrapperUTStartSession(void** session, const char* pcAppFamily, const char* pcAppName,
+                              const char* pcAppversion, const char* pcAppbuild, const char* pcApplanguage) {
+  const Frame frame(entry::kStartSession);
+  if (session == nullptr) return kFailure;
+  *session = nullptr;
+  const CheckedArgument family(nullptr, pcAppFamily, kProductCheck, refusal::kAppFamily);
+  if (!family.IsAccepted()) return kFailure;
+  const CheckedArgument name(nullptr, pcAppName, kProductCheck, refusal::kAppName);
+  if (!name.IsAccepted()) return kFailure;
+  const CheckedArgument version(nullptr, pcAppversion, kProductCheck, refusal::kAppVersion);
+  if (!version.IsAccepted()) return kFailure;
+  const CheckedArgument build(nullptr, pcAppbuild, kOptionalProductCheck, refusal::kAppBuild);
+  if (!build.IsAccepted()) return kFailure;
+  const CheckedArgument language(nullptr, pcApplanguage, kOptionalProductCheck, refusal::kAppLanguage);
+  if (!language.IsAccepted()) return kFailure;
+  return Result(StartSession(
+      session, {family.Value(), name.Value(), version.Value(), build.Value(), language.Value()}));
+}
+
+int32_t WrapperUTAddToSession(void* session, const char* pcKey, const char* pcValue) {
+  const Frame frame(entry::kAddToSession);
+  UsageSession* const open = FindSession(session, progress::kAddToSessionValid);
+  if (open == nullptr) return kFailure;
+  const CheckedArgument key(open, pcKey, kKeyCheck, refusal::kSessionKey);
+  if (!key.IsAccepted()) return kFailure;
+  const CheckedArgument value(open, pcValue, kValueCheck, refusal::kSessionValue);
+  if (!value.IsAccepted()) return kFailure;
+  open->AddToGroup(open->SessionGroup(), key.Value(), value.Value());
+  return kSuccess;
+}
+
+int32_t WrapperUTLogEvent(void* session, const char* pcCategory, const char* pcSubCategory,
+                          const char* pcEventName, const char* docId, uint32_t docIdLength) {
+  const Frame frame(entry::kLogEvent);
+  UsageSession* const open = FindSession(session, progress::kLogEventValid);
+  if (open == nullptr) return kFailure;
+  const CheckedDocumentId document = CheckDocumentId(docId, docIdLength);
+  if (!document.isAccepted) return Result(false, refusal::kEventDocId);
+  const CheckedArgument category(open, pcCategory, kLabelCheck, refusal::kEventCategory);
+  if (!category.IsAccepted()) return kFailure;
+  const CheckedArgument subcategory(open, pcSubCategory, kLabelCheck, refusal::kEventSubCategory);
+  if (!subcategory.IsAccepted()) return kFailure;
+  const CheckedArgument name(open, pcEventName, kEventNameCheck, refusal::kEventName);
+  if (!name.IsAccepted()) return kFailure;
+  open->LogEvent({.category = category.Value(),
+                  .subcategory = subcategory.Value(),
+                  .name = name.Value(),
+                  .doc = HashedDocumentId(document.text)});
+  return kSuccess;
+}
+
+int32_t WrapperUTNewDataGroup(void* session, const char* pcCategory, const char* pcSubCategory,
+                              const char* pcGroupName, uint32_t* groupId, const char* docId,
+                              uint32_t docIdLength) {
+  const Frame frame(entry::kNewDataGroup);
+  UsageSession* const open = FindSession(session, progress::kNewDataGroupValid);
+  if (open == nullptr) return kFailure;
+  const CheckedDocumentId document = CheckDocumentId(docId, docIdLength);
+  if (!document.isAccepted) return Result(false, refusal::kGroupDocId);
+  const CheckedArgument category(open, pcCategory, kKeyCheck, refusal::kGroupCategory);
+  if (!category.IsAccepted()) return kFailure;
+  const CheckedArgument subcategory(open, pcSubCategory, kLabelCheck, refusal::kGroupSubCategory);
+  if (!subcategory.IsAccepted()) return kFailure;
+  const CheckedArgument name(open, pcGroupName, kGroupNameCheck, refusal::kGroupName);
+  if (!name.IsAccepted()) return kFailure;
+  const int32_t group = open->NewGroup({.category = category.Value(),
+                                        .subcategory = subcategory.Value(),
+                                        .name = name.Value(),
+                                        .doc = HashedDocumentId(document.text)});
+  if (groupId != nullptr) *groupId = static_cast<uint32_t>(group);
+  return kSuccess;
+}
+
+int32_t WrapperUTAddToGroup(void* session, uint32_t groupId, const char* pcKey, const char* pcValue) {
+  const Frame frame(entry::kAddToGroup);
+  UsageSession* const open = FindSession(session, progress::kAddToGroupValid);
+  if (open == nullptr) return kFailure;
+  const CheckedArgument key(open, pcKey, kKeyCheck, refusal::kGroupKey);
+  if (!key.IsAccepted()) return kFailure;
+  const CheckedArgument value(open, pcValue, kValueCheck, refusal::kGroupValue);
+  if (!value.IsAccepted()) return kFailure;
+  return Result(AddToGroup(open, groupId, key.Value(), value.Value()));
+}
+
+int32_t WrapperUTCloseSession(void** session) {
+  const Frame frame(entry::kCloseSession);
+  UsageSession* const open =
+      session == nullptr ? nullptr : FindSession(*session, progress::kCloseSessionValid);
+  if (open == nullptr) return kFailure;
+  CloseSession(*open, session);
+  return kSuccess;
+}
+
+int32_t WrapperUTGetOptIn(int32_t* value) {
+  const Frame frame(entry::kGetOptIn);
+  return Result(OptInGet(settings::OptInPolicy::Instance().UsageKey().c_str(), *value));
+}
+
+int32_t WrapperUTSetOptIn(int32_t value) {
+  const Frame frame(entry::kSetOptIn);
+  return Result(OptInSet(settings::OptInPolicy::Instance().UsageKey().c_str(), value));
+}
+
+int32_t WrapperUTOptInGet(const char* pcUsagekey, int32_t* value) {
+  const Frame frame(entry::kOptInGet);
+  return Result(OptInGet(pcUsagekey, *value));
+}
+
+int32_t WrapperUTOptInSet(const char* pcUsagekey, int32_t value) {
+  const Frame frame(entry::kOptInSet);
+  return Result(OptInSet(pcUsagekey, value));
+}
+
+int32_t WrapperUTGetDemographic(const char* pcKey, char* buffer, size_t* size) {
+  const Frame frame(entry::kGetDemographic);
+  return Result(GetDemographicHelper(nullptr, pcKey, buffer, size), refusal::kGetDemographic);
+}
+
+int32_t WrapperUTSetDemographic(const char* pcKey, const char* pcValue) {
+  const Frame frame(entry::kSetDemographic);
+  return Result(SetDemographicHelper(nullptr, pcKey, pcValue), refusal::kSetDemographic);
+}
+
+int32_t WrapperUTGetNonDefaultDemographic(const char* pcSubkey, const char* pcKey, char* buffer,
+                                          size_t* size) {
+  const Frame frame(entry::kGetNonDefaultDemographic);
+  return Result(GetDemographicHelper(pcSubkey, pcKey, buffer, size), refusal::kGetNonDefaultDemographic);
+}
+
+int32_t WrapperUTSetNonDefaultDemographic(const char* pcSubkey, const char* pcKey, const char* pcValue) {
+  const Frame frame(entry::kSetNonDefaultDemographic);
+  return Result(SetDemographicHelper(pcSubkey, pcKey, pcValue), refusal::kSetNonDefaultDemographic);
+}
+
+int32_t WrapperUTSetSerializationState(int32_t state) {
+  const Frame frame(entry::kSetSerializationState);
+  settings::OptInPolicy::Instance().SetReleaseState(state);
+  char text[12];
+  TraceValue(values::kSerializationState, {text, std::to_chars(text, text + sizeof text, state).ptr});
+  return kSuccess;
+}
+
+}  // namespace vantra::api

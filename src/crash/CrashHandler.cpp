@@ -1,0 +1,185 @@
+#include "crash/CrashHandler.h"
+
+#include <cstring>
+#include <utility>
+
+#include "crash/MiniSession.h"
+#include "log/Logger.h"
+#include "settings/OptInPolicy.h"
+#include "util/Files.h"
+#include "util/GlobalItems.h"
+#include "util/UniqueHandle.h"
+
+namespace vantra::crash::CrashHandler {
+namespace {
+
+const log::LoggerPointer logger("Vantra");
+
+constexpr size_t kPatchSize = 13;
+
+struct State {
+  const session::SessionList* openSessions = nullptr;
+  // What the system returned when the filter was installed.
+  LPTOP_LEVEL_EXCEPTION_FILTER previousFilter = nullptr;
+  // What to put back at unload, which a crash that was survived does not change.
+  LPTOP_LEVEL_EXCEPTION_FILTER originalFilter = nullptr;
+  bool isInstalled = false;
+  // Known once the entry has been patched.
+  BYTE* entry = nullptr;
+  BYTE savedBytes[20] = {};
+  MiniSessionBuffers buffers{};
+};
+constinit State state;
+
+void Log(std::string_view step, int line) noexcept { logger->Info(step, "..\\CrashHandler", line); }
+
+// What callers of SetUnhandledExceptionFilter reach while the patch is in place.
+intptr_t WINAPI SetNothing() { return 0; }
+
+// mov r11, imm64; jmp r11
+void MakePatch(BYTE (&patch)[kPatchSize]) noexcept {
+  const auto target = reinterpret_cast<uintptr_t>(&SetNothing);
+  patch[0] = 0x49;
+  patch[1] = 0xBB;
+  std::memcpy(patch + 2, &target, sizeof target);
+  patch[10] = 0x41;
+  patch[11] = 0xFF;
+  patch[12] = 0xE3;
+}
+
+// Makes the entry's bytes writable for as long as it lives.
+class WritableEntry {
+ public:
+  explicit WritableEntry(BYTE* entry) noexcept
+      : entry_(entry), isWritable_(VirtualProtect(entry, kPatchSize, PAGE_EXECUTE_READWRITE, &protection_)) {}
+  WritableEntry(const WritableEntry&) = delete;
+  WritableEntry& operator=(const WritableEntry&) = delete;
+  ~WritableEntry() {
+    DWORD ignored = 0;
+    if (isWritable_) VirtualProtect(entry_, kPatchSize, protection_, &ignored);
+  }
+
+  [[nodiscard]] explicit operator bool() const noexcept { return isWritable_; }
+  [[nodiscard]] bool Write(const BYTE* bytes) const noexcept {
+    return WriteProcessMemory(GetCurrentProcess(), entry_, bytes, kPatchSize, nullptr) != FALSE;
+  }
+
+ private:
+  BYTE* entry_;
+  DWORD protection_ = 0;
+  bool isWritable_;
+};
+
+// At unload. No pointer into the library may stay behind: neither in the entry nor as the process's filter.
+void Undo(unsigned long /*reason*/, void* /*reserved*/) {
+  if (state.entry != nullptr) RecoverSetUnhandledExceptionFilter();
+  const auto found = SetUnhandledExceptionFilter(state.originalFilter);
+  if (found != CustomUnhandledExceptionFilter) SetUnhandledExceptionFilter(found);
+}
+
+}  // namespace
+
+bool SetCrashHandler(const session::SessionList& openSessions) {
+  Log("CrashHandler::SetCrashHandler", 58);
+  state.openSessions = &openSessions;
+  if (state.previousFilter != nullptr) return true;
+
+  state.previousFilter = SetUnhandledExceptionFilter(CustomUnhandledExceptionFilter);
+  if (!std::exchange(state.isInstalled, true)) {
+    state.originalFilter = state.previousFilter;
+    util::GlobalItems::Instance().SetCleanUp(Undo);
+  }
+  PreventSetUnhandledExceptionFilter();
+  Log("CrashHandler::SetUnhandledExceptionFilter", 70);
+  return true;
+}
+
+int PreventSetUnhandledExceptionFilter() {
+  Log("PreventSetUnhandledExceptionFilter() - Enter", 82);
+  const util::UniqueModule kernel(LoadLibraryA("kernel32.dll"));
+  if (!kernel) {
+    Log("PreventSetUnhandledExceptionFilter() - return 1", 87);
+    return 0;
+  }
+  auto* const entry = reinterpret_cast<BYTE*>(
+      reinterpret_cast<void*>(GetProcAddress(kernel.Get(), "SetUnhandledExceptionFilter")));
+  if (entry == nullptr) {
+    Log("PreventSetUnhandledExceptionFilter() - return 2", 94);
+    return 0;
+  }
+  int written = 0;
+  {
+    const WritableEntry writable(entry);
+    if (!writable) {
+      Log("PreventSetUnhandledExceptionFilter() - return 3", 103);
+      return 0;
+    }
+    BYTE patch[kPatchSize];
+    MakePatch(patch);
+    // A second pass finds the patch in place; what it stands for must not be lost.
+    if (std::memcmp(entry, patch, kPatchSize) != 0) std::memcpy(state.savedBytes, entry, kPatchSize);
+    written = writable.Write(patch);
+    if (written != 0) state.entry = entry;
+  }
+  Log("PreventSetUnhandledExceptionFilter() - Exit", 118);
+  return written;
+}
+
+bool RecoverSetUnhandledExceptionFilter() {
+  Log("RecoverSetUnhandledExceptionFilter() - Enter", 128);
+  Log("RecoverSetUnhandledExceptionFilter() - Jmp Size 13", 129);
+  if (state.entry != nullptr) {
+    Log("RecoverSetUnhandledExceptionFilter() - Org Entry Address is Valid", 132);
+    const WritableEntry writable(state.entry);
+    if (!writable) {
+      Log("RecoverSetUnhandledExceptionFilter() - return 1", 138);
+      return false;
+    }
+    static_cast<void>(writable.Write(state.savedBytes));
+  }
+  Log("RecoverSetUnhandledExceptionFilter() - Exit", 147);
+  return true;
+}
+
+LONG WINAPI CustomUnhandledExceptionFilter(EXCEPTION_POINTERS* exception) noexcept {
+  Log("CrashHandler::CustomUnhandledExceptionFilter", 158);
+  try {
+    if (settings::OptInPolicy::Instance().IsConsentGiven()) {
+      LogCrashInfo(exception);
+    } else {
+      DeleteLogs();
+    }
+  } catch (...) {
+    // The process is dying already; what could be recorded is.
+  }
+  SetUnhandledExceptionFilter(nullptr);
+  state.previousFilter = nullptr;
+  return EXCEPTION_CONTINUE_SEARCH;
+}
+
+void LogCrashInfo(const EXCEPTION_POINTERS* exception) {
+  constexpr std::string_view kStep = "CrashHandler::LogCrashInfo";
+  Log(kStep, 183);
+  if (exception == nullptr) return;
+  Log(kStep, 189);
+  const std::string& user = settings::OptInPolicy::Instance().KnownUserIdentifier();
+  for (const session::UsageSession* open : *state.openSessions) {
+    Log(kStep, 194);
+    const session::ProductTexts product = open->Product();
+    MiniSession crash({.first = product.family, .second = product.name, .third = open->Id(), .user = user},
+                      open->File().Obfuscated(), open->File().Folder(), state.buffers);
+    crash.CreateCrashFile();
+  }
+}
+
+void DeleteLogs() {
+  Log("CrashHandler::DeleteLogs", 216);
+  const std::wstring* folder = nullptr;
+  for (session::UsageSession* open : *state.openSessions) {
+    if (folder == nullptr && open->File().IsFolderKnown()) folder = &open->File().Folder();
+    open->File().Close();
+  }
+  if (folder != nullptr) util::DeleteMatching(*folder, L"*.*", false);
+}
+
+}  // namespace vantra::crash::CrashHandler

@@ -1,0 +1,163 @@
+#include "log/Logger.h"
+
+#include <shlobj.h>
+
+#include <memory>
+#include <ostream>
+#include <streambuf>
+#include <string>
+
+#include "log/LogConfig.h"
+#include "util/Clock.h"
+#include "util/Files.h"
+#include "util/HostProcess.h"
+#include "util/Paths.h"
+#include "util/Text.h"
+#include "util/TimeStamp.h"
+
+namespace vantra::log {
+namespace {
+
+constexpr std::string_view kFatal = "FATAL";
+constexpr std::string_view kError = "ERROR";
+constexpr std::string_view kWarning = "WARNING";
+constexpr std::string_view kDebug = "DEBUG";
+constexpr std::string_view kInfo = "INFO";
+
+// Never destroyed, so that it is there before the first and after the last static object.
+union DoNothing {
+  constexpr DoNothing() : logger() {}
+  ~DoNothing() {}
+  NULLLogger logger;
+};
+constinit DoNothing doNothing;
+
+constinit bool created = false;
+
+// The log's path for a component; empty when the user's folder cannot be found or made.
+std::wstring LogPath(std::string_view component) {
+  wchar_t applicationData[MAX_PATH];
+  if (SHGetFolderPathW(nullptr, CSIDL_APPDATA | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT,
+                       applicationData) != S_OK) {
+    return {};
+  }
+  const std::wstring folder = std::wstring(applicationData) + L"\\Tolvex\\Skylamp";
+  if (!util::EnsureFolder(folder)) return {};
+  return folder + L"\\SKLog-" + util::FromUtf8(component) + L".txt";
+}
+
+// Hands each line to the file in one write at its end, wherever other processes have moved that to.
+class AppendBuffer : public std::streambuf {
+ public:
+  explicit AppendBuffer(HANDLE file) noexcept : file_(file) {}
+
+ protected:
+  std::streamsize xsputn(const char* text, std::streamsize size) override {
+    return util::WriteAll(file_, {text, static_cast<size_t>(size)}) ? size : 0;
+  }
+  int_type overflow(int_type c) override {
+    const char byte = traits_type::to_char_type(c);
+    return xsputn(&byte, 1) == 1 ? c : traits_type::eof();
+  }
+
+ private:
+  HANDLE file_;
+};
+
+}  // namespace
+
+constinit Logger* LoggerPointer::current = &doNothing.logger;
+
+// Owns the log file and the stream on it.
+class Logger::LoggerFile : public util::GlobalItem {
+ public:
+  LoggerFile(const std::wstring& path, bool append)
+      : file_(CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                          append ? OPEN_ALWAYS : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)),
+        buffer_(file_.Get()),
+        stream_(&buffer_) {
+    if (!file_) stream_.setstate(std::ios::failbit);
+  }
+  ~LoggerFile() override { LoggerPointer::current = &doNothing.logger; }
+
+  [[nodiscard]] std::ostream* Stream() noexcept { return &stream_; }
+
+ private:
+  util::UniqueFile file_;
+  AppendBuffer buffer_;
+  std::ostream stream_;
+};
+
+Logger* GetLogger(std::string_view component) {
+  if (created) return LoggerPointer::current;
+  created = true;
+  util::GlobalItems& items = util::GlobalItems::Instance();
+  if (auto file = Logger::OpenLoggerFile(component)) {
+    std::ostream* stream = items.Add(std::move(file)).Stream();
+    LoggerPointer::current = &items.Add(std::make_unique<Logger>(stream));
+  }
+  return LoggerPointer::current;
+}
+
+// Nothing when logging is off.
+std::unique_ptr<Logger::LoggerFile> Logger::OpenLoggerFile(std::string_view component) {
+  const std::wstring switchFile = util::WithTrailingBackslash(util::HostFolder()) + L"SKLog.config";
+  if (!util::IsFile(switchFile)) return nullptr;
+  const std::wstring path = LogPath(component);
+  if (path.empty()) return nullptr;
+  const std::string switches = util::ReadWholeFile(switchFile).value_or(std::string());
+  return std::make_unique<LoggerFile>(path, FindLogConfigValue(switches, "append") == "1");
+}
+
+Logger::~Logger() { LoggerPointer::current = &doNothing.logger; }
+
+std::ostream* Logger::WriteLine(std::string_view level, std::string_view value,
+                                const Detail& detail) noexcept {
+  if (stream_ == nullptr || !stream_->good()) return stream_;
+  try {
+    char storage[1024];
+    util::TextBuffer line(storage);
+    util::TimeStamp stamp;
+    AppendLogLine(line, level, GetCurrentProcessId(), stamp.At(util::UtcSeconds()), value, detail);
+    const std::string_view text = line.Text();
+    stream_->write(text.data(), static_cast<std::streamsize>(text.size())).flush();
+  } catch (...) {
+    // A line that cannot be made is lost; the host's call goes on.
+  }
+  return stream_;
+}
+
+void Logger::WriteWide(std::string_view level, std::wstring_view value, const Detail& detail) noexcept {
+  try {
+    WriteLine(level, util::ToUtf8(std::wstring(value)), detail);
+  } catch (...) {
+    // As above.
+  }
+}
+
+void Logger::Fatal(std::wstring_view m, std::string_view f, int l) noexcept { WriteWide(kFatal, m, {f, l}); }
+void Logger::Fatal(std::wstring_view m, std::string_view d) noexcept { WriteWide(kFatal, m, {d}); }
+void Logger::Fatal(std::string_view m, std::string_view f, int l) noexcept { WriteLine(kFatal, m, {f, l}); }
+void Logger::Fatal(std::string_view v, std::string_view d) noexcept { WriteLine(kFatal, v, {d}); }
+void Logger::Error(std::wstring_view m, std::string_view f, int l) noexcept { WriteWide(kError, m, {f, l}); }
+void Logger::Error(std::wstring_view m, std::string_view d) noexcept { WriteWide(kError, m, {d}); }
+void Logger::Error(std::string_view m, std::string_view f, int l) noexcept { WriteLine(kError, m, {f, l}); }
+void Logger::Error(std::string_view v, std::string_view d) noexcept { WriteLine(kError, v, {d}); }
+void Logger::Warning(std::wstring_view m, std::string_view f, int l) noexcept {
+  WriteWide(kWarning, m, {f, l});
+}
+void Logger::Warning(std::wstring_view m, std::string_view d) noexcept { WriteWide(kWarning, m, {d}); }
+void Logger::Warning(std::string_view m, std::string_view f, int l) noexcept {
+  WriteLine(kWarning, m, {f, l});
+}
+void Logger::Warning(std::string_view v, std::string_view d) noexcept { WriteLine(kWarning, v, {d}); }
+void Logger::Debug(std::wstring_view m, std::string_view f, int l) noexcept { WriteWide(kDebug, m, {f, l}); }
+void Logger::Debug(std::wstring_view m, std::string_view d) noexcept { WriteWide(kDebug, m, {d}); }
+void Logger::Debug(std::string_view m, std::string_view f, int l) noexcept { WriteLine(kDebug, m, {f, l}); }
+void Logger::Debug(std::string_view v, std::string_view d) noexcept { WriteLine(kDebug, v, {d}); }
+void Logger::Info(std::wstring_view m, std::string_view f, int l) noexcept { WriteWide(kInfo, m, {f, l}); }
+void Logger::Info(std::wstring_view m, std::string_view d) noexcept { WriteWide(kInfo, m, {d}); }
+void Logger::Info(std::string_view m, std::string_view f, int l) noexcept { WriteLine(kInfo, m, {f, l}); }
+void Logger::Info(std::string_view v, std::string_view d) noexcept { WriteLine(kInfo, v, {d}); }
+
+}  // namespace vantra::log

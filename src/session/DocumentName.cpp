@@ -1,0 +1,15 @@
+#include "session/DocumentName.h"
+
+namespace vantra::session {
+
+using util::Raw;
+
+bool AppendDocumentName(util::TextBuffer& out, std::string_view first, std::string_view second,
+                        std::string_view third, std::string_view fourth) {
+  constexpr Raw kJoint{"_"};
+  const size_t start = out.Text().size();
+  Append(out, Raw{"ulog_"}, Raw{first}, kJoint, Raw{second}, kJoint, Raw{third}, kJoint, Raw{fourth});
+  return out.Text().find_first_of("\\/:", start) == std::string_view::npos;
+}
+
+}  // namespace vantra::session

@@ -1,0 +1,129 @@
+#include "session/HeaderBlocks.h"
+
+#include <map>
+#include <span>
+#include <string>
+
+#include "session/UsageSession.h"
+#include "session/VantraUtils.h"
+#include "settings/OptInPolicy.h"
+#include "settings/UsageSettings.h"
+#include "util/GlobalItems.h"
+
+namespace vantra::session {
+namespace {
+
+enum class Asked { kEachStart, kOnceAProcess };
+
+struct Entry {
+  std::string_view name;
+  std::string (*probe)();
+  Asked asked;
+};
+
+constexpr Entry kSystemInfo[] = {
+    {"OS", OsVersion, Asked::kOnceAProcess},
+    {"OSType", OsType, Asked::kOnceAProcess},
+    {"OSLanguage", OsLanguage, Asked::kOnceAProcess},
+    {"UserLanguage", UserLanguage, Asked::kEachStart},
+    {"Processor", ProcessorType, Asked::kOnceAProcess},
+    {"ProcessorName", ProcessorName, Asked::kOnceAProcess},
+    {"ProcessorModel", ProcessorModel, Asked::kOnceAProcess},
+    {"NumProcessors", ProcessorCount, Asked::kOnceAProcess},
+    {"Speed", ProcessorSpeed, Asked::kOnceAProcess},
+    {"Memory", Memory, Asked::kOnceAProcess},
+    {"MonitorCount", MonitorCount, Asked::kEachStart},
+    {"DefaultBrowser", DefaultBrowser, Asked::kEachStart},
+};
+
+constexpr Entry kExecutableInfo[] = {
+    {"ExecutableName", ExecutableName, Asked::kOnceAProcess},
+    {"ExecutableVersion", ExecutableVersion, Asked::kOnceAProcess},
+    {"ExecutableBuild", ExecutableBuild, Asked::kOnceAProcess},
+    {"ExecutableLanguage", ExecutableLanguage, Asked::kOnceAProcess},
+};
+
+constexpr Entry kUsageVersionInfo[] = {
+    {"Sendrix2.exe", AgentVersion, Asked::kEachStart},
+    {"Vantra.dll", LibraryVersion, Asked::kOnceAProcess},
+};
+
+// The answers that cannot change while the process lives.
+class KnownAnswers : public util::GlobalItem {
+ public:
+  static KnownAnswers& Instance() {
+    if (instance == nullptr) instance = &util::GlobalItems::Instance().Add(std::make_unique<KnownAnswers>());
+    return *instance;
+  }
+  ~KnownAnswers() override { instance = nullptr; }
+
+  const std::string& To(const Entry& entry) {
+    const auto [answer, isNew] = answers_.try_emplace(entry.name);
+    if (isNew) answer->second = entry.probe();
+    return answer->second;
+  }
+
+ private:
+  static constinit KnownAnswers* instance;
+
+  std::map<std::string_view, std::string> answers_;
+};
+
+constinit KnownAnswers* KnownAnswers::instance = nullptr;
+
+int32_t OpenBlock(UsageSession& session, std::string_view name) {
+  return session.NewGroup({.category = "Skylamp", .subcategory = {}, .name = name, .doc = "0"});
+}
+
+void WriteBlock(UsageSession& session, std::string_view name, std::span<const Entry> entries) {
+  const int32_t group = OpenBlock(session, name);
+  for (const Entry& entry : entries) {
+    if (entry.asked == Asked::kOnceAProcess) {
+      session.AddToGroup(group, entry.name, KnownAnswers::Instance().To(entry));
+    } else {
+      session.AddToGroup(group, entry.name, entry.probe());
+    }
+  }
+}
+
+void WriteSessionBlock(UsageSession& session) {
+  const int32_t group = OpenBlock(session, "Session");
+  session.SetSessionGroup(group);
+  const ProductTexts product = session.Product();
+  session.AddToGroup(group, "ProductFamily", product.family);
+  session.AddToGroup(group, "ProductName", product.name);
+  session.AddToGroup(group, "ProductVersion", product.version);
+  session.AddToGroup(group, "ProductBuild", product.build);
+  session.AddToGroup(group, "ProductLanguage", product.language);
+  session.AddToGroup(group, "User", session.User());
+  const std::string userType = settings::GetUserType();
+  if (!userType.empty()) session.AddToGroup(group, "UserType", userType);
+}
+
+void WriteScreenBlocks(UsageSession& session) {
+  for (const MonitorSize& monitor : MonitorSizes()) {
+    const int32_t group = OpenBlock(session, "SkylampScreenResolution");
+    session.AddToGroup(group, "width", std::to_string(monitor.width));
+    session.AddToGroup(group, "height", std::to_string(monitor.height));
+  }
+}
+
+void WriteDemographics(UsageSession& session) {
+  const int32_t group = OpenBlock(session, "Demographics");
+  for (const auto& [name, text] : settings::ListDemographics(settings::OptInPolicy::Instance().UsageKey())) {
+    session.AddToGroup(group, name, text);
+  }
+}
+
+}  // namespace
+
+void WriteHeaderBlocks(UsageSession& session) {
+  WriteSessionBlock(session);
+  WriteBlock(session, "SystemInfo", kSystemInfo);
+  WriteScreenBlocks(session);
+  WriteDemographics(session);
+  WriteBlock(session, "ExecutableInfo", kExecutableInfo);
+  WriteBlock(session, "UsageVersionInfo", kUsageVersionInfo);
+}
+
+}  // namespace vantra::session

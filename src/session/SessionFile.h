@@ -1,0 +1,53 @@
+// The files of one session: written under a temporary name, one document each, and handed to the agent under
+// their final names.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "util/UniqueHandle.h"
+
+namespace vantra::session {
+
+class SessionFile {
+ public:
+  // The folder ends in a backslash; a lone backslash stands for an unknown one, where nothing is written,
+  // listed or deleted. The other texts become parts of the file names.
+  SessionFile(std::wstring logsFolder, bool obfuscate, std::string_view family, std::string_view name,
+              std::string_view user, std::string_view sessionId);
+
+  // Appends one record in one write, opening the file first when none is open. Obfuscates the text in place.
+  // False only when a write fails, for which see Abandon; a text for which no file can be opened is dropped.
+  [[nodiscard]] bool Write(std::span<char> text);
+
+  [[nodiscard]] bool IsOpen() const noexcept { return static_cast<bool>(file_); }
+  void Close() noexcept { file_.Reset(); }
+
+  // Completes the closed file: moves it to its final name and starts the agent when sending is on. Without
+  // consent, or without an agent, deletes every file of the folder instead and returns false; the next file
+  // then has the same index.
+  bool Finish();
+
+  // After a failed write: closes and deletes the file, then finishes.
+  void Abandon();
+
+  [[nodiscard]] bool Obfuscated() const noexcept { return obfuscate_; }
+  [[nodiscard]] const std::wstring& Folder() const noexcept { return folder_; }
+  [[nodiscard]] bool IsFolderKnown() const noexcept { return folder_.size() > 1; }
+
+ private:
+  [[nodiscard]] std::wstring PathWithExtension(std::wstring_view extension) const;
+  [[nodiscard]] bool Open();
+
+  util::UniqueFile file_;
+  std::wstring path_;
+  std::wstring folder_;
+  // The file's name before its index; empty when the texts cannot be part of a name.
+  std::wstring stem_;
+  int32_t index_ = 0;
+  bool obfuscate_;
+};
+
+}  // namespace vantra::session

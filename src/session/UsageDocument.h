@@ -1,0 +1,56 @@
+// The text of usage documents, record by record. Pure: identifiers, numbers and time stamps are passed in.
+//
+// A document is a prologue, one opening record, any number of groups, data and events, and one closing record
+// with the end tag. Free text is escaped up to its first NUL, and is "NOVALUE" when it is absent or empty;
+// everything else is written as it is.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "util/TextBuffer.h"
+
+namespace vantra::session {
+
+// What every record carries.
+struct RecordStamp {
+  std::string_view time;
+  int32_t seq;
+};
+
+// Free text that classifies a group or an event; any of it may be absent.
+struct Labels {
+  std::string_view category;
+  std::string_view subcategory;
+  std::string_view name;
+  std::string_view doc;
+};
+
+struct ProductTexts {
+  std::string_view family;
+  std::string_view name;
+  std::string_view version;
+  std::string_view build;
+  std::string_view language;
+};
+
+void AppendPrologue(util::TextBuffer& out);
+
+void AppendStartSession(util::TextBuffer& out, std::string_view id, const RecordStamp& stamp);
+void AppendNewGroup(util::TextBuffer& out, const Labels& labels, int32_t group, const RecordStamp& stamp);
+// A group whose doc attribute is empty, as in the small documents that are written at one go.
+void AppendNewGroupWithoutDoc(util::TextBuffer& out, const Labels& labels, int32_t group,
+                              const RecordStamp& stamp);
+void AppendEventRec(util::TextBuffer& out, const Labels& labels, const RecordStamp& stamp);
+void AppendDataRec(util::TextBuffer& out, int32_t group, std::string_view name, std::string_view data,
+                   const RecordStamp& stamp);
+
+// Both with the end tag.
+void AppendEndSession(util::TextBuffer& out, std::string_view id, const RecordStamp& stamp);
+void AppendSplitSession(util::TextBuffer& out, std::string_view id, const RecordStamp& stamp);
+
+// The product texts are written as they are, unlike in the session's header block.
+void AppendResumeSession(util::TextBuffer& out, std::string_view id, const ProductTexts& product,
+                         std::string_view startTime, std::string_view user, const RecordStamp& stamp);
+
+}  // namespace vantra::session

@@ -1,0 +1,130 @@
+#include "session/UsageSession.h"
+
+#include <utility>
+
+#include "session/HeaderBlocks.h"
+#include "settings/OptInPolicy.h"
+#include "settings/UsageSettings.h"
+#include "util/Clock.h"
+#include "util/Files.h"
+#include "util/Paths.h"
+#include "util/UserId.h"
+
+namespace vantra::session {
+namespace {
+
+constexpr uint64_t kLeastFreeSpace = 10'485'760;
+constexpr uint64_t kFullDocument = 102'400;
+
+// What a session keeps for building records; a rare larger one is given back.
+constexpr size_t kKeptBuffer = 64 * 1024;
+
+}  // namespace
+
+std::unique_ptr<UsageSession> UsageSession::Create(const ProductTexts& product,
+                                                   const std::wstring& logsFolder) {
+  std::wstring folder = util::WithTrailingBackslash(logsFolder);
+  const uint64_t freeSpace = util::FreeDiskSpace(folder).value_or(0);
+  const std::string& user = settings::OptInPolicy::Instance().FetchUserIdentifier();
+  std::unique_ptr<UsageSession> session(
+      new UsageSession(product, std::move(folder), freeSpace > kLeastFreeSpace, user, util::NewUserId()));
+  session->Start();
+  return session;
+}
+
+UsageSession::UsageSession(const ProductTexts& product, std::wstring logsFolder, bool enabled,
+                           std::string user, std::string id)
+    : file_(std::move(logsFolder), settings::IsObfuscationOn(), product.family, product.name, user, id),
+      enabled_(enabled),
+      id_(std::move(id)),
+      user_(std::move(user)),
+      family_(product.family),
+      name_(product.name),
+      version_(product.version),
+      build_(product.build),
+      language_(product.language) {}
+
+ProductTexts UsageSession::Product() const noexcept { return {family_, name_, version_, build_, language_}; }
+
+RecordStamp UsageSession::NextStamp() noexcept {
+  return {time_.At(util::UtcSeconds()), static_cast<int32_t>(nextSeq_++)};
+}
+
+util::TextBuffer& UsageSession::Fresh() noexcept {
+  record_.Clear();
+  return record_;
+}
+
+bool UsageSession::Write() {
+  const bool written = file_.Write(record_.Bytes());
+  if (!written) {
+    enabled_ = false;
+    file_.Abandon();
+  }
+  return written;
+}
+
+void UsageSession::Record() {
+  bytesInFile_ += record_.Bytes().size();
+  const bool written = Write();
+  record_.ShrinkBeyond(kKeptBuffer);
+  if (written && bytesInFile_ >= kFullDocument) Split();
+}
+
+void UsageSession::Start() {
+  if (!enabled_) return;
+  const RecordStamp stamp = NextStamp();
+  startTime_ = stamp.time;
+  AppendPrologue(Fresh());
+  AppendStartSession(record_, id_, stamp);
+  Record();
+  WriteHeaderBlocks(*this);
+}
+
+void UsageSession::LogEvent(const Labels& labels) {
+  if (!enabled_) return;
+  AppendEventRec(Fresh(), labels, NextStamp());
+  Record();
+}
+
+int32_t UsageSession::NewGroup(const Labels& labels) {
+  if (!enabled_) return -1;
+  const auto group = static_cast<int32_t>(++lastGroup_);
+  AppendNewGroup(Fresh(), labels, group, NextStamp());
+  Record();
+  return group;
+}
+
+void UsageSession::AddToGroup(int32_t group, std::string_view name, std::string_view value) {
+  if (!enabled_ || name.data() == nullptr || value.data() == nullptr) return;
+  AppendDataRec(Fresh(), group, name, value, NextStamp());
+  Record();
+}
+
+void UsageSession::EndSession() {
+  AppendEndSession(Fresh(), id_, NextStamp());
+  Record();
+}
+
+// The limit is not checked after the ResumeSession, so a split never leads to another at once.
+void UsageSession::Split() {
+  AppendSplitSession(Fresh(), id_, NextStamp());
+  if (!Write()) return;
+  file_.Close();
+  if (file_.Finish()) bytesInFile_ = 0;
+
+  AppendPrologue(Fresh());
+  AppendResumeSession(record_, id_, Product(), startTime_, user_, NextStamp());
+  bytesInFile_ += record_.Bytes().size();
+  static_cast<void>(Write());
+}
+
+void UsageSession::Close() {
+  if (!enabled_ || !file_.IsOpen()) return;
+  EndSession();
+  if (!enabled_ || !file_.IsOpen()) return;
+  file_.Close();
+  static_cast<void>(file_.Finish());
+}
+
+}  // namespace vantra::session

@@ -1,0 +1,90 @@
+// One run of a host product's recording, from its start call to its close call.
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "session/SessionFile.h"
+#include "session/UsageDocument.h"
+#include "util/TextBuffer.h"
+#include "util/TimeStamp.h"
+
+namespace vantra::session {
+
+// Builds the records and counts them; every call goes to the disk in one write before it returns. A session
+// that cannot write disables itself for good, and its operations then do nothing. Not thread-safe: the lock
+// of the exported functions is held across each call.
+class UsageSession {
+ public:
+  // Starts a session with its document: prologue, StartSession and the header blocks. The texts are copied;
+  // an empty folder is one that could not be found.
+  [[nodiscard]] static std::unique_ptr<UsageSession> Create(const ProductTexts& product,
+                                                            const std::wstring& logsFolder);
+
+  UsageSession(const UsageSession&) = delete;
+  UsageSession& operator=(const UsageSession&) = delete;
+  // Closes an open file, which keeps its temporary name.
+  ~UsageSession() = default;
+
+  void LogEvent(const Labels& labels);
+
+  // The new group's number, or -1 when the session is disabled.
+  int32_t NewGroup(const Labels& labels);
+
+  // Writes nothing when name or value is absent. The group's number is not checked.
+  void AddToGroup(int32_t group, std::string_view name, std::string_view value);
+
+  // Ends the document and finishes its file, when there is one.
+  void Close();
+
+  [[nodiscard]] int32_t SessionGroup() const noexcept { return sessionGroup_; }
+  void SetSessionGroup(int32_t group) noexcept { sessionGroup_ = group; }
+  [[nodiscard]] int32_t LastGroup() const noexcept { return static_cast<int32_t>(lastGroup_); }
+
+  [[nodiscard]] ProductTexts Product() const noexcept;
+  [[nodiscard]] const std::string& User() const noexcept { return user_; }
+  [[nodiscard]] const std::string& Id() const noexcept { return id_; }
+  [[nodiscard]] SessionFile& File() noexcept { return file_; }
+  [[nodiscard]] const SessionFile& File() const noexcept { return file_; }
+
+ private:
+  UsageSession(const ProductTexts& product, std::wstring logsFolder, bool enabled, std::string user,
+               std::string id);
+
+  [[nodiscard]] RecordStamp NextStamp() noexcept;
+  void Start();
+  void EndSession();
+  void Split();
+
+  // The buffer for a new record, whatever became of the last one.
+  [[nodiscard]] util::TextBuffer& Fresh() noexcept;
+  // Writes the built record; false when that failed and the session is disabled now.
+  bool Write();
+  // Writes the built record, counts it, and splits the document when it is full.
+  void Record();
+
+  SessionFile file_;
+  bool enabled_;
+  uint32_t nextSeq_ = 0;
+  uint32_t lastGroup_ = 0;
+  int32_t sessionGroup_ = 0;
+  uint64_t bytesInFile_ = 0;
+  std::string id_;
+  std::string user_;
+  std::string family_;
+  std::string name_;
+  std::string version_;
+  std::string build_;
+  std::string language_;
+  std::string startTime_;
+  util::TextBuffer record_;
+  util::TimeStamp time_;
+};
+
+// The open sessions of the process, in the order of their starts.
+using SessionList = std::list<UsageSession*>;
+
+}  // namespace vantra::session

@@ -1,0 +1,90 @@
+#include "session/VersionResource.h"
+
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "util/Files.h"
+#include "util/GlobalItems.h"
+#include "util/Text.h"
+
+namespace vantra::session {
+namespace {
+
+struct Translation {
+  WORD language;
+  WORD codePage;
+};
+
+std::string QueryText(const std::vector<BYTE>& resource, const Translation& translation,
+                      const wchar_t* name) {
+  wchar_t block[64];
+  swprintf(block, std::size(block), L"\\StringFileInfo\\%04x%04x\\%ls", translation.language,
+           translation.codePage, name);
+  void* text = nullptr;
+  UINT length = 0;
+  if (!VerQueryValueW(resource.data(), block, &text, &length) || length == 0) return {};
+  return util::ToUtf8(std::wstring(static_cast<const wchar_t*>(text), length));
+}
+
+class KnownVersions : public util::GlobalItem {
+ public:
+  static KnownVersions& Instance() {
+    if (instance == nullptr) instance = &util::GlobalItems::Instance().Add(std::make_unique<KnownVersions>());
+    return *instance;
+  }
+  ~KnownVersions() override { instance = nullptr; }
+
+  const VersionTexts& Of(const std::wstring& path, const util::FileInfo& info) {
+    Known& known = files_[path];
+    if (known.size != info.size || known.written != info.written) {
+      known = {info.size, info.written, ReadVersionTexts(path)};
+    }
+    return known.texts;
+  }
+
+ private:
+  struct Known {
+    uint64_t size = 0;
+    uint64_t written = 0;
+    VersionTexts texts;
+  };
+
+  static constinit KnownVersions* instance;
+
+  std::map<std::wstring, Known> files_;
+};
+
+constinit KnownVersions* KnownVersions::instance = nullptr;
+
+}  // namespace
+
+VersionTexts ReadVersionTexts(const std::wstring& path) {
+  DWORD ignored = 0;
+  const DWORD size = path.empty() ? 0 : GetFileVersionInfoSizeW(path.c_str(), &ignored);
+  if (size == 0) return {};
+  std::vector<BYTE> resource(size);
+  if (!GetFileVersionInfoW(path.c_str(), 0, size, resource.data())) return {};
+  void* found = nullptr;
+  UINT length = 0;
+  if (!VerQueryValueW(resource.data(), L"\\VarFileInfo\\Translation", &found, &length) ||
+      length < sizeof(Translation)) {
+    return {};
+  }
+  const auto& translation = *static_cast<const Translation*>(found);
+
+  wchar_t language[MAX_PATH];
+  const DWORD languageLength = VerLanguageNameW(translation.language, language, MAX_PATH);
+  return {QueryText(resource, translation, L"ProductName"),
+          QueryText(resource, translation, L"ProductVersion"),
+          QueryText(resource, translation, L"PrivateBuild"),
+          languageLength == 0 || languageLength >= MAX_PATH ? std::string() : util::ToUtf8(language)};
+}
+
+VersionTexts KnownVersionTexts(const std::wstring& path) {
+  const auto info = util::GetFileInfo(path);
+  if (!info || info->isFolder) return {};
+  return KnownVersions::Instance().Of(path, *info);
+}
+
+}  // namespace vantra::session

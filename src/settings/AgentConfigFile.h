@@ -1,0 +1,21 @@
+// Where the agent's configuration file lies and how the user's copy follows the shipped one.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "settings/AgentConfig.h"
+
+namespace vantra::settings {
+
+// Path of the user's copy in the agent's data folder, after bringing it up to date with the copy beside the
+// host's executable; empty when the data folder is.
+[[nodiscard]] std::wstring GetAgentConfigPath(const std::wstring& agentDataFolder);
+
+// Reads the file, checks whether the application may record, and writes the file back. An empty path, and a
+// file that cannot be read, say yes.
+[[nodiscard]] ConfigStatus VerifyConfigStatus(std::string_view applicationFamily,
+                                              std::string_view applicationName, const std::wstring& path,
+                                              std::string_view section);
+
+}  // namespace vantra::settings

@@ -1,0 +1,164 @@
+#include "settings/SendrixUtilsWin.h"
+
+#include <shlobj.h>
+
+#include "log/Logger.h"
+#include "settings/LogsTidy.h"
+#include "settings/UsageSettings.h"
+#include "util/Files.h"
+#include "util/GlobalItems.h"
+#include "util/HostProcess.h"
+#include "util/Paths.h"
+#include "util/Text.h"
+
+namespace vantra::settings {
+namespace {
+
+const log::LoggerPointer logger("Vantra");
+
+constexpr std::string_view kSource = "..\\SendrixUtilsWin";
+constexpr int kProtectedModeLine = 74;
+constexpr int kAgentPathLine = 182;
+
+constexpr std::wstring_view kAgentFile = L"Sendrix2.exe";
+constexpr int kAgentFound = 0;
+constexpr int kAgentMissing = 13;
+
+// Points into the global items once a host has chosen a folder.
+constinit std::wstring* explicitAgentPath = nullptr;
+
+enum class Answer { kUnknown, kNo, kYes };
+constinit Answer protectedMode = Answer::kUnknown;
+
+template <class Function>
+Function Find(const util::UniqueModule& module, const char* name) {
+  if (!module) return nullptr;
+  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module.Get(), name)));
+}
+
+// From the system folder only: a file of that name in the current folder is nobody's business.
+util::UniqueModule LoadSystemModule(const wchar_t* name) {
+  return util::UniqueModule(LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
+}
+
+bool QueryProtectedMode() {
+  const util::UniqueModule ieframe = LoadSystemModule(L"ieframe.dll");
+  const auto query = Find<HRESULT(WINAPI*)(BOOL*)>(ieframe, "IEIsProtectedModeProcess");
+  BOOL isProtected = FALSE;
+  return query != nullptr && SUCCEEDED(query(&isProtected)) && isProtected;
+}
+
+std::wstring GetLowIntegrityDataRoot() {
+  constexpr GUID kLocalAppDataLow = {
+      0xA520A1A4, 0x1780, 0x4FF6, {0xBD, 0x18, 0x16, 0x73, 0x43, 0xC5, 0xAF, 0x16}};
+  using Query = HRESULT(WINAPI*)(const GUID&, DWORD, HANDLE, PWSTR*);
+  const util::UniqueModule shell = LoadSystemModule(L"Shell32.dll");
+  const auto query = Find<Query>(shell, "SHGetKnownFolderPath");
+  PWSTR found = nullptr;
+  std::wstring root;
+  if (query != nullptr && SUCCEEDED(query(kLocalAppDataLow, 0, nullptr, &found))) root = found;
+  CoTaskMemFree(found);
+  return root;
+}
+
+std::wstring GetDataRoot() {
+  if (IsProtectedMode()) {
+    logger->Info("IE is protected mode!", kSource, kProtectedModeLine);
+    return GetLowIntegrityDataRoot();
+  }
+  wchar_t root[MAX_PATH];
+  if (SHGetFolderPathW(nullptr, CSIDL_APPDATA | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, root) !=
+      S_OK) {
+    return {};
+  }
+  return root;
+}
+
+// The pairs, then this process's own environment, ready for the platform.
+std::wstring EnvironmentBlock(const EnvironmentPairs& extra) {
+  std::wstring block;
+  for (const auto& [name, value] : extra) block.append(name).append(L"=").append(value).push_back(L'\0');
+  wchar_t* const own = GetEnvironmentStringsW();
+  if (own != nullptr) {
+    const wchar_t* end = own;
+    while (*end != L'\0') end += std::char_traits<wchar_t>::length(end) + 1;
+    block.append(own, static_cast<size_t>(end - own));
+    FreeEnvironmentStringsW(own);
+  }
+  block.push_back(L'\0');
+  return block;
+}
+
+}  // namespace
+
+AgentFolders GetAgentFolders() {
+  AgentFolders folders;
+  folders.data = util::JoinPath(GetDataRoot(), L"Tolvex\\Sendrix2");
+  folders.logs = util::JoinPath(folders.data, L"Logs");
+  return folders;
+}
+
+bool IsProtectedMode() {
+  if (protectedMode == Answer::kUnknown) protectedMode = QueryProtectedMode() ? Answer::kYes : Answer::kNo;
+  return protectedMode == Answer::kYes;
+}
+
+void SetAgentFolder(const char* folder) {
+  if (folder == nullptr) return;
+  std::wstring path = util::JoinPath(util::FromUtf8(folder), kAgentFile);
+  if (explicitAgentPath == nullptr) explicitAgentPath = &util::GlobalItems::Instance().Add(std::wstring());
+  *explicitAgentPath = std::move(path);
+}
+
+std::wstring GetAgentPath() {
+  if (explicitAgentPath != nullptr && util::IsFile(*explicitAgentPath)) return *explicitAgentPath;
+  std::wstring path = util::JoinPath(util::HostFolder(), kAgentFile);
+  if (util::IsFile(path)) return path;
+  path = util::JoinPath(GetStoredAgentFolder(), kAgentFile);
+  if (util::IsFile(path)) return path;
+  DeleteAgentSubkey();
+  return {};
+}
+
+int VerifyTransAgentExist() { return GetAgentPath().empty() ? kAgentMissing : kAgentFound; }
+
+bool HasFinishedDocument(const std::wstring& logsFolder) {
+  if (logsFolder.empty()) return false;
+  bool found = false;
+  util::ForEachFile(util::JoinPath(logsFolder, L"*.*"), [&](const WIN32_FIND_DATAW& file) {
+    const std::wstring_view name = file.cFileName;
+    found = name.ends_with(L".xml") || name.ends_with(L".rdy");
+    return !found;
+  });
+  return found;
+}
+
+bool StartTransportAgent(const std::wstring& documentPath) {
+  if (documentPath.empty()) return false;
+  if (IsProtectedMode()) {
+    TidyLogsFolder(GetAgentFolders().logs);
+    return false;
+  }
+  std::wstring commandLine = L"\"" + GetAgentPath();
+  if (!commandLine.ends_with(L'"')) commandLine += L'"';
+  if (logger->IsOn()) logger->Info(L"Sendrix2 Path: " + commandLine, kSource, kAgentPathLine);
+  return StartProcess(std::move(commandLine), {});
+}
+
+bool StartProcess(std::wstring commandLine, const EnvironmentPairs& extraEnvironment) {
+  std::wstring environment;
+  if (!extraEnvironment.empty()) environment = EnvironmentBlock(extraEnvironment);
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process{};
+  if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE,
+                      CREATE_NO_WINDOW | CREATE_UNICODE_ENVIRONMENT,
+                      environment.empty() ? nullptr : environment.data(), nullptr, &startup, &process)) {
+    return false;
+  }
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+  return true;
+}
+
+}  // namespace vantra::settings

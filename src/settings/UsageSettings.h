@@ -1,0 +1,54 @@
+// The per-user settings under Software\Tolvex\CommonFiles\Usage. No operation keeps state or throws for a
+// registry problem: reads fall back to their defaults, writes return false. Texts are UTF-8.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace vantra::settings {
+
+constexpr int32_t kOptedIn = 1;
+constexpr int32_t kOptedOut = 0;
+constexpr int32_t kUndecided = -1;
+
+// The user's GUID, created when none is stored; empty when there is no Usage key yet.
+[[nodiscard]] std::string GetUserIdentifier();
+
+// Both are on unless the stored text is exactly "0". Reading them creates the Usage key.
+[[nodiscard]] bool IsObfuscationOn();
+[[nodiscard]] bool IsSendOn();
+
+[[nodiscard]] std::string GetUserType();
+
+// The folder that the Agent value names; empty when there is none.
+[[nodiscard]] std::wstring GetStoredAgentFolder();
+
+// Tries to delete a subkey named Agent; that there is hardly ever one is no failure.
+void DeleteAgentSubkey();
+
+// kOptedIn, kOptedOut or kUndecided; the last for any failure.
+[[nodiscard]] int32_t GetOptIn(std::string_view usageKey);
+
+// kUndecided deletes the value and the key's demographics, and reports false when either was not there. Any
+// other number than the three is refused.
+[[nodiscard]] bool SetOptIn(std::string_view usageKey, int32_t value);
+
+// Texts stored under a usage key. Key and name must not be empty.
+[[nodiscard]] std::string GetProductValue(std::string_view usageKey, std::string_view name);
+[[nodiscard]] bool SetProductValue(std::string_view usageKey, std::string_view name, std::string_view value);
+[[nodiscard]] bool HasProductValue(std::string_view usageKey, std::string_view name);
+
+// Demographic values; an empty subkey is the common store.
+[[nodiscard]] bool SetDemographic(std::string_view subkey, std::string_view name, std::string_view value);
+[[nodiscard]] std::optional<std::string> GetDemographic(std::string_view subkey, std::string_view name);
+// In the platform's order.
+[[nodiscard]] std::vector<std::pair<std::string, std::string>> ListDemographics(std::string_view usageKey);
+
+// Stores the present time as the Date under the subkey, once: a date that can be read stays.
+void StampFirstUse(std::string_view subkey);
+
+}  // namespace vantra::settings

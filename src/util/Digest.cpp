@@ -1,0 +1,83 @@
+#include "util/Digest.h"
+
+#include "util/Windows.h"
+// After windows.h, which defines what it needs.
+#include <wincrypt.h>
+
+namespace vantra::util {
+namespace {
+
+// What is worth remembering of a text; a longer one is hashed each time.
+constexpr size_t kLongestRemembered = 4096;
+
+class Md5 {
+ public:
+  explicit Md5(HCRYPTPROV provider) noexcept {
+    if (!CryptCreateHash(provider, CALG_MD5, 0, 0, &hash_)) hash_ = 0;
+  }
+  Md5(const Md5&) = delete;
+  Md5& operator=(const Md5&) = delete;
+  ~Md5() {
+    if (hash_ != 0) CryptDestroyHash(hash_);
+  }
+
+  [[nodiscard]] bool Add(std::string_view bytes) noexcept {
+    return hash_ != 0 && CryptHashData(hash_, reinterpret_cast<const BYTE*>(bytes.data()),
+                                       static_cast<DWORD>(bytes.size()), 0);
+  }
+
+  template <size_t N>
+  [[nodiscard]] bool Finish(BYTE (&value)[N]) noexcept {
+    DWORD size = N;
+    return CryptGetHashParam(hash_, HP_HASHVAL, value, &size, 0) && size == N;
+  }
+
+ private:
+  HCRYPTHASH hash_ = 0;
+};
+
+}  // namespace
+
+SaltedDigest::~SaltedDigest() {
+  // At the end of the process the provider's own module may be gone already.
+  if (provider_ != 0 && !GlobalItems::IsProcessEnding()) CryptReleaseContext(provider_, 0);
+}
+
+std::string_view SaltedDigest::Of(std::string_view bytes, std::string_view salt) {
+  if (salt.empty()) return {};
+  if (!known_ || bytes != bytes_ || salt != salt_) {
+    known_ = false;
+    if (!Compute(bytes, salt)) return {};
+    if (bytes.size() <= kLongestRemembered) {
+      bytes_ = bytes;
+      salt_ = salt;
+      known_ = true;
+    }
+  }
+  return {text_, sizeof text_};
+}
+
+bool SaltedDigest::Compute(std::string_view bytes, std::string_view salt) {
+  // Only hashing is asked of the provider, so it needs no key container: the default one costs a handle each
+  // time it is opened.
+  HCRYPTPROV provider = provider_;
+  if (provider == 0 &&
+      !CryptAcquireContextW(&provider, nullptr, nullptr, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT)) {
+    return false;
+  }
+  provider_ = provider;
+
+  BYTE value[kMd5Bytes];
+  Md5 hash(provider);
+  if (!hash.Add(bytes) || !hash.Add(salt) || !hash.Finish(value)) return false;
+
+  constexpr char kHex[] = "0123456789abcdef";
+  char* at = text_;
+  for (const BYTE byte : value) {
+    *at++ = kHex[byte >> 4];
+    *at++ = kHex[byte & 15];
+  }
+  return true;
+}
+
+}  // namespace vantra::util

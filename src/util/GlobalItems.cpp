@@ -1,0 +1,36 @@
+#include "util/GlobalItems.h"
+
+#include <utility>
+
+namespace vantra::util {
+namespace {
+
+constinit GlobalItems* instance = nullptr;
+constinit bool processEnding = false;
+
+}  // namespace
+
+GlobalItems& GlobalItems::Instance() {
+  if (instance == nullptr) instance = new GlobalItems;
+  return *instance;
+}
+
+void GlobalItems::Release(unsigned long reason, void* reserved) {
+  if (instance == nullptr) return;
+  processEnding = reserved != nullptr;
+  if (instance->cleanUp_ != nullptr) instance->cleanUp_(reason, reserved);
+  for (auto& object : instance->objects_) object.reset();
+  delete std::exchange(instance, nullptr);
+}
+
+bool GlobalItems::IsProcessEnding() noexcept { return processEnding; }
+
+std::string& GlobalItems::Add(std::string text) {
+  return *narrowTexts_.emplace_back(std::make_unique<std::string>(std::move(text)));
+}
+
+std::wstring& GlobalItems::Add(std::wstring text) {
+  return *wideTexts_.emplace_back(std::make_unique<std::wstring>(std::move(text)));
+}
+
+}  // namespace vantra::util

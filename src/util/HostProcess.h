@@ -1,0 +1,14 @@
+// The process that loaded the library.
+#pragma once
+
+#include <string>
+
+namespace vantra::util {
+
+// Full path of the host's executable; empty when it cannot be read or has 260 characters or more.
+[[nodiscard]] std::wstring HostExecutablePath();
+
+// Folder of the host's executable, without a trailing backslash; empty when the path is.
+[[nodiscard]] std::wstring HostFolder();
+
+}  // namespace vantra::util

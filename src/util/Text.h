@@ -1,0 +1,15 @@
+// Conversion between the UTF-8 of hosts and documents and the UTF-16 of the platform.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vantra::util {
+
+// Up to the first NUL; empty on failure.
+[[nodiscard]] std::string ToUtf8(const std::wstring& text);
+
+// The whole length, embedded NULs included; invalid bytes become U+FFFD; empty on failure.
+[[nodiscard]] std::wstring FromUtf8(std::string_view text);
+
+}  // namespace vantra::util

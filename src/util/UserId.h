@@ -1,0 +1,11 @@
+// Identifiers of users and sessions.
+#pragma once
+
+#include <string>
+
+namespace vantra::util {
+
+// A new GUID as 36 lower-case characters without braces; empty when none can be made.
+[[nodiscard]] std::string NewUserId();
+
+}  // namespace vantra::util
