@@ -1,0 +1,96 @@
+// The agent's configuration file, the log's switch file and its lines.
+#include <gtest/gtest.h>
+
+#include "log/LogConfig.h"
+#include "log/LogLine.h"
+#include "settings/AgentConfig.h"
+
+namespace vantra {
+using namespace settings;
+using namespace log;
+
+TEST(AgentConfig, Texts) {
+  // clang-format off
+  const std::pair<std::string, std::string> rows[] = {
+      {" \t\r\n\n#a=b\n;a=b\r\n  # [x]\n", ""}, {"[+]\nk=1\n[]\nk=2\n", "[+]\nk=1\n[]\nk=2\n"},
+      {"\n[ Ulog ]junk\r\n\tStatus = Two Words \r\n", "[ulog]\nstatus=Two Words\n"},
+      {"[a\nk=1\n[]\nk=2\n[A]\nK=3", "k=2\n[a]\nk=3\n"}, {"[p/q]\nr/s=1\n", "[p]\nq/r/s=1\n"},
+      {"Foo Bar\n[s]\nfoo", "foo bar=Foo Bar\n[s]\nfoo=foo\n"}, {"[a]b]\nk=[v] # ;\n", "[a]\nk=[v] # ;\n"},
+      {"[s]\nK=a=b\n=v\nempty=\n", "[s]\n=v\nempty=\nk=a=b\n"}, {"\xC3\x84=\v1\f\n", "\xC3\x84=\v1\f\n"},
+      {"[b]\nz=1\n[a]\ny=2\n[b]\nx=3\n", "[a]\ny=2\n[b]\nx=3\nz=1\n"}, {"\xEF\xBB\xBFk=1\n", "k=1\n"}};
+  // clang-format on
+  for (const auto& [text, wanted] : rows) EXPECT_EQ(FormatConfig(ParseConfig(text)), wanted) << text;
+}
+
+TEST(AgentConfig, Entries) {
+  EXPECT_EQ(FormatConfig(DefaultConfig()),
+            "[settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\n"
+            "url=https://usage.tolvex.example/skylamp\n[ulog]\nstatus=Active\n");
+  ConfigMap config{{"hibernate/f_n", "x"}, {"ulog/status", "Hibernate"}};
+  Reactivate(config);
+  SetEntry(config, " A\t", "B c\r\n", " As it Is ");
+  EXPECT_EQ(FormatConfig(config),
+            "[a]\nb c= As it Is \n[hibernate]\nf_n=x\n[ulog]\nstatus=Active\nwakeupdate=\n");
+  EXPECT_EQ(GetEntry(config, "a ", " B C") + '|' + GetEntry(config, "a", "b"), " As it Is |");
+}
+
+// Status and text after the check; an empty text means no change.
+TEST(AgentConfig, Status) {
+  const std::string ulog = "[ulog]\nstatus=", pause = "[hibernate]\nfam_my app=";
+  const std::string woken = ulog + "Active\nwakeupdate=\n", gone = pause + "\n";
+  // clang-format off
+  const struct { std::string text; int wanted; std::string after; } rows[] = {
+      {"", 0, ""}, {ulog + "disabled\n", 0, ""}, {pause + "x\n" + ulog + "Disabled\n", 1, ""},
+      {"[other]\nstatus=Disabled\n", 0, ""}, {ulog + "hibernate\nwakeupdate=2099-01-01\n", 0, ""},
+      {ulog + "Hibernate\n", 0, woken}, {pause + "x\n" + ulog + "Hibernate\nwakeupdate=2024-03-01\n", 2, ""},
+      {ulog + "Hibernate\nwakeupdate=2024-02-29\n", 0, woken}, {"[hibernate]\nfam_n=x|2099-12-31\n", 0, ""},
+      {pause + "|2024-03-01\n", 2, ""}, {pause + "x|2099/12/31\n", 2, ""}, {pause + "2099-12-31\n", 0, gone},
+      {pause + "x|2024-02-29\n", 0, gone}, {pause + "x|y|2099-12-31\n", 0, gone},
+      {pause + "|2099-1-1\n" + ulog + "Hibernate\n", 2, pause + "|2099-1-1\n" + woken}};
+  // clang-format on
+  for (const auto& row : rows) {
+    ConfigMap config = ParseConfig(row.text);
+    EXPECT_EQ(int(CheckStatus(config, "ulog", "Fam", "My App", {2024, 2, 29})), row.wanted) << row.text;
+    EXPECT_EQ(FormatConfig(config), row.after.empty() ? row.text : row.after) << row.text;
+  }
+}
+
+TEST(AgentConfig, Dates) {
+  const auto isLater = [](const std::string& date) {
+    ConfigMap config{{"ulog/status", "Hibernate"}, {"ulog/wakeupdate", date}};
+    return CheckStatus(config, "ulog", "f", "n", {2024, 6, 15}) == ConfigStatus::kHibernate;
+  };
+  for (const auto* date : {"2024-06-16", "2025-01-01", "2024,7,1", "2024.06.16", "2024 6 16", "2024/6-16",
+                           "2024-jun-16", "9999-12-31", "2096-02-29"})
+    EXPECT_TRUE(isLater(date)) << date;
+  for (const auto* date :
+       {"2024-06-15", "2023-12-31", "10001-01-01", "1399-12-31", "2099-13-01", "2099-00-01", "", "2099-01-00",
+        "2099-01-32", "2099-04-31", "2099-02-29", "16-06-2099", "2099-06", "-", "20990616", "2099:06:16",
+        "2099-x-16", "\xC3\xA9-\xFF-1", "70000-01-01"})
+    EXPECT_FALSE(isLater(date)) << date;
+}
+
+TEST(LogConfig, Values) {
+  using namespace std::string_literals;
+  const std::string line511 = "x=1" + std::string(508, ' ');
+  // clang-format off
+  const std::pair<std::string, std::string> rows[] = {
+      {"append 1", "1"}, {"append;1\r\n", "1"}, {"append=1\r", "1\r"}, {" =,;append =;, 1 0=2\n", "1"},
+      {"append=yes\nappend=0\nother=3", "0"}, {"append=1\nappend\nappend=\n", "1"}, {"append=\t1#\n", "\t1#"},
+      {"Append=1\nappendix=2\n1=append\n\tappend=3\n", ""}, {"append=0\n\x1A\nappend=1\n", "0"},
+      {line511 + "\nappend=1\n", "1"}, {line511 + "\r\nappend=1\n", "1"}, {line511 + " \nappend=1\n", ""},
+      {"append=0\n" + line511 + line511 + "\nappend=1\n", "0"}, {"append=1\0 2\nappend\0=3\n"s, "1"}};
+  // clang-format on
+  for (const auto& [text, wanted] : rows) EXPECT_EQ(FindLogConfigValue(text, "append"), wanted) << text;
+}
+
+TEST(LogLine, Texts) {
+  util::TextBuffer out;
+  AppendLogLine(out, "DEBUG", 4294967295, "", "a\nb\"<\xC3\xA9", {"..\\Unit", 0});
+  AppendLogLine(out, "FATAL", 0, "t", "", {"who\n"});
+  EXPECT_EQ(out.Text(),
+            "[DEBUG] | PID:4294967295 | TIME: | VALUE:a\nb\"<\xC3\xA9 | DETAIL:File:..\\Unit LINE:0\r\n"
+            "[FATAL] | PID:0 | TIME:t | VALUE: | DETAIL:who\n\r\n");
+}
+
+}  // namespace vantra

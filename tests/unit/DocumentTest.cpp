@@ -1,0 +1,140 @@
+// Usage documents: the text of records, its disguise, time stamps, and the names of files.
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <string>
+
+#include "session/DocumentName.h"
+#include "session/Obfuscation.h"
+#include "session/UsageDocument.h"
+#include "util/Paths.h"
+#include "util/TimeStamp.h"
+
+namespace vantra {
+using namespace session;
+using namespace util;
+
+TEST(UsageDocument, RecordTexts) {
+  constexpr RecordStamp kStamp{"2011-03-04T05:06:07Z", 7};
+  constexpr Labels kLabels{"Cat", "S>", "a<b & \"c\"", "it's"};
+  const std::string wanted = R"(<?xml version="1.0" encoding="utf-8"?>
+
+<UsageDoc version="0.5.4">
+<StartSession id="0a1b-c2" time="2011-03-04T05:06:07Z" seq="0" />
+<NewGroup category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" group="12" doc="it&#39;s" seq="7" />
+<NewGroup category="NOVALUE" subcategory="NOVALUE" name="NOVALUE" time="" group="-1" doc="NOVALUE" seq="2147483647" />
+<NewGroup category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" group="1" doc="" seq="7" />
+<EventRec doc="it&#39;s" category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" seq="7" />
+<DataRec time="t" group="-2147483648" name="NOVALUE" data="D:&#92;x" seq="-1" />
+<SplitSession id="i<" time="2011-03-04T05:06:07Z" seq="7" />
+</UsageDoc>
+<ResumeSession id="i&" ProductFamily="F<>" ProductName="N&"n"" ProductVersion="" ProductBuild="7\8" ProductLanguage="l" SessionStartTime="then" User="u'r" time="2011-03-04T05:06:07Z" seq="7" />
+<EndSession id="i" time="" seq="10" />
+</UsageDoc>
+)";
+  char storage[50];
+  TextBuffer out(storage);
+  for (const std::string& all : {wanted, wanted + wanted, wanted}) {
+    AppendPrologue(out);
+    AppendStartSession(out, "0a1b-c2", {"2011-03-04T05:06:07Z", 0});
+    AppendNewGroup(out, kLabels, 12, kStamp);
+    AppendNewGroup(out, {}, -1, {"", INT32_MAX});
+    AppendNewGroupWithoutDoc(out, kLabels, 1, kStamp);
+    AppendEventRec(out, kLabels, kStamp);
+    AppendDataRec(out, INT32_MIN, "", "D:\\x", {"t", -1});
+    AppendSplitSession(out, "i<", kStamp);
+    AppendResumeSession(out, "i&", {"F<>", "N&\"n\"", "", "7\\8", "l"}, "then", "u'r", kStamp);
+    AppendEndSession(out, "i", {"", 10});
+    EXPECT_EQ(out.Text(), all);
+    if (all != wanted) out.ShrinkBeyond(wanted.size());
+  }
+}
+
+// The attribute value that a record makes of the text.
+std::string Escaped(std::string_view text) {
+  TextBuffer out;
+  AppendDataRec(out, 1, text, "", {"", 2});
+  const std::string record(out.Text());
+  const size_t start = record.find(" name=\"") + 7;
+  return record.substr(start, record.rfind("\" data=\"NOVALUE\" seq=\"2\" />\n") - start);
+}
+
+TEST(UsageDocument, EscapedTexts) {
+  EXPECT_EQ(Escaped("&<>\"'\\&#38;&lt;"), "&#38;&#60;&#62;&#34;&#39;&#92;&#38;#38;&#38;lt;");
+  const char kPlain[] = "\x01\t\r\n\x1a\x1f !%#;=?[]`/\x7f\x80\xa6\xbc\xbe\xdc\xff \xc3\xa9\xf0\x9f\x98\x80";
+  EXPECT_EQ(Escaped(kPlain), kPlain);
+}
+
+// Texts are read in blocks: each special character, alone and in a run, at each place of several blocks.
+TEST(UsageDocument, EscapesAtEveryPlace) {
+  // clang-format off
+  const std::pair<char, const char*> rows[] = {{'&', "&#38;"}, {'<', "&#60;"}, {'>', "&#62;"},
+                                               {'"', "&#34;"}, {'\'', "&#39;"}, {'\\', "&#92;"}};
+  // clang-format on
+  std::string head, run, escapedRun;
+  for (int before = 0; before < 50; ++before, head += 'x', run += '<', escapedRun += "&#60;") {
+    for (const size_t after : {0U, 1U, 14U, 15U, 16U, 17U, 31U, 32U, 33U}) {
+      const std::string tail(after, 'y');
+      for (const auto& [special, wanted] : rows)
+        ASSERT_EQ(Escaped(head + special + tail), head + wanted + tail);
+      ASSERT_EQ(Escaped(run + '&' + tail), escapedRun + "&#38;" + tail);
+      ASSERT_EQ(Escaped(head + '\0' + tail), before == 0 ? "NOVALUE" : head);
+    }
+  }
+}
+
+std::string Obfuscated(std::string text) {
+  Obfuscate(text);
+  return text;
+}
+
+TEST(Obfuscation, Texts) {
+  EXPECT_EQ(kObfuscationMarker, "R-M$ke#$vQPo5lupadix");
+  EXPECT_EQ(Obfuscated("\x01\n\x1f !\"#$%&'()*+,-./0123456789:;<=>?@ABCDEFGHIJKLMNO\x7f\x80\xa1\xff"),
+            "\x01\n\x1f PQRSTUVWXYZ[\\]^_`abcdefghijklmnopqrstuvwxyz{|}~\x7f\x80\xa1\xff");
+  EXPECT_EQ(Obfuscated({'!', '~', '\0', '!'}), std::string({'P', 'O', '\0', '!'}));
+  std::string all(256, '\0');
+  std::iota(all.rbegin(), all.rend(), '\0');
+  EXPECT_EQ(Obfuscated(Obfuscated(all)), all);
+}
+
+TEST(DocumentName, Texts) {
+  TextBuffer out;
+  Append(out, Raw{"C:\\Logs/"});
+  EXPECT_TRUE(AppendDocumentName(out, "A_B", "\xC3\xA9 *?..", "", "id_0"));
+  EXPECT_EQ(out.Text(), "C:\\Logs/ulog_A_B_\xC3\xA9 *?..__id_0");
+  for (const auto* text : {"a\\b", "/", "x:"}) {
+    EXPECT_FALSE(AppendDocumentName(out, text, "n", "u", "s") ||
+                 AppendDocumentName(out, "f", "n", "u", text));
+  }
+}
+
+TEST(TimeStamp, Texts) {
+  // clang-format off
+  constexpr std::pair<int64_t, std::string_view> kRows[] = {
+      {0, "1970-01-01T00:00:00Z"}, {-1, "1969-12-31T23:59:59Z"}, {1299215167, "2011-03-04T05:06:07Z"},
+      {951782400, "2000-02-29T00:00:00Z"}, {951868800, "2000-03-01T00:00:00Z"},
+      {4107542399, "2100-02-28T23:59:59Z"}, {4107542400, "2100-03-01T00:00:00Z"},
+      {1230767999, "2008-12-31T23:59:59Z"}, {1230768000, "2009-01-01T00:00:00Z"},
+      {2147483648, "2038-01-19T03:14:08Z"}, {253402300799, "9999-12-31T23:59:59Z"}, {253402300800, ""},
+      {-62135596800, "0001-01-01T00:00:00Z"}, {-62167219200, "0000-01-01T00:00:00Z"}, {-62167219201, ""},
+      {INT64_MAX, ""}, {INT64_MIN, ""}};
+  // clang-format on
+  TimeStamp kept;
+  for (const auto& [seconds, wanted] : kRows) {
+    EXPECT_EQ(kept.At(seconds), wanted) << seconds;
+    EXPECT_EQ(kept.At(seconds), wanted) << seconds << " again";
+  }
+}
+
+TEST(Paths, Texts) {
+  // clang-format off
+  const std::pair<std::wstring, std::wstring> rows[] = {
+      {L"", L"\\||"}, {L"\\", L"\\||\\f"}, {L"C:/a", L"C:/a\\|C:/a|C:/a\\f"},
+      {L"C:\\a", L"C:\\a\\|C:|C:\\a\\f"}, {L"C:\\a\\", L"C:\\a\\|C:\\a|C:\\a\\f"}};
+  // clang-format on
+  for (const auto& [path, wanted] : rows)
+    EXPECT_EQ(WithTrailingBackslash(path) + L'|' + ParentFolder(path) + L'|' + JoinPath(path, L"f"), wanted);
+}
+
+}  // namespace vantra

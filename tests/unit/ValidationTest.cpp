@@ -1,0 +1,76 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "api/Validation.h"
+
+namespace vantra::api {
+
+std::string Times(size_t count, char c) { return std::string(count, c); }
+
+// Code and value of the checked text.
+std::string Checked(const char* text, uint32_t flags) {
+  const CheckedText checked(text, CheckFor(flags));
+  EXPECT_EQ(checked.IsAccepted(), checked.Code() < TextCode::kNullRefused);
+  return std::to_string(static_cast<int>(checked.Code())) + ' ' + std::string(checked.Value());
+}
+
+// Each rule bit counts alone, and before all bits that come later.
+TEST(Validation, RuleOfEachFlag) {
+  const std::string text = "1 b\xC3-" + Times(700, 'x');
+  const std::string identifier = "1 SK_1_b__" + Times(120, 'x'), name = "1 1 b__" + Times(59, 'x');
+  const std::string limit64 = "1 " + text.substr(0, 64), limit128 = "1 " + text.substr(0, 128);
+  // clang-format off
+  const std::pair<uint32_t, std::string> rows[] = {
+      {0x1, identifier}, {0x2, limit128}, {0x4, identifier}, {0x8, "1 " + text.substr(0, 512)},
+      {0x10, limit64}, {0x20, limit128}, {0x40, limit64}, {0x80, limit128},
+      {0x100, identifier}, {0x40000000, name}, {0x20000, limit128}, {0x40000, limit128}};
+  // clang-format on
+  uint32_t later = 0xBFF9FE00;  // the bits that are no rule
+  EXPECT_EQ(Checked(text.c_str(), later), "0 " + text);
+  for (auto row = std::rbegin(rows); row != std::rend(rows); ++row) {
+    EXPECT_EQ(Checked(text.c_str(), row->first), row->second) << row->first;
+    EXPECT_EQ(Checked(text.c_str(), row->first | later), row->second) << row->first;
+    later |= row->first;
+  }
+}
+
+TEST(Validation, Texts) {
+  // clang-format off
+  const struct { uint32_t flags; std::string text, wanted; } rows[] = {
+      {0x8, "", "5 SK_STR_EMPTY"}, {0x2000001, "", "5 SK_STR_EMPTY"}, {0x4000001, "", "0 NOVALUE"},
+      {0x10, "a\\b", "6 a\\b"}, {0x6000011, "-\\", "6 -\\"}, {0x40, "\\b", "0 \\b"}, {0x1, "\\", "0 SK__"},
+      {0x10, Times(64, 'k') + '\\', "6 " + Times(64, 'k') + '\\'}, {0x1, "a\xC3\xA9\t\x7f", "0 a____"},
+      {0x1, "1-va", "0 SK_1_va"}, {0x4, "_a", "0 SK__a"}, {0x100, " ", "0 SK__"}, {0x1, "z", "0 z"},
+      {0x1, "@", "0 SK__"}, {0x1, "[", "0 SK__"}, {0x1, "`", "0 SK__"}, {0x1, "{", "0 SK__"},
+      {0x1, "A", "0 A"}, {0x1, "aZ09_@[`{/:", "0 aZ09_______"}, {0x2, "a b\xC3\xA9-\n", "0 a b\xC3\xA9-\n"},
+      {0x40000000, "\\ 1a-_\xC3\xA9\n", "0 _ 1a_____"}, {0x40, Times(64, '-'), "0 " + Times(64, '-')},
+      {0x1, Times(128, 'a'), "0 " + Times(128, 'a')}, {0x1, Times(129, 'a'), "1 " + Times(128, 'a')},
+      {0x1, Times(124, '1'), "0 SK_" + Times(124, '1')}, {0x1, Times(125, '1'), "0 SK_" + Times(125, '1')},
+      {0x1, Times(126, '1'), "1 SK_" + Times(125, '1')}, {0x1, Times(128, '1'), "1 SK_" + Times(125, '1')},
+      {0x1, Times(131, '1'), "1 SK_" + Times(125, '1')}, {0x1, "a-", "0 a_"},
+      {0x40000000, Times(64, '-'), "0 " + Times(64, '_')}, {0x8, Times(512, '-'), "0 " + Times(512, '-')}};
+  // clang-format on
+  for (const auto& row : rows) EXPECT_EQ(Checked(row.text.c_str(), row.flags), row.wanted) << row.flags;
+  EXPECT_EQ(Checked(nullptr, 0x4000010), "3 SK_STR_NULL");
+  EXPECT_EQ(Checked(nullptr, 0x2000001), "0 NOVALUE");
+}
+
+TEST(Validation, IdsAndNumbers) {
+  constexpr char kUnended[] = {'a', 'b', 'c'};
+  const auto checked = [](const char* text, uint32_t length) {
+    const CheckedDocumentId id = CheckDocumentId(text, length);
+    return !id.isAccepted ? "refused" : id.text.data() == nullptr ? "none" : "id " + std::string(id.text);
+  };
+  EXPECT_EQ(checked(nullptr, 0xffffffff), "none");
+  EXPECT_EQ(checked("", 5), "id ");
+  EXPECT_EQ(checked("abc", 2), "id ab");
+  EXPECT_EQ(checked("a\0c", 3), "id a");
+  EXPECT_EQ(checked(kUnended, 3), "id abc");
+  EXPECT_EQ(checked("abc", 0x7fffffff), "id abc");
+  EXPECT_EQ(checked("abc", 0x80000000), "refused");
+  EXPECT_TRUE(IsOptInValue(-1) && IsOptInValue(0) && IsOptInValue(1) && IsGroupId(0, 5) && IsGroupId(5, 5));
+  EXPECT_FALSE(IsOptInValue(-2) || IsOptInValue(2) || IsGroupId(-1, 5) || IsGroupId(6, 5));
+}
+
+}  // namespace vantra::api
