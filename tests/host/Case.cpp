@@ -1,0 +1,203 @@
+#include "Case.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+
+namespace vantra::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::wstring_view kCases = L"Software\\VantraTests\\";
+
+struct World {
+  std::string name;
+  Path folder;
+  HKEY hives[2]{};
+  std::atomic<int64_t>* progress = nullptr;
+};
+
+std::optional<World> world;
+
+HKEY CreateKey(HKEY parent, std::wstring_view path) {
+  HKEY key = nullptr;
+  RegCreateKeyExW(parent, std::wstring(path).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
+  return key;
+}
+
+struct CloseKey {
+  void operator()(HKEY key) const { RegCloseKey(key); }
+};
+using Key = std::unique_ptr<HKEY__, CloseKey>;
+
+Key OpenKey(HKEY parent, std::wstring_view path) {
+  HKEY key = nullptr;
+  RegOpenKeyExW(parent, std::wstring(path).c_str(), 0, KEY_READ, &key);
+  return Key(key);
+}
+
+HKEY Root(Hive hive) { return world->hives[static_cast<int>(hive)]; }
+
+// Opens what all processes of the case share.
+void Enter(const std::string& name, Path folder) {
+  world = {.name = name, .folder = std::move(folder)};
+  for (const Hive hive : {Hive::kUser, Hive::kMachine}) {
+    const wchar_t* const suffix = hive == Hive::kUser ? L"\\user" : L"\\machine";
+    world->hives[static_cast<int>(hive)] =
+        CreateKey(HKEY_CURRENT_USER, std::wstring(kCases).append(Wide(name)).append(suffix));
+  }
+  const HANDLE section =
+      CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, Wide(name).c_str());
+  world->progress = static_cast<std::atomic<int64_t>*>(MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, 0));
+}
+
+Path Executable() {
+  wchar_t path[MAX_PATH];
+  return {std::wstring(path, GetModuleFileNameW(nullptr, path, MAX_PATH))};
+}
+
+// The same file under another name; a copy where the two folders are on different volumes.
+void Place(const Path& from, const Path& to) {
+  std::error_code error;
+  fs::create_hard_link(from, to, error);
+  if (error) fs::copy_file(from, to);
+}
+
+std::string Describe(DWORD type, const std::string& bytes) {
+  if (type == REG_DWORD) return "dword:" + std::to_string(*reinterpret_cast<const DWORD*>(bytes.data()));
+  if (type == REG_BINARY) return "binary:" + bytes;
+  const auto* const text = reinterpret_cast<const wchar_t*>(bytes.data());
+  const size_t length = bytes.size() / sizeof(wchar_t);
+  // Without the terminator that a text must have; one that lacks it shows.
+  if (length == 0 || text[length - 1] != L'\0') return "unterminated:" + Utf8({text, length});
+  return (type == REG_SZ ? "sz:" : type == REG_EXPAND_SZ ? "expand:" : "other:") + Utf8({text, length - 1});
+}
+
+void ListInto(HKEY key, const std::string& path, std::vector<std::string>& lines) {
+  wchar_t name[512];
+  DWORD length = 512, size = 65'536, type, index = 0;
+  std::string bytes(size, '\0');
+  while (RegEnumValueW(key, index, name, &length, nullptr, &type, reinterpret_cast<BYTE*>(bytes.data()),
+                       &size) == ERROR_SUCCESS) {
+    lines.push_back(path + Utf8({name, length}) + "=" + Describe(type, bytes.substr(0, size)));
+    ++index, length = 512, size = 65'536;
+  }
+  if (index == 0 && !path.empty()) lines.push_back(path);
+  length = 512;
+  for (index = 0; RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) == 0;
+       ++index) {
+    ListInto(OpenKey(key, name).get(), path + Utf8({name, length}) + "\\", lines);
+    length = 512;
+  }
+}
+
+}  // namespace
+
+void EnterNewCase() {
+  static int count = 0;
+  const std::string name = "vantra-" + std::to_string(GetCurrentProcessId()) + "-" +
+                           std::to_string(GetTickCount64()) + "-" + std::to_string(++count);
+  Enter(name, fs::temp_directory_path() / name);
+  fs::create_directories(Logs());
+  Place(Executable(), CaseFolder() / "host.exe");
+  for (const char* file : {"Vantra.dll", "Sendrix2.exe"}) {
+    Place(Executable().parent_path() / file, CaseFolder() / file);
+  }
+  SetValue(Hive::kUser, "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
+           "AppData", "sz:" + AppData().string());
+  // The digests come from a provider that the machine's hive names.
+  constexpr wchar_t kProviders[] = L"Software\\Microsoft\\Cryptography";
+  RegCopyTreeW(OpenKey(HKEY_LOCAL_MACHINE, kProviders).get(), nullptr,
+               Key(CreateKey(Root(Hive::kMachine), kProviders)).get());
+}
+
+void LeaveCase() {
+  for (const HKEY hive : world->hives) RegCloseKey(hive);
+  RegDeleteTreeW(HKEY_CURRENT_USER, std::wstring(kCases).append(Wide(world->name)).c_str());
+  std::error_code ignored;
+  fs::remove_all(world->folder, ignored);
+  world.reset();
+}
+
+void EnterCaseAsHost(const std::string& name) {
+  Enter(name, Executable().parent_path());
+  RegOverridePredefKey(HKEY_CURRENT_USER, Root(Hive::kUser));
+  RegOverridePredefKey(HKEY_LOCAL_MACHINE, Root(Hive::kMachine));
+}
+
+const std::string& CaseName() { return world->name; }
+Path CaseFolder() { return world->folder; }
+Path AppData() { return CaseFolder() / "AppData"; }
+Path AgentFolder() { return AppData() / "Tolvex" / "Sendrix2"; }
+Path Logs() { return AgentFolder() / "Logs"; }
+std::atomic<int64_t>& Progress() { return *world->progress; }
+
+std::string ReadFile(const Path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void WriteFile(const Path& path, std::string_view content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+std::vector<std::string> FilesIn(const Path& folder) {
+  std::vector<std::string> names;
+  std::error_code ignored;
+  for (const auto& entry : fs::directory_iterator(folder, ignored)) {
+    names.push_back(Utf8(entry.path().filename().native()));
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+void SetValue(Hive hive, std::string_view key, std::string_view name, std::string_view value) {
+  const std::string_view type = value.substr(0, value.find(':'));
+  const std::string content(value.substr(type.size() + 1));
+  const std::wstring text = Wide(content);
+  const DWORD number = type == "dword" ? std::stoul(content) : 0;
+  const auto set = [&](DWORD kind, const void* data, size_t size) {
+    RegSetValueExW(Key(CreateKey(Root(hive), Wide(key))).get(), Wide(name).c_str(), 0, kind,
+                   static_cast<const BYTE*>(data), static_cast<DWORD>(size));
+  };
+  if (type == "dword") return set(REG_DWORD, &number, sizeof number);
+  if (type == "binary") return set(REG_BINARY, content.data(), content.size());
+  set(type == "expand" ? REG_EXPAND_SZ : REG_SZ, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
+}
+
+std::string GetValue(Hive hive, std::string_view key, std::string_view name) {
+  const std::string start = std::string(name) + "=";
+  for (const std::string& line : ListValues(hive, key)) {
+    if (line.starts_with(start)) return line.substr(start.size());
+  }
+  return {};
+}
+
+std::vector<std::string> ListValues(Hive hive, std::string_view key) {
+  std::vector<std::string> lines;
+  if (const Key opened = OpenKey(Root(hive), Wide(key))) ListInto(opened.get(), {}, lines);
+  std::sort(lines.begin(), lines.end());
+  return lines;
+}
+
+std::wstring Wide(std::string_view utf8) {
+  const auto length = static_cast<int>(utf8.size());
+  std::wstring wide(utf8.size(), L'\0');
+  wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, wide.data(), length)));
+  return wide;
+}
+
+std::string Utf8(std::wstring_view wide) {
+  const auto length = static_cast<int>(wide.size());
+  std::string utf8(wide.size() * 3, '\0');
+  utf8.resize(static_cast<size_t>(
+      WideCharToMultiByte(CP_UTF8, 0, wide.data(), length, utf8.data(), length * 3, nullptr, nullptr)));
+  return utf8;
+}
+
+}  // namespace vantra::test

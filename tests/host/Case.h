@@ -1,0 +1,49 @@
+// The world of one test case: an empty folder for the host and its profile, registry hives, and a counter
+// that outlives a killed host. The same functions serve the test and the hosts that it starts.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantra::test {
+
+using Path = std::filesystem::path;
+
+inline constexpr std::string_view kUsage = "Software\\Tolvex\\CommonFiles\\Usage";
+inline constexpr std::string_view kPolicy = "SOFTWARE\\Policies\\Tolvex\\ORPIX";
+
+// Makes a new world the current one, with Vantra.dll, the stand-in agent and the folder of documents in it.
+void EnterNewCase();
+void LeaveCase();
+// In a host: makes the world of that name the current one and puts its hives in place of the user's and the
+// machine's.
+void EnterCaseAsHost(const std::string& name);
+
+[[nodiscard]] const std::string& CaseName();
+[[nodiscard]] Path CaseFolder();   // where host.exe, Vantra.dll and Sendrix2.exe lie
+[[nodiscard]] Path AppData();      // the profile's roaming folder
+[[nodiscard]] Path AgentFolder();  // the agent's data folder
+[[nodiscard]] Path Logs();         // the documents' folder
+[[nodiscard]] std::atomic<int64_t>& Progress();
+
+[[nodiscard]] std::string ReadFile(const Path& path);  // empty when there is none
+void WriteFile(const Path& path, std::string_view content);
+[[nodiscard]] std::vector<std::string> FilesIn(const Path& folder);  // names, sorted
+
+enum class Hive { kUser, kMachine };
+
+// Values are written as type and content: "sz:text", "expand:text", "dword:7", "binary:bytes".
+void SetValue(Hive hive, std::string_view key, std::string_view name, std::string_view value);
+// Empty when there is no such value.
+[[nodiscard]] std::string GetValue(Hive hive, std::string_view key, std::string_view name);
+// "subkey\name=value" for each value below the key, sorted; for each key without values "subkey\".
+[[nodiscard]] std::vector<std::string> ListValues(Hive hive, std::string_view key);
+
+[[nodiscard]] std::wstring Wide(std::string_view utf8);
+[[nodiscard]] std::string Utf8(std::wstring_view wide);
+
+}  // namespace vantra::test

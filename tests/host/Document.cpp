@@ -1,0 +1,125 @@
+#include "Document.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace vantra::test {
+namespace {
+
+constexpr std::string_view kMarker = "R-M$ke#$vQPo5lupadix";
+constexpr std::string_view kTime = "dddd-dd-ddTdd:dd:ddZ";
+constexpr std::string_view kGuid = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
+
+// Whether the text begins as the pattern says, d standing for a digit and x for a lower-case hexadecimal one.
+bool Begins(std::string_view text, std::string_view pattern) {
+  const auto fits = [](char p, char c) {
+    const bool isDigit = c >= '0' && c <= '9';
+    return p == 'd' ? isDigit : p == 'x' ? isDigit || (c >= 'a' && c <= 'f') : p == c;
+  };
+  return text.size() >= pattern.size() && std::equal(pattern.begin(), pattern.end(), text.begin(), fits);
+}
+
+// Cuts what lies before the separator off the text, all of it when there is none.
+std::string_view Take(std::string_view& text, std::string_view separator) {
+  const size_t end = text.find(separator);
+  const std::string_view taken = text.substr(0, end);
+  text.remove_prefix(end == std::string_view::npos ? text.size() : end + separator.size());
+  return taken;
+}
+
+}  // namespace
+
+std::string Record::operator[](std::string_view name) const {
+  const auto found = std::ranges::find(attributes, name, &std::pair<std::string, std::string>::first);
+  return found == attributes.end() ? std::string() : found->second;
+}
+
+std::string ReadDocument(const Path& path) {
+  std::string text = ReadFile(path);
+  const bool isObfuscated = text.starts_with(kMarker);
+  EXPECT_TRUE(path.extension() == ".tmp" || isObfuscated == (path.extension() == ".rdy")) << path;
+  if (!isObfuscated) return text;
+  text.erase(0, kMarker.size());
+  for (char& c : text) {
+    if (c >= '!' && c <= '~') c = static_cast<char>('!' + (c - '!' + 47) % 94);
+  }
+  return text;
+}
+
+std::vector<std::string> Documents() {
+  std::vector<std::string> names = FilesIn(Logs());
+  std::erase_if(names, [](const std::string& name) { return name.starts_with("ulog_SkylampOptin"); });
+  return names;
+}
+
+std::string OnlyDocument() {
+  const std::vector<std::string> names = Documents();
+  EXPECT_EQ(names.size(), 1u) << testing::PrintToString(names);
+  return names.size() == 1 ? ReadDocument(Logs() / Wide(names[0])) : std::string();
+}
+
+std::vector<Record> Records(std::string_view document) {
+  std::vector<Record> records;
+  while (!document.empty()) {
+    std::string_view line = Take(document, " />\n");
+    line.remove_prefix(std::min(line.size(), line.find_last_of('<') + 1));
+    Record record{.element = std::string(Take(line, " ")), .attributes = {}};
+    while (!line.empty()) {
+      const std::string name(Take(line, "=\""));
+      record.attributes.emplace_back(name, Take(line, "\""));
+      Take(line, " ");
+    }
+    if (!record.attributes.empty()) records.push_back(std::move(record));
+  }
+  return records;
+}
+
+std::string Normalised(std::string_view text) {
+  std::vector<std::string_view> ids;
+  std::string normalised;
+  while (!text.empty()) {
+    if (Begins(text, kTime)) {
+      normalised += "TIME";
+      text.remove_prefix(kTime.size());
+    } else if (Begins(text, kGuid)) {
+      const auto known = std::ranges::find(ids, text.substr(0, kGuid.size()));
+      normalised += "ID" + std::to_string(known - ids.begin() + 1);
+      if (known == ids.end()) ids.push_back(text.substr(0, kGuid.size()));
+      text.remove_prefix(kGuid.size());
+    } else {
+      normalised += text.front();
+      text.remove_prefix(1);
+    }
+  }
+  return normalised;
+}
+
+std::vector<std::string> AgentStarts() {
+  std::vector<std::string> lines;
+  for (const std::string& name : FilesIn(CaseFolder())) {
+    if (name.ends_with(".agent")) lines.push_back(ReadFile(CaseFolder() / name));
+  }
+  return lines;
+}
+
+std::string RawLog() { return ReadFile(AppData() / "Tolvex" / "Skylamp" / "SKLog-Vantra.txt"); }
+
+void SwitchLogOn(std::string_view config) { WriteFile(CaseFolder() / "SKLog.config", config); }
+
+std::vector<std::string> LogLines() {
+  const std::string log = RawLog();
+  std::vector<std::string> lines;
+  for (std::string_view rest = log; !rest.empty();) {
+    std::string_view line = Take(rest, "\r\n");
+    const std::string_view level = Take(line, "] | PID:").substr(1);
+    Take(line, " | VALUE:");
+    const std::string_view message = Take(line, " | DETAIL:File:..\\");
+    const std::string_view unit = Take(line, " LINE:");
+    lines.push_back(
+        std::string(level).append(" ").append(message).append(" @").append(unit).append(":").append(line));
+  }
+  return lines;
+}
+
+}  // namespace vantra::test

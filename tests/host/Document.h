@@ -1,0 +1,44 @@
+// Reading what the library left behind.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Case.h"
+
+namespace vantra::test {
+
+// A record of a document, its attributes in the order written.
+struct Record {
+  std::string element;
+  std::vector<std::pair<std::string, std::string>> attributes;
+
+  // Value of an attribute; empty when there is none.
+  [[nodiscard]] std::string operator[](std::string_view name) const;
+};
+
+// The text of a document, made plain when it is obfuscated. What starts with the marker and does not end in
+// .rdy, or the other way round, fails the test; an open .tmp may be either.
+[[nodiscard]] std::string ReadDocument(const Path& path);
+
+// Names of what lies in Logs, without the reports of a changed opt-in.
+[[nodiscard]] std::vector<std::string> Documents();
+// The text of the only one of them.
+[[nodiscard]] std::string OnlyDocument();
+
+[[nodiscard]] std::vector<Record> Records(std::string_view document);
+
+// The text with TIME for every time stamp, and ID1, ID2, ... for GUIDs, numbered as they first appear.
+[[nodiscard]] std::string Normalised(std::string_view text);
+
+// The command line of each start of the stand-in agent.
+[[nodiscard]] std::vector<std::string> AgentStarts();
+
+// The diagnostic log as lines "LEVEL message @unit:line", and as it is.
+[[nodiscard]] std::vector<std::string> LogLines();
+[[nodiscard]] std::string RawLog();
+void SwitchLogOn(std::string_view config = "");
+
+}  // namespace vantra::test
