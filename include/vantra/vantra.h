@@ -28,7 +28,7 @@
  *   no information.
  * - Any thread may call at any time; calls are serialised by one lock inside the process.
  * - Text beyond a limit is cut to the limit and the call goes on; a cut or a refusal inside a session is
- *   itself recorded in the document, as a "ValidationErrors" group.
+ *   itself recorded in the document, as a "ValidationErrors" group (NULL is refused without one).
  * - "Identifier" means: at most 128 bytes of ASCII letters, digits and '_', beginning with a letter. Other
  *   bytes become '_', and a text that does not begin with a letter gets the prefix "SK_".
  * - Without consent no usage data is written: UTStartSession refuses, and every other session call then

@@ -7,6 +7,7 @@
 
 #include "api/Messages.h"
 #include "api/Mutex.h"
+#include "util/GlobalItems.h"
 
 namespace vantra::api {
 
@@ -22,10 +23,10 @@ class Frame {
   MutexScope lock_;
 };
 
-// Log at DEBUG (Trace and TraceValue: at INFO), with the value behind the message. Cheap while logging is
-// off.
+// Trace logs at INFO, Report at DEBUG, with the value behind the message. Cheap while logging is off.
 void Trace(const Message& message) noexcept;
-void TraceValue(const Message& message, std::string_view value) noexcept;
+void Trace(const Message& message, int64_t number) noexcept;
+void Trace(const Message& message, std::string_view usageKey, int64_t optIn) noexcept;
 void Report(const Message& message) noexcept;
 void Report(const Message& message, std::string_view value) noexcept;
 void Report(const Message& message, int64_t number) noexcept;
@@ -39,10 +40,12 @@ struct ExportRow {
 // Logs for the unit of the exports, at DEBUG.
 void ReportException(const Message& message) noexcept;
 
-// The export's own result, or the failure of its row when anything is thrown. Hardware faults are not caught:
-// they go on to the process's filter.
+// The export's own result, or the failure of its row when anything is thrown, and when a host calls as the
+// process ends, after the library has been torn down. Hardware faults are not caught: they go on to the
+// process's filter.
 template <class Work>
 int32_t Guard(const ExportRow& row, Work&& work) noexcept {
+  if (util::GlobalItems::AreReleased()) return row.failure;
   try {
     return work();
   } catch (...) {

@@ -4,11 +4,24 @@
 
 namespace vantra::api {
 
-Mutex* CreateMutexItem() { return &util::GlobalItems::Instance().Add(std::unique_ptr<Mutex>(new Mutex)); }
+Mutex* CreateMutexItem() noexcept {
+  try {
+    return &util::GlobalItems::Instance().Add(std::unique_ptr<Mutex>(new Mutex));
+  } catch (...) {
+    return nullptr;
+  }
+}
 
 namespace {
 
-Mutex* instance = CreateMutexItem();
+constinit Mutex* instance = nullptr;
+
+struct Initialiser {
+  Initialiser() noexcept { instance = CreateMutexItem(); }
+};
+
+// Before the loggers, and so before them in the order of deletion.
+[[gnu::init_priority(200)]] const Initialiser initialiser;
 
 }  // namespace
 

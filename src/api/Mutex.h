@@ -17,7 +17,7 @@ class Mutex : public util::GlobalItem {
   void Unlock() noexcept { LeaveCriticalSection(&section_); }
 
  private:
-  friend Mutex* CreateMutexItem();
+  friend Mutex* CreateMutexItem() noexcept;
   Mutex() noexcept { InitializeCriticalSection(&section_); }
 
   CRITICAL_SECTION section_;

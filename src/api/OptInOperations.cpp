@@ -11,7 +11,6 @@
 namespace vantra::api {
 namespace {
 
-constexpr std::string_view kOptInName = "OptIn";
 constexpr std::string_view kDateName = "Date";
 
 // Keeps the consent state in step with what was read or stored, when that concerns the stored key.
@@ -19,13 +18,13 @@ void Refresh(const Message& message, std::string_view key, int32_t value) {
   settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
   if (key != policy.UsageKey()) return;
   policy.SetOptIn(value);
-  TraceValue(message, std::string(key) + "value: " + std::to_string(value));
+  Trace(message, key, value);
 }
 
 // A reset is done when no choice is left, whether or not there was one to delete.
 bool Store(std::string_view key, int32_t value) {
   if (settings::SetOptIn(key, value)) return true;
-  return value == settings::kUndecided && !settings::HasProductValue(key, kOptInName);
+  return value == settings::kUndecided && settings::IsOptInReset(key);
 }
 
 std::string_view OptInWord(int32_t value) noexcept {

@@ -90,8 +90,8 @@ int32_t UTCloseSession(void** session) {
 
 int32_t UTGetOptIn(void) {
   int32_t value = -1;
-  Guard(kGetOptIn, [&] { return WrapperUTGetOptIn(&value); });
-  return value;
+  const int32_t result = Guard(kGetOptIn, [&] { return WrapperUTGetOptIn(&value); });
+  return result == kSuccess ? value : -1;
 }
 
 int32_t UTSetOptIn(int32_t value) {
@@ -100,8 +100,8 @@ int32_t UTSetOptIn(int32_t value) {
 
 int32_t UTOptInGet(const char* pcUsagekey) {
   int32_t value = -1;
-  Guard(kOptInGet, [&] { return WrapperUTOptInGet(pcUsagekey, &value); });
-  return value;
+  const int32_t result = Guard(kOptInGet, [&] { return WrapperUTOptInGet(pcUsagekey, &value); });
+  return result == kSuccess ? value : -1;
 }
 
 int32_t UTOptInSet(const char* pcUsagekey, int32_t value) {

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "util/Ascii.h"
+#include "util/Blocks.h"
 
 namespace vantra::api {
 namespace {
@@ -23,11 +24,21 @@ constexpr std::array<bool, 256> kIdentifierBytes = [] {
 
 constexpr bool IsIdentifierByte(char c) noexcept { return kIdentifierBytes[static_cast<unsigned char>(c)]; }
 
-// The length, or limit when it is beyond that. Reads no further.
-size_t BoundedLength(const char* text, size_t limit) noexcept {
-  size_t length = 0;
-  while (length < limit && text[length] != '\0') ++length;
-  return length;
+// Whether the text may stay as it is: only letters, digits and underscores.
+bool IsIdentifierText(const char* text, size_t size) noexcept {
+  for (size_t done = 0; done < size; done += util::kBlock) {
+    const __m128i block = util::LoadBlock(text + done, size - done);
+    const auto isWithin = [](__m128i bytes, char first, char count) {
+      const __m128i offset = _mm_sub_epi8(bytes, _mm_set1_epi8(first));
+      return _mm_cmpeq_epi8(_mm_min_epu8(offset, _mm_set1_epi8(static_cast<char>(count - 1))), offset);
+    };
+    const __m128i isLetter = isWithin(_mm_or_si128(block, _mm_set1_epi8('a' - 'A')), 'a', 26);
+    const __m128i isDigit = isWithin(block, '0', 10);
+    const __m128i isUnderscore = _mm_cmpeq_epi8(block, _mm_set1_epi8('_'));
+    const unsigned allowed = util::Bits(_mm_or_si128(isLetter, _mm_or_si128(isDigit, isUnderscore)));
+    if ((~allowed & util::TextBits(size - done)) != 0) return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -61,20 +72,18 @@ CheckedText::CheckedText(const char* text, const TextCheck& check) noexcept {
 }
 
 void CheckedText::ApplyLimit(const char* text, size_t limit) noexcept {
-  const size_t length = BoundedLength(text, limit + 1);
+  const size_t length = util::BoundedLength(text, limit + 1);
   value_ = {text, std::min(length, limit)};
   if (length > limit) code_ = TextCode::kCut;
 }
 
 void CheckedText::ApplyIdentifier(const char* text, size_t limit) noexcept {
   const std::string_view prefix = util::IsAsciiLetter(*text) ? std::string_view() : kPrefix;
-  size_t length = 0;
-  while (length <= limit && IsIdentifierByte(text[length])) ++length;
-  if (prefix.empty() && length <= limit && text[length] == '\0') {
+  size_t length = util::BoundedLength(text, limit + 1);
+  if (prefix.empty() && length <= limit && IsIdentifierText(text, length)) {
     value_ = {text, length};
     return;
   }
-  length = BoundedLength(text, limit + 1);
   if (prefix.size() + length > limit) code_ = TextCode::kCut;
   length = std::min(length, limit - prefix.size());
   prefix.copy(repaired_, prefix.size());
@@ -84,7 +93,7 @@ void CheckedText::ApplyIdentifier(const char* text, size_t limit) noexcept {
 }
 
 void CheckedText::ApplyName(const char* text, size_t limit) noexcept {
-  const size_t length = BoundedLength(text, limit + 1);
+  const size_t length = util::BoundedLength(text, limit + 1);
   if (length > limit) code_ = TextCode::kCut;
   const size_t kept = std::min(length, limit);
   std::transform(text, text + kept, repaired_,
@@ -95,7 +104,7 @@ void CheckedText::ApplyName(const char* text, size_t limit) noexcept {
 CheckedDocumentId CheckDocumentId(const char* text, uint32_t length) noexcept {
   if (text == nullptr) return {true, {}};
   if (length > kLongestDocumentId) return {false, {}};
-  return {true, {text, BoundedLength(text, length)}};
+  return {true, {text, util::BoundedLength(text, length)}};
 }
 
 }  // namespace vantra::api

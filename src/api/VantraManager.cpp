@@ -30,14 +30,20 @@ session::UsageSession* VantraManager::Add(std::unique_ptr<session::UsageSession>
   return session.release();
 }
 
-session::UsageSession* VantraManager::Find(const void* handle) const noexcept {
-  const auto place = places_.find(handle);
-  return place == places_.end() ? nullptr : *place->second;
+session::UsageSession* VantraManager::Find(const void* handle) noexcept {
+  if (handle == nullptr) return nullptr;
+  if (handle != latest_) {
+    const auto place = places_.find(handle);
+    if (place == places_.end()) return nullptr;
+    latest_ = *place->second;
+  }
+  return latest_;
 }
 
 std::unique_ptr<session::UsageSession> VantraManager::Remove(const void* handle) noexcept {
   const auto place = places_.find(handle);
   if (place == places_.end()) return nullptr;
+  if (handle == latest_) latest_ = nullptr;
   std::unique_ptr<session::UsageSession> session(*place->second);
   sessions_.erase(place->second);
   places_.erase(place);

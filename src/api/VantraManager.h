@@ -20,7 +20,7 @@ class VantraManager : public util::GlobalItem {
   session::UsageSession* Add(std::unique_ptr<session::UsageSession> session);
 
   // NULL unless the handle is that of an open session. A handle is only compared, never followed.
-  [[nodiscard]] session::UsageSession* Find(const void* handle) const noexcept;
+  [[nodiscard]] session::UsageSession* Find(const void* handle) noexcept;
 
   // Gives the session back; nothing when the handle is not in the list.
   std::unique_ptr<session::UsageSession> Remove(const void* handle) noexcept;
@@ -34,6 +34,8 @@ class VantraManager : public util::GlobalItem {
   session::SessionList sessions_;
   // Where each handle stands in the list, so that a call costs the same however many sessions are open.
   std::unordered_map<const void*, session::SessionList::iterator> places_;
+  // The last handle that was found: hosts make many calls about one session in a row.
+  session::UsageSession* latest_ = nullptr;
 };
 
 }  // namespace vantra::api

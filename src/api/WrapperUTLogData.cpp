@@ -1,7 +1,5 @@
 #include "api/WrapperUTLogData.h"
 
-#include <charconv>
-#include <optional>
 #include <string_view>
 
 #include "api/DemographicOperations.h"
@@ -80,9 +78,9 @@ int32_t WrapperUTAddToSession(void* session, const char* pcKey, const char* pcVa
   const Frame frame(entry::kAddToSession);
   UsageSession* const open = FindSession(session, progress::kAddToSessionValid);
   if (open == nullptr) return kFailure;
-  const CheckedArgument key(open, pcKey, kKeyCheck, refusal::kSessionKey);
+  const CheckedArgument key(open, pcKey, kKeyCheck, refusal::kKey);
   if (!key.IsAccepted()) return kFailure;
-  const CheckedArgument value(open, pcValue, kValueCheck, refusal::kSessionValue);
+  const CheckedArgument value(open, pcValue, kValueCheck, refusal::kValue);
   if (!value.IsAccepted()) return kFailure;
   open->AddToGroup(open->SessionGroup(), key.Value(), value.Value());
   return kSuccess;
@@ -94,10 +92,10 @@ int32_t WrapperUTLogEvent(void* session, const char* pcCategory, const char* pcS
   UsageSession* const open = FindSession(session, progress::kLogEventValid);
   if (open == nullptr) return kFailure;
   const CheckedDocumentId document = CheckDocumentId(docId, docIdLength);
-  if (!document.isAccepted) return Result(false, refusal::kEventDocId);
-  const CheckedArgument category(open, pcCategory, kLabelCheck, refusal::kEventCategory);
+  if (!document.isAccepted) return Result(false, refusal::kDocId);
+  const CheckedArgument category(open, pcCategory, kLabelCheck, refusal::kCategory);
   if (!category.IsAccepted()) return kFailure;
-  const CheckedArgument subcategory(open, pcSubCategory, kLabelCheck, refusal::kEventSubCategory);
+  const CheckedArgument subcategory(open, pcSubCategory, kLabelCheck, refusal::kSubCategory);
   if (!subcategory.IsAccepted()) return kFailure;
   const CheckedArgument name(open, pcEventName, kEventNameCheck, refusal::kEventName);
   if (!name.IsAccepted()) return kFailure;
@@ -115,10 +113,10 @@ int32_t WrapperUTNewDataGroup(void* session, const char* pcCategory, const char*
   UsageSession* const open = FindSession(session, progress::kNewDataGroupValid);
   if (open == nullptr) return kFailure;
   const CheckedDocumentId document = CheckDocumentId(docId, docIdLength);
-  if (!document.isAccepted) return Result(false, refusal::kGroupDocId);
-  const CheckedArgument category(open, pcCategory, kKeyCheck, refusal::kGroupCategory);
+  if (!document.isAccepted) return Result(false, refusal::kDocId);
+  const CheckedArgument category(open, pcCategory, kKeyCheck, refusal::kCategory);
   if (!category.IsAccepted()) return kFailure;
-  const CheckedArgument subcategory(open, pcSubCategory, kLabelCheck, refusal::kGroupSubCategory);
+  const CheckedArgument subcategory(open, pcSubCategory, kLabelCheck, refusal::kSubCategory);
   if (!subcategory.IsAccepted()) return kFailure;
   const CheckedArgument name(open, pcGroupName, kGroupNameCheck, refusal::kGroupName);
   if (!name.IsAccepted()) return kFailure;
@@ -134,9 +132,9 @@ int32_t WrapperUTAddToGroup(void* session, uint32_t groupId, const char* pcKey, 
   const Frame frame(entry::kAddToGroup);
   UsageSession* const open = FindSession(session, progress::kAddToGroupValid);
   if (open == nullptr) return kFailure;
-  const CheckedArgument key(open, pcKey, kKeyCheck, refusal::kGroupKey);
+  const CheckedArgument key(open, pcKey, kKeyCheck, refusal::kKey);
   if (!key.IsAccepted()) return kFailure;
-  const CheckedArgument value(open, pcValue, kValueCheck, refusal::kGroupValue);
+  const CheckedArgument value(open, pcValue, kValueCheck, refusal::kValue);
   if (!value.IsAccepted()) return kFailure;
   return Result(AddToGroup(open, groupId, key.Value(), value.Value()));
 }
@@ -194,8 +192,7 @@ int32_t WrapperUTSetNonDefaultDemographic(const char* pcSubkey, const char* pcKe
 int32_t WrapperUTSetSerializationState(int32_t state) {
   const Frame frame(entry::kSetSerializationState);
   settings::OptInPolicy::Instance().SetReleaseState(state);
-  char text[12];
-  TraceValue(values::kSerializationState, {text, std::to_chars(text, text + sizeof text, state).ptr});
+  Trace(values::kSerializationState, state);
   return kSuccess;
 }
 

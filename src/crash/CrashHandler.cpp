@@ -27,9 +27,39 @@ struct State {
   // Known once the entry has been patched.
   BYTE* entry = nullptr;
   BYTE savedBytes[20] = {};
-  MiniSessionBuffers buffers{};
 };
 constinit State state;
+
+// Threads may crash together; each that finds a set free records. What does not find one lets the process
+// die.
+struct CrashBuffers {
+  volatile LONG isTaken = FALSE;
+  MiniSessionBuffers buffers{};
+};
+constinit CrashBuffers crashBuffers[4];
+
+class TakenBuffers {
+ public:
+  TakenBuffers() noexcept {
+    for (CrashBuffers& set : crashBuffers) {
+      if (InterlockedExchange(&set.isTaken, TRUE) != FALSE) continue;
+      set_ = &set;
+      return;
+    }
+  }
+  TakenBuffers(const TakenBuffers&) = delete;
+  TakenBuffers& operator=(const TakenBuffers&) = delete;
+  ~TakenBuffers() {
+    if (set_ != nullptr) InterlockedExchange(&set_->isTaken, FALSE);
+  }
+
+  [[nodiscard]] MiniSessionBuffers* Get() const noexcept {
+    return set_ == nullptr ? nullptr : &set_->buffers;
+  }
+
+ private:
+  CrashBuffers* set_ = nullptr;
+};
 
 void Log(std::string_view step, int line) noexcept { logger->Info(step, "..\\CrashHandler", line); }
 
@@ -45,6 +75,14 @@ void MakePatch(BYTE (&patch)[kPatchSize]) noexcept {
   patch[10] = 0x41;
   patch[11] = 0xFF;
   patch[12] = 0xE3;
+}
+
+// Whether the entry holds such a patch with another target: that of a second copy of the library, loaded by
+// another part of the host. It protects our filter as well, and to save it as the entry's own bytes would
+// bring it back when the other copy is long gone.
+bool IsPatchedByAnother(const BYTE* entry, const BYTE (&patch)[kPatchSize]) noexcept {
+  return std::memcmp(entry, patch, 2) == 0 && std::memcmp(entry + 10, patch + 10, 3) == 0 &&
+         std::memcmp(entry + 2, patch + 2, sizeof(uintptr_t)) != 0;
 }
 
 // Makes the entry's bytes writable for as long as it lives.
@@ -117,9 +155,11 @@ int PreventSetUnhandledExceptionFilter() {
     BYTE patch[kPatchSize];
     MakePatch(patch);
     // A second pass finds the patch in place; what it stands for must not be lost.
-    if (std::memcmp(entry, patch, kPatchSize) != 0) std::memcpy(state.savedBytes, entry, kPatchSize);
-    written = writable.Write(patch);
-    if (written != 0) state.entry = entry;
+    if (!IsPatchedByAnother(entry, patch)) {
+      if (std::memcmp(entry, patch, kPatchSize) != 0) std::memcpy(state.savedBytes, entry, kPatchSize);
+      written = writable.Write(patch);
+      if (written != 0) state.entry = entry;
+    }
   }
   Log("PreventSetUnhandledExceptionFilter() - Exit", 118);
   return written;
@@ -162,12 +202,14 @@ void LogCrashInfo(const EXCEPTION_POINTERS* exception) {
   Log(kStep, 183);
   if (exception == nullptr) return;
   Log(kStep, 189);
+  const TakenBuffers taken;
+  if (taken.Get() == nullptr) return;
   const std::string& user = settings::OptInPolicy::Instance().KnownUserIdentifier();
   for (const session::UsageSession* open : *state.openSessions) {
     Log(kStep, 194);
     const session::ProductTexts product = open->Product();
     MiniSession crash({.first = product.family, .second = product.name, .third = open->Id(), .user = user},
-                      open->File().Obfuscated(), open->File().Folder(), state.buffers);
+                      open->File().Obfuscated(), open->File().Folder(), *taken.Get());
     crash.CreateCrashFile();
   }
 }

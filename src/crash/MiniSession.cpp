@@ -1,6 +1,5 @@
 #include "crash/MiniSession.h"
 
-#include <algorithm>
 #include <charconv>
 
 #include "log/Logger.h"
@@ -13,6 +12,7 @@
 namespace vantra::crash {
 namespace {
 
+using util::Literal;
 using util::Raw;
 
 const log::LoggerPointer logger("Vantra");
@@ -25,6 +25,25 @@ constexpr int kOpenFailedLine = 186;
 constexpr int kWriteFailedLine = 197;
 
 constexpr std::string_view kSkylamp = "Skylamp";
+
+void AppendUtf8(util::TextBuffer& out, std::wstring_view text) {
+  constexpr size_t kMostBytesAUnit = 3;
+  const size_t room = text.size() * kMostBytesAUnit;
+  char* const at = out.Reserve(room);
+  out.Commit(at + WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), at,
+                                      static_cast<int>(room), nullptr, nullptr));
+}
+
+// False when the path has no room, or the name is no text.
+template <size_t N>
+bool SetPath(wchar_t (&path)[N], std::wstring_view folder, std::string_view name) {
+  if (folder.size() + 1 >= N) return false;
+  wchar_t* const at = path + folder.copy(path, folder.size());
+  const auto room = static_cast<int>(path + N - 1 - at);
+  const int length = MultiByteToWideChar(CP_UTF8, 0, name.data(), static_cast<int>(name.size()), at, room);
+  at[length] = L'\0';
+  return length != 0;
+}
 
 }  // namespace
 
@@ -67,48 +86,31 @@ int MiniSession::CreateOptInRateFile(const OptInRate& rate) {
   return 0;
 }
 
-bool MiniSession::BuildPath() {
-  wchar_t* at = buffers_.path;
-  const wchar_t* const end = at + std::size(buffers_.path) - 1;
-  const size_t folderSize = std::min(folder_.size(), std::size(buffers_.path) - 1);
-  at += folder_.copy(at, folderSize);
-
-  util::TextBuffer name(buffers_.message);
-  const bool isName =
-      session::AppendDocumentName(name, texts_.first, texts_.second, texts_.user, texts_.third);
-  util::Append(name, Raw{obfuscate_ ? ".rdy" : ".xml"});
-  const std::string_view text = name.Text();
-  const int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), at,
-                                         static_cast<int>(end - at));
-  at[length] = L'\0';
-  // A lone backslash is a folder that could not be found.
-  return isName && length != 0 && folder_.size() > 1;
-}
-
 void MiniSession::Open() {
-  if (BuildPath()) {
+  util::TextBuffer message(buffers_.message);
+  util::Append(message, Literal{"Open file: "});
+  AppendUtf8(message, folder_);
+  const size_t nameStart = message.Text().size();
+  const bool isName =
+      session::AppendDocumentName(message, texts_.first, texts_.second, texts_.user, texts_.third);
+  util::Append(message, Literal{obfuscate_ ? ".rdy" : ".xml"});
+
+  // A lone backslash is a folder that could not be found.
+  if (isName && folder_.size() > 1 && SetPath(buffers_.path, folder_, message.Text().substr(nameStart))) {
     file_.Reset(CreateFileW(buffers_.path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                             CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   }
-  if (file_) {
-    if (obfuscate_) Append(session::kObfuscationMarker);
-    return;
+  if (!file_) {
+    logger->Debug(message.Text(), kSource, kOpenFailedLine);
+  } else if (obfuscate_) {
+    Append(session::kObfuscationMarker);
   }
-  if (!logger->IsOn()) return;
-  constexpr int kMostBytesAUnit = 3;
-  util::TextBuffer message(buffers_.message);
-  util::Append(message, Raw{"Open file: "});
-  const auto room = static_cast<int>(std::size(buffers_.path)) * kMostBytesAUnit;
-  char* const at = message.Reserve(static_cast<size_t>(room));
-  const int size = WideCharToMultiByte(CP_UTF8, 0, buffers_.path, -1, at, room, nullptr, nullptr);
-  if (size > 0) message.Commit(at + size - 1);
-  logger->Debug(message.Text(), kSource, kOpenFailedLine);
 }
 
 void MiniSession::Append(std::string_view bytes) {
   if (!file_ || util::WriteAll(file_.Get(), bytes) || !logger->IsOn()) return;
   util::TextBuffer message(buffers_.message);
-  util::Append(message, Raw{"Write file: "}, Raw{bytes});
+  util::Append(message, Literal{"Write file: "}, Raw{bytes});
   logger->Debug(message.Text(), kSource, kWriteFailedLine);
 }
 

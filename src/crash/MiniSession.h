@@ -49,8 +49,6 @@ class MiniSession {
   int CreateOptInRateFile(const OptInRate& rate);
 
  private:
-  // The path in the buffers; false when there can be no such file.
-  [[nodiscard]] bool BuildPath();
   void Open();
   void Append(std::string_view bytes);
   void OpenGroup(std::string_view category, std::string_view subcategory, std::string_view name);

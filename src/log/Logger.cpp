@@ -88,13 +88,17 @@ class Logger::LoggerFile : public util::GlobalItem {
   std::ostream stream_;
 };
 
-Logger* GetLogger(std::string_view component) {
+Logger* GetLogger(std::string_view component) noexcept {
   if (created) return LoggerPointer::current;
   created = true;
-  util::GlobalItems& items = util::GlobalItems::Instance();
-  if (auto file = Logger::OpenLoggerFile(component)) {
-    std::ostream* stream = items.Add(std::move(file)).Stream();
-    LoggerPointer::current = &items.Add(std::make_unique<Logger>(stream));
+  try {
+    util::GlobalItems& items = util::GlobalItems::Instance();
+    if (auto file = Logger::OpenLoggerFile(component)) {
+      std::ostream* stream = items.Add(std::move(file)).Stream();
+      LoggerPointer::current = &items.Add(std::make_unique<Logger>(stream));
+    }
+  } catch (...) {
+    // Without memory there is no log, but there is a host.
   }
   return LoggerPointer::current;
 }

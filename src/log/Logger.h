@@ -51,7 +51,7 @@ class Logger : public util::GlobalItem {
 
  private:
   class LoggerFile;
-  friend Logger* GetLogger(std::string_view component);
+  friend Logger* GetLogger(std::string_view component) noexcept;
 
   static std::unique_ptr<LoggerFile> OpenLoggerFile(std::string_view component);
   void WriteWide(std::string_view level, std::wstring_view value, const Detail& detail) noexcept;
@@ -87,13 +87,13 @@ class NULLLogger : public Logger {
 };
 
 // The one logger, made on the first call, whose component names the log file. Owned by the global items.
-Logger* GetLogger(std::string_view component);
+Logger* GetLogger(std::string_view component) noexcept;
 
 // What each source file that logs holds: fills during static initialisation, and reaches a logger that does
 // nothing before the one logger is made and after it is gone.
 class LoggerPointer {
  public:
-  explicit LoggerPointer(std::string_view component) { GetLogger(component); }
+  explicit LoggerPointer(std::string_view component) noexcept { GetLogger(component); }
 
   [[nodiscard]] Logger* operator->() const noexcept { return current; }
 

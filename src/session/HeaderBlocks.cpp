@@ -58,9 +58,9 @@ class KnownAnswers : public util::GlobalItem {
   ~KnownAnswers() override { instance = nullptr; }
 
   const std::string& To(const Entry& entry) {
-    const auto [answer, isNew] = answers_.try_emplace(entry.name);
-    if (isNew) answer->second = entry.probe();
-    return answer->second;
+    std::string& answer = answers_[entry.name];
+    if (answer.empty()) answer = entry.probe();
+    return answer;
   }
 
  private:

@@ -35,6 +35,7 @@ bool SessionFile::Open() {
   if (!IsFolderKnown() || stem_.empty() || !util::IsFolder(folder_)) return false;
   path_ = PathWithExtension(L".tmp");
   file_ = util::OpenReadWrite(path_);
+  if (!IsOpen()) path_.clear();
   return IsOpen();
 }
 
@@ -52,15 +53,16 @@ bool SessionFile::Finish() {
     if (IsFolderKnown()) util::DeleteMatching(folder_, L"*.*", false);
     return false;
   }
-  // Forgotten before the move, so that a late failure can never delete a finished document.
+  const std::wstring target = PathWithExtension(obfuscate_ ? L".rdy" : L".xml");
+  // The path is forgotten and the index spent before anything can fail: no late failure deletes a finished
+  // document, and no later document takes its name.
   const std::wstring source = std::exchange(path_, {});
+  ++index_;
   if (!source.empty() && util::IsFolder(folder_)) {
-    const std::wstring target = PathWithExtension(obfuscate_ ? L".rdy" : L".xml");
     MoveFileExW(source.c_str(), target.c_str(),
                 MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED | MOVEFILE_WRITE_THROUGH);
     if (settings::IsSendOn()) settings::StartTransportAgent(target);
   }
-  ++index_;
   return true;
 }
 

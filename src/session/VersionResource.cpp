@@ -1,5 +1,6 @@
 #include "session/VersionResource.h"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <vector>
@@ -24,7 +25,12 @@ std::string QueryText(const std::vector<BYTE>& resource, const Translation& tran
   void* text = nullptr;
   UINT length = 0;
   if (!VerQueryValueW(resource.data(), block, &text, &length) || length == 0) return {};
-  return util::ToUtf8(std::wstring(static_cast<const wchar_t*>(text), length));
+  // The length is the file's own word.
+  const auto* const start = static_cast<const wchar_t*>(text);
+  const BYTE* const end = resource.data() + resource.size();
+  const auto room = (end - reinterpret_cast<const BYTE*>(start)) / static_cast<ptrdiff_t>(sizeof(wchar_t));
+  if (room <= 0) return {};
+  return util::ToUtf8(std::wstring(start, std::min<size_t>(length, static_cast<size_t>(room))));
 }
 
 class KnownVersions : public util::GlobalItem {
@@ -83,7 +89,8 @@ VersionTexts ReadVersionTexts(const std::wstring& path) {
 
 VersionTexts KnownVersionTexts(const std::wstring& path) {
   const auto info = util::GetFileInfo(path);
-  if (!info || info->isFolder) return {};
+  // A bare name is for the platform to find.
+  if (!info || info->isFolder) return ReadVersionTexts(path);
   return KnownVersions::Instance().Of(path, *info);
 }
 

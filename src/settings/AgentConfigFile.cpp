@@ -46,7 +46,7 @@ void Synchronise(const std::wstring& userPath, const std::wstring& userFolder) {
   const bool hasCopy = user && !user->isFolder;
 
   if (isShipped && hasCopy) {
-    const auto host = util::GetFileInfo(hostFolder);
+    const auto host = util::GetFileInfo(util::WithTrailingBackslash(hostFolder));
     if ((host && host->created > user->written) || shipped->written > user->written)
       Refresh(shippedPath, userPath);
   } else if (isShipped) {

@@ -40,7 +40,7 @@ void TidyLogsFolder(const std::wstring& logsFolder) {
   if (logsFolder.empty()) return;
   std::vector<LogFile> files;
   uint64_t total = 0;
-  util::ForEachFile(util::JoinPath(logsFolder, L"*.*"), [&](const WIN32_FIND_DATAW& found) {
+  util::ForEachFile(util::JoinPath(logsFolder, L"*.*").c_str(), [&](const WIN32_FIND_DATAW& found) {
     if (!std::wstring_view(found.cFileName).ends_with(L".log")) return true;
     if (auto file = Inspect(util::JoinPath(logsFolder, found.cFileName))) {
       total += file->size;

@@ -125,7 +125,7 @@ int VerifyTransAgentExist() { return GetAgentPath().empty() ? kAgentMissing : kA
 bool HasFinishedDocument(const std::wstring& logsFolder) {
   if (logsFolder.empty()) return false;
   bool found = false;
-  util::ForEachFile(util::JoinPath(logsFolder, L"*.*"), [&](const WIN32_FIND_DATAW& file) {
+  util::ForEachFile(util::JoinPath(logsFolder, L"*.*").c_str(), [&](const WIN32_FIND_DATAW& file) {
     const std::wstring_view name = file.cFileName;
     found = name.ends_with(L".xml") || name.ends_with(L".rdy");
     return !found;

@@ -103,6 +103,11 @@ bool SetOptIn(std::string_view usageKey, int32_t value) {
   return valueGone && demographicsGone;
 }
 
+bool IsOptInReset(std::string_view usageKey) {
+  const auto key = MakeUsageKey(usageKey);
+  return key && !key->Query(kOptIn);
+}
+
 std::string GetProductValue(std::string_view usageKey, std::string_view name) {
   return ToUtf8(QueryProductValue(usageKey, name).value_or(L""));
 }

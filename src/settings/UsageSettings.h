@@ -37,6 +37,9 @@ void DeleteAgentSubkey();
 // other number than the three is refused.
 [[nodiscard]] bool SetOptIn(std::string_view usageKey, int32_t value);
 
+// Whether no choice is stored. False also when the registry does not let us see that.
+[[nodiscard]] bool IsOptInReset(std::string_view usageKey);
+
 // Texts stored under a usage key. Key and name must not be empty.
 [[nodiscard]] std::string GetProductValue(std::string_view usageKey, std::string_view name);
 [[nodiscard]] bool SetProductValue(std::string_view usageKey, std::string_view name, std::string_view value);

@@ -1,5 +1,6 @@
 #include "util/Digest.h"
 
+#include "util/Blocks.h"
 #include "util/Windows.h"
 // After windows.h, which defines what it needs.
 #include <wincrypt.h>
@@ -9,6 +10,10 @@ namespace {
 
 // What is worth remembering of a text; a longer one is hashed each time.
 constexpr size_t kLongestRemembered = 4096;
+
+bool Same(std::string_view a, std::string_view b) noexcept {
+  return a.size() == b.size() && SameBytes(a.data(), b.data(), a.size());
+}
 
 class Md5 {
  public:
@@ -45,7 +50,7 @@ SaltedDigest::~SaltedDigest() {
 
 std::string_view SaltedDigest::Of(std::string_view bytes, std::string_view salt) {
   if (salt.empty()) return {};
-  if (!known_ || bytes != bytes_ || salt != salt_) {
+  if (!known_ || !Same(bytes, bytes_) || !Same(salt, salt_)) {
     known_ = false;
     if (!Compute(bytes, salt)) return {};
     if (bytes.size() <= kLongestRemembered) {

@@ -19,6 +19,24 @@ UniqueFile OpenForReading(const std::wstring& path) noexcept {
                                 OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
+// A path without an allocation, since a crashing process deletes files too.
+class PathBuffer {
+ public:
+  // False when the path is longer than the platform takes without a prefix.
+  [[nodiscard]] bool Set(std::wstring_view folder, std::wstring_view name) noexcept {
+    if (folder.size() + name.size() + 2 > std::size(text_)) return false;
+    wchar_t* at = text_ + folder.copy(text_, folder.size());
+    if (!folder.ends_with(L'\\')) *at++ = L'\\';
+    at += name.copy(at, name.size());
+    *at = L'\0';
+    return true;
+  }
+  [[nodiscard]] const wchar_t* Text() const noexcept { return text_; }
+
+ private:
+  wchar_t text_[2 * MAX_PATH];
+};
+
 std::optional<uint64_t> QueryFreeSpace(const wchar_t* folder) noexcept {
   using QueryEx = BOOL(WINAPI*)(LPCWSTR, PULARGE_INTEGER, PULARGE_INTEGER, PULARGE_INTEGER);
   const auto queryEx = reinterpret_cast<QueryEx>(
@@ -99,15 +117,16 @@ bool ReplaceContent(const std::wstring& path, std::string_view content) {
 
 void DeleteMatching(const std::wstring& folder, std::wstring_view pattern, bool recurse) {
   if (!IsFolder(folder)) return;
-  const std::wstring root = WithTrailingBackslash(folder);
-  std::wstring path;
-  ForEachFile(root + std::wstring(pattern), [&](const WIN32_FIND_DATAW& found) {
-    path.assign(root).append(found.cFileName);
-    DeleteFileW(path.c_str());
-    return true;
-  });
+  PathBuffer path;
+  if (path.Set(folder, pattern)) {
+    ForEachFile(path.Text(), [&](const WIN32_FIND_DATAW& found) {
+      if (path.Set(folder, found.cFileName)) DeleteFileW(path.Text());
+      return true;
+    });
+  }
   if (!recurse) return;
 
+  const std::wstring root = WithTrailingBackslash(folder);
   std::vector<std::wstring> subfolders;
   WIN32_FIND_DATAW found;
   const UniqueFind find(FindFirstFileW((root + L"*.*").c_str(), &found));

@@ -43,16 +43,17 @@ struct FileInfo {
 // Calls visit(WIN32_FIND_DATAW) for each plain file of the folder that matches the pattern, in the order of
 // the file system, until it returns false.
 template <class Visit>
-void ForEachFile(const std::wstring& pattern, Visit&& visit) {
+void ForEachFile(const wchar_t* pattern, Visit&& visit) {
   WIN32_FIND_DATAW found;
-  const UniqueFind find(FindFirstFileW(pattern.c_str(), &found));
+  const UniqueFind find(FindFirstFileW(pattern, &found));
   if (!find) return;
   do {
     if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0 && !visit(found)) return;
   } while (FindNextFileW(find.Get(), &found));
 }
 
-// Deletes the matching files of the folder, and with recurse those of its subfolders too.
+// Deletes the matching files of the folder, and with recurse those of its subfolders too. Allocates nothing
+// without recurse.
 void DeleteMatching(const std::wstring& folder, std::wstring_view pattern, bool recurse);
 
 // Removes a folder and all in it through the shell, without asking.

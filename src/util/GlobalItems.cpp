@@ -6,6 +6,7 @@ namespace vantra::util {
 namespace {
 
 constinit GlobalItems* instance = nullptr;
+constinit bool released = false;
 constinit bool processEnding = false;
 
 }  // namespace
@@ -21,7 +22,10 @@ void GlobalItems::Release(unsigned long reason, void* reserved) {
   if (instance->cleanUp_ != nullptr) instance->cleanUp_(reason, reserved);
   for (auto& object : instance->objects_) object.reset();
   delete std::exchange(instance, nullptr);
+  released = true;
 }
+
+bool GlobalItems::AreReleased() noexcept { return released; }
 
 bool GlobalItems::IsProcessEnding() noexcept { return processEnding; }
 

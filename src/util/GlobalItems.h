@@ -28,6 +28,9 @@ class GlobalItems {
   // Does nothing when there is no list. After an exception from the routine the list stays as it was.
   static void Release(unsigned long reason, void* reserved);
 
+  // True once Release has run: what the process-wide objects were is no more, and nothing makes them anew.
+  static bool AreReleased() noexcept;
+
   // True while Release runs because the process ends (other threads are gone, other modules may be too),
   // false while it runs because the library alone is unloaded.
   static bool IsProcessEnding() noexcept;

@@ -7,6 +7,8 @@
 #include <span>
 #include <string_view>
 
+#include "util/Blocks.h"
+
 namespace vantra::util {
 
 // Starts in storage of the caller's, when given some, and moves to the heap only when the text outgrows it.
@@ -42,15 +44,29 @@ class TextBuffer {
   char* owned_ = nullptr;
 };
 
-// A piece knows the most room it can take and writes itself, returning the position behind it.
+// A piece knows the most room it can take, which may be more than it fills, and writes itself, returning the
+// position behind it.
+
+// A text that is known when the code is compiled.
+template <size_t N>
+struct Literal {
+  const char (&text)[N];
+
+  [[nodiscard]] static constexpr size_t MaxSize() noexcept { return N - 1; }
+  [[nodiscard]] char* Write(char* at) const noexcept {
+    std::memcpy(at, text, N - 1);
+    return at + N - 1;
+  }
+};
+template <size_t N>
+Literal(const char (&)[N]) -> Literal<N>;
+
+// Any other text, as it is.
 struct Raw {
   std::string_view text;
 
-  [[nodiscard]] constexpr size_t MaxSize() const noexcept { return text.size(); }
-  [[nodiscard]] char* Write(char* at) const noexcept {
-    if (!text.empty()) std::memcpy(at, text.data(), text.size());
-    return at + text.size();
-  }
+  [[nodiscard]] constexpr size_t MaxSize() const noexcept { return text.size() + kBlock; }
+  [[nodiscard]] char* Write(char* at) const noexcept { return CopyBlocks(at, text.data(), text.size()); }
 };
 
 struct Decimal {

@@ -1,0 +1,104 @@
+// Short texts in blocks of sixteen bytes. A host's text is a handful of bytes between two system calls, where
+// every branch is a cold one: one load and one mask beat any loop over bytes, and the C runtime's calls.
+//
+// Blocks may reach beyond the text, but only where a byte of the text shares their page, so that nothing is
+// touched that is not as readable as the text itself.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+// The address sanitizer knows no pages.
+#if defined(__SANITIZE_ADDRESS__)
+#define VANTRA_EXACT_READS
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VANTRA_EXACT_READS
+#endif
+#endif
+
+namespace vantra::util {
+
+constexpr size_t kBlock = 16;
+
+// The first bytes of a text of the given size, which is not zero; what follows them in the block is
+// unspecified.
+[[nodiscard]] inline __m128i LoadBlock(const char* text, size_t size) noexcept {
+  constexpr uintptr_t kPage = 4096;
+#ifdef VANTRA_EXACT_READS
+  constexpr bool kMayReachBeyond = false;
+#else
+  constexpr bool kMayReachBeyond = true;
+#endif
+  const bool staysInPage = reinterpret_cast<uintptr_t>(text) % kPage <= kPage - kBlock;
+  if (size >= kBlock || (kMayReachBeyond && staysInPage)) {
+    asm("" : "+r"(text));  // or the compiler holds the read against the size of an object that it knows
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+  }
+  alignas(kBlock) char copy[kBlock];
+  std::memcpy(copy, text, size);
+  return _mm_load_si128(reinterpret_cast<const __m128i*>(copy));
+}
+
+inline void StoreBlock(char* to, __m128i block) noexcept {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), block);
+}
+
+// One bit for each byte of the text, for a mask that was made of LoadBlock's result.
+[[nodiscard]] inline unsigned TextBits(size_t size) noexcept {
+  return size >= kBlock ? 0xFFFFu : (1u << size) - 1;
+}
+
+// A byte mask as one bit a byte.
+[[nodiscard]] inline unsigned Bits(__m128i mask) noexcept {
+  return static_cast<unsigned>(_mm_movemask_epi8(mask));
+}
+
+// Copies the text; up to a block more is written behind it.
+inline char* CopyBlocks(char* to, const char* text, size_t size) noexcept {
+  for (size_t done = 0; done < size; done += kBlock)
+    StoreBlock(to + done, LoadBlock(text + done, size - done));
+  return to + size;
+}
+
+[[nodiscard]] inline bool SameBytes(const char* a, const char* b, size_t size) noexcept {
+  for (size_t done = 0; done < size; done += kBlock) {
+    const __m128i equal = _mm_cmpeq_epi8(LoadBlock(a + done, size - done), LoadBlock(b + done, size - done));
+    if ((~Bits(equal) & TextBits(size - done)) != 0) return false;
+  }
+  return true;
+}
+
+// The length of a text up to its first NUL, or limit when that comes first. Reads nothing at a limit of zero.
+#ifdef VANTRA_EXACT_READS
+[[nodiscard]] inline size_t BoundedLength(const char* text, size_t limit) noexcept {
+  size_t length = 0;
+  while (length < limit && text[length] != '\0') ++length;
+  return length;
+}
+#else
+[[nodiscard]] inline size_t BoundedLength(const char* text, size_t limit) noexcept {
+  if (limit == 0) return 0;
+  // Aligned blocks never cross a page.
+  const size_t before = reinterpret_cast<uintptr_t>(text) % kBlock;
+  const auto* block = reinterpret_cast<const __m128i*>(text - before);
+  const auto zeros = [](const __m128i* at) {
+    return Bits(_mm_cmpeq_epi8(_mm_load_si128(at), _mm_setzero_si128()));
+  };
+  unsigned found = zeros(block) >> before;
+  size_t length = 0;
+  for (size_t next = kBlock - before; found == 0; next += kBlock) {
+    length = next;
+    if (length >= limit) return limit;
+    found = zeros(++block);
+  }
+  return std::min(limit, length + static_cast<size_t>(std::countr_zero(found)));
+}
+#endif
+
+}  // namespace vantra::util
