@@ -1,0 +1,79 @@
+#include "Documents.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view kObfuscationMarker = "R-M$ke#$vQPo5lupadix";
+
+fs::path AgentFolder() {
+  const wchar_t* const applicationData = _wgetenv(L"APPDATA");
+  return fs::path(applicationData == nullptr ? L"" : applicationData) / L"Tolvex" / L"Sendrix2";
+}
+
+bool IsDocument(const fs::path& path, std::wstring_view prefix) {
+  return path.filename().native().starts_with(prefix) &&
+         (path.extension() == L".xml" || path.extension() == L".rdy");
+}
+
+// The printable characters '!' to '~' are rotated by half their number; a second turn brings them back.
+char Rotate(char c) { return c < '!' || c > '~' ? c : static_cast<char>('!' + (c - '!' + 47) % 94); }
+
+}  // namespace
+
+fs::path LogsFolder() { return AgentFolder() / L"Logs"; }
+fs::path OutboxFolder() { return AgentFolder() / L"Outbox"; }
+
+std::vector<fs::path> ListDocuments(std::wstring_view prefix) {
+  std::vector<fs::path> documents;
+  // Logs first: a document that moves meanwhile is then seen again in Outbox, and never missed.
+  for (const fs::path& folder : {LogsFolder(), OutboxFolder()}) {
+    std::error_code error;
+    for (fs::directory_iterator it(folder, error); !error && it != fs::directory_iterator();
+         it.increment(error)) {
+      if (!IsDocument(it->path(), prefix)) continue;
+      std::erase_if(documents,
+                    [&](const fs::path& seen) { return seen.filename() == it->path().filename(); });
+      documents.push_back(it->path());
+    }
+  }
+  std::ranges::sort(documents, {}, [](const fs::path& document) { return document.filename(); });
+  return documents;
+}
+
+std::vector<fs::path> WaitForNewDocuments(std::wstring_view prefix, const std::vector<fs::path>& before,
+                                          std::chrono::milliseconds agentTime) {
+  const auto isOld = [&](const fs::path& document) {
+    return std::ranges::any_of(before,
+                               [&](const fs::path& old) { return old.filename() == document.filename(); });
+  };
+  const auto isInLogs = [](const fs::path& document) { return document.parent_path() == LogsFolder(); };
+  const auto deadline = std::chrono::steady_clock::now() + agentTime;
+  for (;;) {
+    std::vector<fs::path> documents = ListDocuments(prefix);
+    std::erase_if(documents, isOld);
+    if (std::ranges::none_of(documents, isInLogs) || std::chrono::steady_clock::now() >= deadline)
+      return documents;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+}
+
+std::optional<DocumentText> ReadDocument(const fs::path& document) {
+  std::ifstream file(document, std::ios::binary);
+  if (!file) file.open(OutboxFolder() / document.filename(), std::ios::binary);
+  if (!file) return {};
+  DocumentText content{{std::istreambuf_iterator<char>(file), {}}, false};
+  if (content.text.starts_with(kObfuscationMarker)) {
+    content.wasObfuscated = true;
+    content.text.erase(0, kObfuscationMarker.size());
+    std::ranges::transform(content.text, content.text.begin(), Rotate);
+  }
+  return content;
+}

@@ -1,0 +1,31 @@
+// Counts the lines of the files below a folder.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+
+struct Counts {
+  uint64_t files = 0;
+  uint64_t lines = 0;
+  uint64_t blankLines = 0;
+  uint64_t bytes = 0;
+
+  Counts& operator+=(const Counts& other);
+};
+
+struct CountedFile {
+  std::string path;  // from the folder on, in UTF-8
+  std::string_view language;
+  bool isReadable;  // a folder that cannot be listed is told as a file that cannot be read
+  Counts counts;
+};
+
+// Tells each file below the folder, in the order of the names. Folders of version control and of builds, and
+// links to folders, are passed over. False when the folder itself cannot be listed.
+bool CountFiles(const std::filesystem::path& folder, const std::function<void(const CountedFile&)>& tell);
+
+// What no UTF-8 can say becomes U+FFFD.
+std::string ToUtf8(const std::filesystem::path& path);
