@@ -15,8 +15,8 @@ TEST(AgentConfig, Texts) {
       {" \t\r\n\n#a=b\n;a=b\r\n  # [x]\n", ""}, {"[+]\nk=1\n[]\nk=2\n", "[+]\nk=1\n[]\nk=2\n"},
       {"\n[ Ulog ]junk\r\n\tStatus = Two Words \r\n", "[ulog]\nstatus=Two Words\n"},
       {"[a\nk=1\n[]\nk=2\n[A]\nK=3", "k=2\n[a]\nk=3\n"}, {"[p/q]\nr/s=1\n", "[p]\nq/r/s=1\n"},
-      {"Foo Bar\n[s]\nfoo", "foo bar=Foo Bar\n[s]\nfoo=foo\n"}, {"[a]b]\nk=[v] # ;\n", "[a]\nk=[v] # ;\n"},
-      {"[s]\nK=a=b\n=v\nempty=\n", "[s]\n=v\nempty=\nk=a=b\n"}, {"\xC3\x84=\v1\f\n", "\xC3\x84=\v1\f\n"},
+      {"Foo BaZ\n[s]\nfoo", "foo baz=Foo BaZ\n[s]\nfoo=foo\n"}, {"[a]b]\nk=[v] # ;\n", "[a]\nk=[v] # ;\n"},
+      {"[s]\nK=A=b\n=v\nempty=\n", "[s]\n=v\nempty=\nk=A=b\n"}, {"\xC3\x84=\v1\f\n", "\xC3\x84=\v1\f\n"},
       {"[b]\nz=1\n[a]\ny=2\n[b]\nx=3\n", "[a]\ny=2\n[b]\nx=3\nz=1\n"}, {"\xEF\xBB\xBFk=1\n", "k=1\n"}};
   // clang-format on
   for (const auto& [text, wanted] : rows) EXPECT_EQ(FormatConfig(ParseConfig(text)), wanted) << text;

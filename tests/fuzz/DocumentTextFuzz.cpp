@@ -1,0 +1,38 @@
+#include <map>
+
+#include "Fuzz.h"
+#include "session/UsageDocument.h"
+
+const std::map<char, std::string> kReferences = {{'&', "&#38;"}, {'<', "&#60;"},  {'>', "&#62;"},
+                                                 {'"', "&#34;"}, {'\'', "&#39;"}, {'\\', "&#92;"}};
+
+std::string EscapePlainly(std::string_view text) {
+  std::string escaped;
+  for (const char c : text.substr(0, text.find('\0')))
+    escaped += kReferences.contains(c) ? kReferences.at(c) : std::string(1, c);
+  return escaped.empty() ? "NOVALUE" : escaped;
+}
+
+// What an XML reader makes of the last attribute of that name.
+std::string ReadAttribute(std::string_view record, std::string_view name) {
+  std::string value;
+  for (size_t at = record.rfind(name) + name.size() + 2; record.at(at) != '"'; ++at) {
+    Require(record[at] != '<');
+    const bool isReference = record[at] == '&';
+    Require(!isReference || (record.substr(at, 2) == "&#" && record.at(at + 4) == ';'));
+    value += isReference ? static_cast<char>(std::stoi(std::string(record.substr(at + 2, 2)))) : record[at];
+    if (isReference) at += 4;
+  }
+  return value;
+}
+
+void Run(std::string_view input) {
+  const std::string_view first = input.substr(0, input.size() / 2), second = input.substr(input.size() / 2);
+  vantra::util::TextBuffer out;
+  vantra::session::AppendNewGroup(out, {first, second, input, {}}, 1, {"t", 2});
+  Require(out.Text() == "<NewGroup category=\"" + EscapePlainly(first) + "\" subcategory=\"" +
+                            EscapePlainly(second) + "\" name=\"" + EscapePlainly(input) +
+                            "\" time=\"t\" group=\"1\" doc=\"NOVALUE\" seq=\"2\" />\n");
+  const std::string_view name = input.substr(0, input.find('\0'));
+  Require(ReadAttribute(out.Text(), "\" name") == (name.empty() ? "NOVALUE" : name));
+}

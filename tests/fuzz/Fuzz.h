@@ -1,0 +1,18 @@
+// What all fuzz targets share. A target defines Run; it ends the process when a promise does not hold.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+// The input lies in memory of just its size, so that the sanitizer sees any read beyond it.
+void Run(std::string_view input);
+
+inline void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  Run({reinterpret_cast<const char*>(data), size});
+  return 0;
+}
