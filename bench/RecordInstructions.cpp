@@ -1,0 +1,86 @@
+// Builds one kind of record a number of times, for counting the instructions that it takes.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <string>
+
+#include "api/Validation.h"
+#include "session/Obfuscation.h"
+#include "session/UsageDocument.h"
+#include "util/TimeStamp.h"
+
+namespace vantra {
+namespace {
+
+using api::CheckedText;
+using api::CheckFor;
+
+const std::string longValue(512, 'v');
+const std::string escapes(200, '<');
+
+util::TextBuffer record;
+util::TimeStamp stamp;
+
+session::RecordStamp Stamp(int i) { return {stamp.At(1'299'215'167 + i / 1000), i}; }
+
+constexpr api::TextCheck kLabel = CheckFor(api::kLimit128 | api::kNullAllowed | api::kEmptyAllowed);
+constexpr api::TextCheck kValue = CheckFor(api::kLimit512 | api::kNullAllowed | api::kEmptyAllowed);
+constexpr api::TextCheck kKey = CheckFor(api::kIdentifier);
+
+void Event(int i, const char* doc) {
+  const CheckedText category("File", kLabel);
+  const CheckedText subcategory("Menu", kLabel);
+  const CheckedText name("Save", kLabel);
+  session::AppendEventRec(
+      record,
+      {.category = category.Value(), .subcategory = subcategory.Value(), .name = name.Value(), .doc = doc},
+      Stamp(i));
+}
+
+void Data(int i, const char* text) {
+  const CheckedText key("Theme", kKey);
+  const CheckedText value(text, kValue);
+  session::AppendDataRec(record, 7, key.Value(), value.Value(), Stamp(i));
+}
+
+struct Kind {
+  const char* name;
+  void (*build)(int);
+};
+
+constexpr Kind kKinds[] = {
+    {"event", [](int i) { Event(i, "0"); }},
+    {"event-with-document", [](int i) { Event(i, "73f319ab4389e4c8f85cf407435972ff"); }},
+    {"data", [](int i) { Data(i, "dark"); }},
+    {"data-512-bytes", [](int i) { Data(i, longValue.c_str()); }},
+    {"data-200-escapes", [](int i) { Data(i, escapes.c_str()); }},
+    {"group",
+     [](int i) {
+       const CheckedText category("Drawing", kKey);
+       const CheckedText name("Shapes", kKey);
+       session::AppendNewGroup(
+           record, {.category = category.Value(), .subcategory = "Size", .name = name.Value(), .doc = "0"}, i,
+           Stamp(i));
+     }},
+    {"event-obfuscated",
+     [](int i) {
+       Event(i, "0");
+       session::Obfuscate(record.Bytes());
+     }},
+};
+
+}  // namespace
+}  // namespace vantra
+
+int main(int count, char** arguments) {
+  for (const vantra::Kind& kind : vantra::kKinds) {
+    if (count < 2) std::puts(kind.name);
+    if (count < 3 || std::strcmp(arguments[1], kind.name) != 0) continue;
+    for (int i = 0; i < std::atoi(arguments[2]); ++i) {
+      vantra::record.Clear();
+      kind.build(i);
+    }
+  }
+  return 0;
+}

@@ -1,0 +1,70 @@
+// Starts, closes, rollovers and loads beside the same platform calls made bare.
+#include "Figures.h"
+#include "Mirror.h"
+
+namespace vantra::bench {
+namespace {
+
+void EmptyLogs(const World& world) {
+  for (const auto& entry : fs::directory_iterator(world.Logs())) fs::remove(entry.path());
+}
+
+}  // namespace
+
+void MeasureStarts(Figures& figures, const World& world) {
+  const int64_t before = Now();
+  const Library library(world);
+  const int64_t loaded = Now();
+  void* session = library.Start();
+  const int64_t started = Now();
+  library.CloseSession(&session);
+  figures.AddFact("load of the library", static_cast<double>(loaded - before) / 1000, "us");
+  figures.AddFact("first start of a process", static_cast<double>(started - loaded) / 1000, "us");
+
+  Mirror mirror(world);
+  constexpr int kStarts = 10;
+  figures
+      .Compare(
+          "start", "UTStartSession + UTCloseSession",
+          [&] {
+            EmptyLogs(world);
+            return Time(kStarts, [&](int) {
+              void* each = library.Start();
+              library.CloseSession(&each);
+            });
+          },
+          [&] {
+            EmptyLogs(world);
+            return Time(kStarts, [&](int) { mirror.StartAndClose(); });
+          })
+      .target = 1.15;
+
+  // The same number of writes of the same size, and a rollover as often.
+  constexpr int kCalls = 4000;
+  constexpr int kRecord = 106;
+  constexpr int kRecordsADocument = 102'400 / kRecord;
+  const std::string bytes(kRecord, 'x');
+  session = library.Start();
+  figures
+      .Compare(
+          "rollover", "UTLogEvent, sustained",
+          [&] {
+            EmptyLogs(world);
+            return Time(kCalls, [&](int) { library.LogEvent(session, "File", "Menu", "Save", nullptr, 0); });
+          },
+          [&] {
+            HANDLE file = mirror.OpenNext();
+            const double time = Time(kCalls, [&](int i) {
+              DWORD written = 0;
+              WriteFile(file, bytes.data(), kRecord, &written, nullptr);
+              if (i % kRecordsADocument == kRecordsADocument - 1) mirror.Roll(file);
+            });
+            CloseHandle(file);
+            return time;
+          })
+      .target = 1.20;
+  library.CloseSession(&session);
+  EmptyLogs(world);
+}
+
+}  // namespace vantra::bench

@@ -1,0 +1,160 @@
+#include "World.h"
+
+#include <psapi.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <stdexcept>
+
+namespace vantra::bench {
+namespace {
+
+constexpr wchar_t kUsageKey[] = L"Software\\Tolvex\\CommonFiles\\Usage";
+constexpr wchar_t kShellFolders[] =
+    L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+constexpr char kUsage[] = "VantraBench";
+
+std::atomic<size_t> allocations{0};
+
+void* CountedMalloc(size_t size) {
+  ++allocations;
+  return std::malloc(size);
+}
+
+void SetText(const wchar_t* key, const wchar_t* name, const std::wstring& text) {
+  RegSetKeyValueW(HKEY_CURRENT_USER, key, name, REG_SZ, text.c_str(),
+                  static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+}
+
+// The place where the module keeps the address of a function that it imports.
+void** FindImport(HMODULE module, const char* function) {
+  auto* const base = reinterpret_cast<char*>(module);
+  const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+  const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+  const DWORD imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+  for (auto* from = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports); from->Name != 0;
+       ++from) {
+    const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + from->OriginalFirstThunk);
+    auto** addresses = reinterpret_cast<void**>(base + from->FirstThunk);
+    for (; names->u1.AddressOfData != 0; ++names, ++addresses) {
+      if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
+      const auto* import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
+      if (std::strcmp(import->Name, function) == 0) return addresses;
+    }
+  }
+  throw std::runtime_error("the library does not import " + std::string(function));
+}
+
+void Overwrite(void* at, const void* bytes, size_t size) {
+  DWORD protection = 0;
+  VirtualProtect(at, size, PAGE_EXECUTE_READWRITE, &protection);
+  std::memcpy(at, bytes, size);
+  VirtualProtect(at, size, protection, &protection);
+}
+
+BOOL WINAPI ReportFullDisk(LPCWSTR, PULARGE_INTEGER available, PULARGE_INTEGER, PULARGE_INTEGER) {
+  available->QuadPart = 10'485'760;
+  return TRUE;
+}
+
+unsigned char* FreeSpaceEntry() {
+  return reinterpret_cast<unsigned char*>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32"), "GetDiskFreeSpaceExW")));
+}
+
+fs::path OwnFolder() {
+  wchar_t path[MAX_PATH];
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  return fs::path(path).parent_path();
+}
+
+}  // namespace
+
+World::World() {
+  const std::wstring name = L"vantra-bench-" + std::to_wstring(GetCurrentProcessId());
+  folder_ = fs::temp_directory_path() / name;
+  fs::create_directories(Logs());
+  std::ofstream(folder_ / "Sendrix2.exe") << "found, never started";
+  keyName_ = L"Software\\" + name;
+  HKEY key = nullptr;
+  RegCreateKeyW(HKEY_CURRENT_USER, keyName_.c_str(), &key);
+  RegOverridePredefKey(HKEY_CURRENT_USER, key);
+  RegCloseKey(key);
+  SetText(kShellFolders, L"AppData", (folder_ / "AppData").wstring());
+  SetText(kUsageKey, L"send", L"0");
+  SetObfuscation(false);
+}
+
+World::~World() {
+  RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
+  RegDeleteTreeW(HKEY_CURRENT_USER, keyName_.c_str());
+  std::error_code ignored;
+  fs::remove_all(folder_, ignored);
+}
+
+void World::SetObfuscation(bool on) const { SetText(kUsageKey, L"obfuscate", on ? L"1" : L"0"); }
+
+Library::Library(const World& world, bool withLog) {
+  const fs::path switchFile = OwnFolder() / "SKLog.config";
+  if (withLog) std::ofstream(switchFile) << "append=0\n";
+  module_ = LoadLibraryW((OwnFolder() / "Vantra.dll").c_str());
+  if (withLog) fs::remove(switchFile);
+  if (module_ == nullptr) throw std::runtime_error("Vantra.dll does not load");
+  void** const malloc = FindImport(module_, "malloc");
+  void* const counted = reinterpret_cast<void*>(&CountedMalloc);
+  Overwrite(malloc, &counted, sizeof counted);
+  Initialize(kUsage, false, world.Folder().string().c_str());
+  SetOptIn(1);
+}
+
+Library::~Library() { FreeLibrary(module_); }
+
+void* Library::Start() const {
+  void* session = nullptr;
+  if (StartSession(&session, "Acme", "Draw", "3.1", "412", "en-US") != 0) {
+    throw std::runtime_error("no session starts");
+  }
+  return session;
+}
+
+size_t Library::Allocations() const { return allocations.exchange(0); }
+
+Library::FullDisk::FullDisk() {
+  // mov rax, address; jmp rax
+  unsigned char jump[sizeof saved_] = {0x48, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xE0};
+  auto* const target = &ReportFullDisk;
+  std::memcpy(jump + 2, &target, sizeof target);
+  std::memcpy(saved_, FreeSpaceEntry(), sizeof saved_);
+  Overwrite(FreeSpaceEntry(), jump, sizeof jump);
+}
+
+Library::FullDisk::~FullDisk() { Overwrite(FreeSpaceEntry(), saved_, sizeof saved_); }
+
+HANDLE OpenLikeADocument(const fs::path& path) {
+  return CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
+                     FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+int64_t Now() {
+  static const int64_t frequency = [] {
+    LARGE_INTEGER value;
+    QueryPerformanceFrequency(&value);
+    return value.QuadPart;
+  }();
+  LARGE_INTEGER ticks;
+  QueryPerformanceCounter(&ticks);
+  return static_cast<int64_t>(static_cast<double>(ticks.QuadPart) * (1e9 / static_cast<double>(frequency)));
+}
+
+size_t PrivateBytes() {
+  PROCESS_MEMORY_COUNTERS_EX counters{};
+  counters.cb = sizeof counters;
+  GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
+                       sizeof counters);
+  return counters.PrivateUsage;
+}
+
+}  // namespace vantra::bench

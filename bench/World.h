@@ -1,0 +1,91 @@
+// Where the measurements happen: a profile, a registry and a folder of their own, and the library in it.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include "vantra/vantra.h"
+
+namespace vantra::bench {
+
+namespace fs = std::filesystem;
+
+// Made once; gone with the process. Sending is off, so that no agent is ever started.
+class World {
+ public:
+  World();
+  ~World();
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
+
+  [[nodiscard]] const fs::path& Folder() const { return folder_; }
+  [[nodiscard]] fs::path AgentFolder() const { return folder_ / "AppData" / "Tolvex" / "Sendrix2"; }
+  [[nodiscard]] fs::path Logs() const { return AgentFolder() / "Logs"; }
+  void SetObfuscation(bool on) const;
+
+ private:
+  fs::path folder_;
+  std::wstring keyName_;
+};
+
+// The loaded library, used by a host whose user has opted in.
+class Library {
+ public:
+  explicit Library(const World& world, bool withLog = false);
+  ~Library();
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  [[nodiscard]] void* Start() const;
+
+  // Calls to the C runtime's malloc by the library since the last question.
+  [[nodiscard]] size_t Allocations() const;
+
+  // While one lives, the platform reports too little free space for a session to record.
+  class FullDisk;
+
+ private:
+  HMODULE module_;
+
+  struct Export {
+    FARPROC address;
+    template <class F>
+    operator F*() const {  // NOLINT: converts to the type that the member declares
+      return reinterpret_cast<F*>(reinterpret_cast<void*>(address));
+    }
+  };
+  [[nodiscard]] Export Find(const char* name) const { return {GetProcAddress(module_, name)}; }
+
+ public:
+  decltype(&::UTInitialize) Initialize = Find("UTInitialize");
+  decltype(&::UTSetOptIn) SetOptIn = Find("UTSetOptIn");
+  decltype(&::UTStartSession) StartSession = Find("UTStartSession");
+  decltype(&::UTAddToSession) AddToSession = Find("UTAddToSession");
+  decltype(&::UTLogEvent) LogEvent = Find("UTLogEvent");
+  decltype(&::UTNewDataGroup) NewDataGroup = Find("UTNewDataGroup");
+  decltype(&::UTAddToGroup) AddToGroup = Find("UTAddToGroup");
+  decltype(&::UTCloseSession) CloseSession = Find("UTCloseSession");
+};
+
+class Library::FullDisk {
+ public:
+  FullDisk();
+  ~FullDisk();
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+
+ private:
+  unsigned char saved_[12];
+};
+
+// A file opened as the library opens a document.
+[[nodiscard]] HANDLE OpenLikeADocument(const fs::path& path);
+
+[[nodiscard]] int64_t Now();          // in nanoseconds, of some clock
+[[nodiscard]] size_t PrivateBytes();  // memory that the process has committed
+
+}  // namespace vantra::bench

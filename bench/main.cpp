@@ -1,0 +1,87 @@
+// Measures the library and prints one table.
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <fstream>
+
+#include "Figures.h"
+
+namespace vantra::bench {
+
+Figure& Figures::Add(Figure figure) {
+  std::printf("%-9s %-44s %10.0f %10.0f %8.3f\n", figure.group.c_str(), figure.name.c_str(),
+              figure.nanoseconds, figure.bareNanoseconds, figure.ratio);
+  std::fflush(stdout);
+  return figures_.emplace_back(std::move(figure));
+}
+
+void Figures::AddFact(const std::string& name, double value, const std::string& unit) {
+  std::printf("%-9s %-44s %10.0f %s\n", "fact", name.c_str(), value, unit.c_str());
+  facts_.push_back({name, value, unit});
+}
+
+nlohmann::json Figures::AsJson() const {
+  nlohmann::json json = {
+      {"rounds", rounds_}, {"figures", nlohmann::json::array()}, {"facts", nlohmann::json::array()}};
+  for (const Figure& figure : figures_) {
+    nlohmann::json entry = {{"group", figure.group},
+                            {"name", figure.name},
+                            {"nanoseconds", figure.nanoseconds},
+                            {"bareNanoseconds", figure.bareNanoseconds},
+                            {"ratio", figure.ratio}};
+    if (figure.target > 0) entry["target"] = figure.target;
+    if (figure.allocations >= 0) entry["allocationsPerCall"] = figure.allocations;
+    json["figures"].push_back(std::move(entry));
+  }
+  for (const Fact& fact : facts_) {
+    json["facts"].push_back({{"name", fact.name}, {"value", fact.value}, {"unit", fact.unit}});
+  }
+  return json;
+}
+
+namespace {
+
+int Run(int rounds, const char* jsonPath) {
+  const World world;
+  Figures figures(rounds);
+  std::printf("%-9s %-44s %10s %10s %8s\n", "", "", "ns", "bare ns", "ratio");
+  MeasureStarts(figures, world);
+  MeasureCalls(figures, world);
+  MeasureThreads(figures, world);
+  MeasurePeers(figures, world);
+  MeasureSessions(figures, world);
+  const nlohmann::json json = figures.AsJson();
+  std::puts("\nHeap allocations a call in steady state:");
+  for (const auto& figure : json["figures"]) {
+    if (figure.contains("allocationsPerCall")) {
+      std::printf("  %-44s %6.3f\n", figure["name"].get<std::string>().c_str(),
+                  figure["allocationsPerCall"].get<double>());
+    }
+  }
+  if (jsonPath != nullptr) std::ofstream(jsonPath) << json.dump(2) << '\n';
+  return 0;
+}
+
+}  // namespace
+}  // namespace vantra::bench
+
+int main(int count, char** arguments) {
+  int rounds = 61;
+  const char* json = nullptr;
+  for (int i = 1; i < count; ++i) {
+    if (std::strcmp(arguments[i], "--quick") == 0) {
+      rounds = 15;
+    } else if (std::strcmp(arguments[i], "--json") == 0 && i + 1 < count) {
+      json = arguments[++i];
+    } else {
+      std::fprintf(stderr, "usage: vantra-bench [--quick] [--json FILE]\n");
+      return 2;
+    }
+  }
+  try {
+    return vantra::bench::Run(rounds, json);
+  } catch (const std::exception& problem) {
+    std::fprintf(stderr, "vantra-bench: %s\n", problem.what());
+    return 1;
+  }
+}

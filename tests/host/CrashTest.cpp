@@ -1,0 +1,380 @@
+// What is left of a host that crashes, and of a host that lives on without the library.
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <thread>
+
+#include "Document.h"
+#include "Host.h"
+
+namespace vantra::test {
+namespace {
+
+constexpr uint32_t kHostsOwnCode = 77;
+
+LONG WINAPI HostsFilter(EXCEPTION_POINTERS*) {
+  TerminateProcess(GetCurrentProcess(), kHostsOwnCode);
+  return EXCEPTION_EXECUTE_HANDLER;
+}
+
+void WriteNowhere() { *static_cast<volatile int*>(nullptr) = 1; }
+
+void CallWith(void (*crash)()) { std::thread(crash).join(); }
+
+void Divide() {
+  volatile int zero = 0;
+  volatile int result = 7 / zero;
+  static_cast<void>(result);
+}
+
+// A session of a user who has opted in, in a host that wants its crashes recorded.
+void* OpenWatched(Library& ut, const char* name, int32_t state = 2) {
+  void* session = nullptr;
+  EXPECT_EQ(ut.Initialize("MyProduct", true, nullptr), 0);
+  ut.SetSerializationState(state);
+  EXPECT_EQ(ut.StartSession(&session, "Acme", name, "3.1", nullptr, nullptr), 0);
+  return session;
+}
+
+class CrashTest : public HostTest {
+ protected:
+  CrashTest() {
+    SetValue(Hive::kUser, kUsage, "GUID", "sz:0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9");
+    SetValue(Hive::kUser, std::string(kUsage) + "\\MyProduct", "OptIn", "dword:1");
+    SetValue(Hive::kUser, kUsage, "obfuscate", "dword:0");
+  }
+};
+
+constexpr std::string_view kCrashDocument = R"(<?xml version="1.0" encoding="utf-8"?>
+
+<UsageDoc version="0.5.4">
+<StartSession id="ID1" time="TIME" seq="0" />
+<NewGroup category="Skylamp" subcategory="Crash" name="Session" time="TIME" group="1" doc="" seq="1" />
+<DataRec time="TIME" group="1" name="ProductFamily" data="Skylamp" seq="2" />
+<DataRec time="TIME" group="1" name="ProductName" data="AppCrash" seq="3" />
+<NewGroup category="AppExit" subcategory="Crash" name="ExitInfo" time="TIME" group="2" doc="" seq="4" />
+<DataRec time="TIME" group="2" name="ExitType" data="Crash" seq="5" />
+<DataRec time="TIME" group="2" name="CrashProductName" data="{name}" seq="6" />
+<DataRec time="TIME" group="2" name="CrashProductFamily" data="Acme" seq="7" />
+<DataRec time="TIME" group="2" name="UserID" data="ID2" seq="8" />
+<EndSession id="ID1" time="TIME" seq="9" />
+</UsageDoc>
+)";
+
+std::string CrashDocumentOf(const std::string& name) {
+  std::string text(kCrashDocument);
+  return text.replace(text.find("{name}"), 6, name);
+}
+
+// Each open session has its document so far, under its temporary name, and a crash document of its own.
+void ExpectCrashOf(const std::vector<std::string>& names, const std::string& extension) {
+  const std::vector<std::string> files = Documents();
+  EXPECT_EQ(files.size(), 2 * names.size());
+  for (const std::string& name : names) {
+    for (const std::string& file : files) {
+      if (!file.starts_with("ulog_Acme_" + name + "_0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9_")) continue;
+      const std::string document = ReadDocument(Logs() / file);
+      const std::string id = Records(document)[0]["id"];
+      EXPECT_TRUE(file.ends_with("_" + id + extension) || file.ends_with("_" + id + "_0.tmp")) << file;
+      if (file.ends_with(extension)) {
+        EXPECT_EQ(Normalised(document), CrashDocumentOf(name));
+      }
+    }
+  }
+}
+
+struct CrashRow {
+  const char* test;
+  void (*crash)(Library&, void*);
+  uint32_t code;
+};
+
+class Crash : public CrashTest, public testing::WithParamInterface<CrashRow> {};
+
+TEST_P(Crash, LeavesADocumentForEachOpenSession) {
+  const auto crash = GetParam().crash;
+  const uint32_t code = StartHost([crash](Library& ut) {
+                          void* const session = OpenWatched(ut, "Draw");
+                          OpenWatched(ut, "Paint");
+                          crash(ut, session);
+                        }).Wait();
+  EXPECT_EQ(code, GetParam().code);
+  ExpectCrashOf({"Draw", "Paint"}, ".xml");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, Crash,
+    testing::Values(
+        CrashRow{"MainThread", [](Library&, void*) { WriteNowhere(); }, EXCEPTION_ACCESS_VIOLATION},
+        CrashRow{"OtherThread", [](Library&, void*) { CallWith(WriteNowhere); }, EXCEPTION_ACCESS_VIOLATION},
+        CrashRow{"InsideACall",
+                 [](Library& ut, void* session) {
+                   ut.AddToSession(session, reinterpret_cast<const char*>(uintptr_t{16}), "value");
+                 },
+                 EXCEPTION_ACCESS_VIOLATION},
+        CrashRow{"WhileAnotherThreadIsInACall",
+                 [](Library& ut, void*) {
+                   std::thread([&] {
+                     for (;; ++Progress()) ut.GetOptIn();
+                   }).detach();
+                   while (Progress() < 100) Sleep(0);
+                   WriteNowhere();
+                 },
+                 EXCEPTION_ACCESS_VIOLATION},
+        CrashRow{"Division", [](Library&, void*) { Divide(); }, EXCEPTION_INT_DIVIDE_BY_ZERO},
+        CrashRow{"RaisedException",
+                 [](Library&, void*) { RaiseException(0xE0001234, EXCEPTION_NONCONTINUABLE, 0, nullptr); },
+                 0xE0001234}),
+    kRowName);
+
+TEST_F(CrashTest, ObfuscatedDocument) {
+  SetValue(Hive::kUser, kUsage, "obfuscate", "dword:1");
+  StartHost([](Library& ut) {
+    OpenWatched(ut, "Draw");
+    WriteNowhere();
+  }).Wait();
+  ExpectCrashOf({"Draw"}, ".rdy");
+}
+
+// Threads that crash together each write whole documents or none.
+TEST_F(CrashTest, ThreadsThatCrashTogether) {
+  StartHost([](Library& ut) {
+    for (const char* name : {"Draw", "Paint", "Write", "Count"}) OpenWatched(ut, name);
+    const auto crash = [] {
+      for (++Progress(); Progress() < 4;) Sleep(0);
+      WriteNowhere();
+    };
+    std::array<std::thread, 4> threads;
+    std::generate(threads.begin(), threads.end(), [&] { return std::thread(crash); });
+    for (std::thread& thread : threads) thread.join();
+  }).Wait();
+  for (const std::string& file : Documents()) {
+    if (!file.ends_with(".xml")) continue;
+    const std::string document = Normalised(ReadDocument(Logs() / file));
+    const std::string name = file.substr(10, file.find('_', 10) - 10);
+    EXPECT_TRUE(CrashDocumentOf(name).starts_with(document)) << document;
+  }
+}
+
+struct FateRow {
+  const char* test;
+  bool isWatched;
+  int32_t optIn;
+  int32_t state;
+  std::vector<std::string> left;  // the ends of the names of what is left of another file and the session
+};
+
+class Fate : public CrashTest, public testing::WithParamInterface<FateRow> {};
+
+// What consent at the moment of the crash makes of the documents, those of others included.
+TEST_P(Fate, OfTheDocuments) {
+  WriteFile(Logs() / "other.xml", "another process's");
+  StartHost([isWatched = GetParam().isWatched, optIn = GetParam().optIn,
+             state = GetParam().state](Library& ut) {
+    void* session = nullptr;
+    ut.Initialize("MyProduct", isWatched, nullptr);
+    EXPECT_EQ(ut.StartSession(&session, "Acme", "Draw", "3.1", nullptr, nullptr), 0);
+    ut.SetOptIn(optIn);
+    ut.SetSerializationState(state);
+    WriteNowhere();
+  }).Wait();
+  std::vector<std::string> ends;
+  for (const std::string& file : Documents()) ends.push_back(file.substr(file.size() - 4));
+  std::sort(ends.begin(), ends.end());
+  EXPECT_EQ(ends, GetParam().left);
+}
+
+INSTANTIATE_TEST_SUITE_P(Consent, Fate,
+                         testing::Values(FateRow{"OptedIn", true, 1, 2, {".tmp", ".xml", ".xml"}},
+                                         FateRow{"OptedOut", true, 0, 0, {}},
+                                         FateRow{
+                                             "UndecidedPreRelease", true, -1, 0, {".tmp", ".xml", ".xml"}},
+                                         FateRow{"Undecided", true, -1, 2, {}},
+                                         FateRow{"NotWatched", false, 0, 2, {".tmp", ".xml"}}),
+                         kRowName);
+
+TEST_F(CrashTest, WithoutAnOpenSessionNothingHappens) {
+  WriteFile(Logs() / "other.xml", "another process's");
+  StartHost([](Library& ut) {
+    void* session = OpenWatched(ut, "Draw");
+    EXPECT_EQ(ut.CloseSession(&session), 0);
+    ut.SetOptIn(0);
+    WriteNowhere();
+  }).Wait();
+  EXPECT_EQ(Documents().size(), 2u);
+}
+
+// While the library is there nobody's filter but its own is in force; before and after it is the host's.
+TEST_F(CrashTest, TheHostsFilter) {
+  const auto filter = [](auto when) {
+    return StartHost([when](Library& ut) {
+             if (*when == 'b') SetUnhandledExceptionFilter(HostsFilter);
+             if (*when != 'n') OpenWatched(ut, "Draw");
+             if (*when != 'b') {
+               EXPECT_EQ(SetUnhandledExceptionFilter(HostsFilter) == nullptr, *when == 'a');
+             }
+             WriteNowhere();
+           })
+        .Wait();
+  };
+  EXPECT_EQ(filter("before"), EXCEPTION_ACCESS_VIOLATION);
+  EXPECT_EQ(filter("after"), EXCEPTION_ACCESS_VIOLATION);
+  EXPECT_EQ(filter("never watched"), kHostsOwnCode);
+}
+
+using Entry = std::array<unsigned char, 16>;
+
+Entry EntryBytes() {
+  Entry bytes;
+  std::memcpy(
+      bytes.data(),
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32"), "SetUnhandledExceptionFilter")),
+      bytes.size());
+  return bytes;
+}
+
+struct UnloadRow {
+  const char* test;
+  bool hasFilter;
+  int starts;
+};
+
+class Unload : public CrashTest, public testing::WithParamInterface<UnloadRow> {};
+
+// A host that lives on has its entry, its filter and its crashes to itself, however often it loads the
+// library.
+TEST_P(Unload, LeavesTheProcessAsItWas) {
+  const uint32_t code = StartHost([hasFilter = GetParam().hasFilter, starts = GetParam().starts] {
+                          SetUnhandledExceptionFilter(hasFilter ? HostsFilter : nullptr);
+                          const Entry before = EntryBytes();
+                          for (int load = 0; load < 3; ++load) {
+                            Library ut;
+                            for (int i = 0; i < starts; ++i) OpenWatched(ut, "Draw");
+                            const Entry patched = EntryBytes();
+                            EXPECT_EQ(patched[0] * 256 + patched[1], 0x49BB);
+                            EXPECT_EQ(patched[10] * 65536 + patched[11] * 256 + patched[12], 0x41FFE3);
+                          }
+                          EXPECT_EQ(EntryBytes(), before);
+                          if (testing::Test::HasFailure()) ExitProcess(1);
+                          WriteNowhere();
+                        }).Wait();
+  EXPECT_EQ(code, GetParam().hasFilter ? kHostsOwnCode : EXCEPTION_ACCESS_VIOLATION);
+  for (const std::string& file : Documents()) EXPECT_TRUE(file.ends_with(".tmp")) << file;
+}
+
+INSTANTIATE_TEST_SUITE_P(Filters, Unload,
+                         testing::Values(UnloadRow{"OfTheHost", true, 1},
+                                         UnloadRow{"OfTheHostTwice", true, 2}, UnloadRow{"None", false, 1},
+                                         UnloadRow{"NoneTwice", false, 2}),
+                         kRowName);
+
+// Two copies of the library in one process, as two parts of a host may bring them, go in any order.
+TEST_F(CrashTest, TwoCopiesOfTheLibrary) {
+  std::filesystem::create_directory(CaseFolder() / "second");
+  std::filesystem::copy(CaseFolder() / "Vantra.dll", CaseFolder() / "second" / "Vantra.dll");
+  const uint32_t code = StartHost([] {
+                          SetUnhandledExceptionFilter(HostsFilter);
+                          const Entry before = EntryBytes();
+                          auto first = std::make_unique<Library>();
+                          OpenWatched(*first, "Draw");
+                          Library second("second\\Vantra.dll");
+                          OpenWatched(second, "Paint");
+                          first.reset();
+                          EXPECT_EQ(EntryBytes(), before);
+                          if (testing::Test::HasFailure()) ExitProcess(1);
+                          WriteNowhere();
+                        }).Wait();
+  EXPECT_EQ(code, kHostsOwnCode);
+}
+
+TEST_F(CrashTest, LogLines) {
+  SwitchLogOn();
+  StartHost([](Library& ut) {
+    OpenWatched(ut, "Draw");
+    WriteNowhere();
+  }).Wait();
+  std::vector<std::string> lines = LogLines();
+  std::erase_if(lines, [](const std::string& line) {
+    return line.find("@CrashHandler") == std::string::npos && line.find("@MiniSession") == std::string::npos;
+  });
+  for (std::string& line : lines) line.erase(line.find(" @"));
+  std::vector<std::string> wanted = {
+      "INFO CrashHandler::SetCrashHandler", "INFO PreventSetUnhandledExceptionFilter() - Enter",
+      "INFO PreventSetUnhandledExceptionFilter() - Exit", "INFO CrashHandler::SetUnhandledExceptionFilter",
+      "INFO MiniSession::CreateOptInRateFile"};
+  wanted.insert(wanted.end(), 14, "INFO MiniSession::Write");
+  wanted.push_back("INFO CrashHandler::CustomUnhandledExceptionFilter");
+  wanted.insert(wanted.end(), 3, "INFO CrashHandler::LogCrashInfo");
+  wanted.push_back("INFO MiniSession::CreateCrashFile");
+  wanted.insert(wanted.end(), 10, "INFO MiniSession::Write");
+  EXPECT_EQ(lines, wanted);
+}
+
+struct ChangeRow {
+  const char* test;
+  const char* stored;  // for the product; none when empty
+  int32_t held;
+  const char* base;  // the counts of the report; no report when empty
+  const char* optIn;
+};
+
+class Change : public CrashTest, public testing::WithParamInterface<ChangeRow> {};
+
+constexpr std::string_view kProductKey = "MyProduct_Acme_Draw_3.1";
+
+// A changed mind is stored for the product, reported once, and the agent started for the report.
+TEST_P(Change, OfMind) {
+  const auto& [test, stored, held, base, optIn] = GetParam();
+  const std::string product = std::string(kUsage) + "\\" + std::string(kProductKey);
+  if (*stored != '\0') SetValue(Hive::kUser, product, "OptIn", stored);
+  RunHost([held = held](Library& ut) {
+    ut.Initialize("MyProduct", false, nullptr);
+    ut.SetOptIn(held);
+    void* session = nullptr;
+    EXPECT_EQ(ut.StartSession(&session, "Acme", "Draw", "3.1", nullptr, nullptr), held == 1 ? 0 : 1);
+  });
+  std::vector<std::string> reports = FilesIn(Logs());
+  std::erase_if(reports,
+                [](const std::string& file) { return !file.starts_with("ulog_SkylampOptinProductFamily_"); });
+  ASSERT_EQ(reports.size(), *base == '\0' ? 0u : 1u);
+  EXPECT_EQ(AgentStarts().size(), reports.size());
+  if (reports.empty()) return;
+  EXPECT_EQ(GetValue(Hive::kUser, product, "OptIn"), "dword:" + std::to_string(held));
+  std::string wanted = R"(<?xml version="1.0" encoding="utf-8"?>
+
+<UsageDoc version="0.5.4">
+<StartSession id="ID1" time="TIME" seq="0" />
+<NewGroup category="Skylamp" subcategory="OptinRate" name="Session" time="TIME" group="1" doc="" seq="1" />
+<DataRec time="TIME" group="1" name="ProductFamily" data="SkylampOptinProductFamily" seq="2" />
+<DataRec time="TIME" group="1" name="ProductName" data="SkylampOptinProduct" seq="3" />
+<NewGroup category="Skylamp" subcategory="OptinRate" name="OptinProductInfo" time="TIME" group="2" doc="" seq="4" />
+<DataRec time="TIME" group="2" name="OptinProductFamily" data="Acme" seq="5" />
+<DataRec time="TIME" group="2" name="OptinProductName" data="Draw" seq="6" />
+<DataRec time="TIME" group="2" name="OptinProductVersion" data="3.1" seq="7" />
+<DataRec time="TIME" group="2" name="OptinProductSerializationState" data="Serialized" seq="8" />
+<DataRec time="TIME" group="2" name="OptinKey" data="MyProduct" seq="9" />
+<NewGroup category="Skylamp" subcategory="OptinRate" name="OptInInfo" time="TIME" group="3" doc="" seq="10" />
+<DataRec time="TIME" group="3" name="BaseCount" data=")";
+  wanted.append(base).append(
+      "\" seq=\"11\" />\n<DataRec time=\"TIME\" group=\"3\" name=\"OptInCount\" data=\"");
+  wanted.append(optIn).append(
+      "\" seq=\"12\" />\n<EndSession id=\"ID1\" time=\"TIME\" seq=\"13\" />\n</UsageDoc>\n");
+  const std::string document = ReadDocument(Logs() / reports[0]);
+  EXPECT_EQ(Normalised(document), wanted);
+  EXPECT_EQ(Records(document)[0]["id"], "00000000-0000-0000-0000-000000000000");
+  EXPECT_EQ(reports[0].find("0a1b2c3d"), std::string::npos) << "the report names the user";
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, Change,
+                         testing::Values(ChangeRow{"FirstIn", "", 1, "1", "1"},
+                                         ChangeRow{"FirstOut", "", 0, "1", "0"},
+                                         ChangeRow{"OutToIn", "dword:0", 1, "0", "1"},
+                                         ChangeRow{"InToOut", "dword:1", 0, "0", "-1"},
+                                         ChangeRow{"StillIn", "sz:1", 1, "", ""},
+                                         ChangeRow{"StillOut", "dword:0", 0, "", ""},
+                                         ChangeRow{"Undecided", "dword:1", -1, "", ""}),
+                         kRowName);
+
+}  // namespace
+}  // namespace vantra::test
