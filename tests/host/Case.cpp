@@ -104,10 +104,10 @@ void EnterNewCase() {
                            std::to_string(GetTickCount64()) + "-" + std::to_string(++count);
   Enter(name, fs::temp_directory_path() / name);
   fs::create_directories(Logs());
+  const Path built = Executable().parent_path();
   Place(Executable(), CaseFolder() / "host.exe");
-  for (const char* file : {"Vantra.dll", "Sendrix2.exe"}) {
-    Place(Executable().parent_path() / file, CaseFolder() / file);
-  }
+  Place(built / "Sendrix2.exe", CaseFolder() / "Sendrix2.exe");
+  Place(built.parent_path() / "Vantra.dll", CaseFolder() / "Vantra.dll");
   SetValue(Hive::kUser, "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
            "AppData", "sz:" + AppData().string());
   // The digests come from a provider that the machine's hive names.

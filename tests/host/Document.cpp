@@ -95,10 +95,10 @@ std::string Normalised(std::string_view text) {
   return normalised;
 }
 
-std::vector<std::string> AgentStarts() {
+std::vector<std::string> AgentStarts(const Path& folder) {
   std::vector<std::string> lines;
-  for (const std::string& name : FilesIn(CaseFolder())) {
-    if (name.ends_with(".agent")) lines.push_back(ReadFile(CaseFolder() / name));
+  for (const std::string& name : FilesIn(folder)) {
+    if (name.ends_with(".agent")) lines.push_back(ReadFile(folder / name));
   }
   return lines;
 }

@@ -33,8 +33,8 @@ struct Record {
 // The text with TIME for every time stamp, and ID1, ID2, ... for GUIDs, numbered as they first appear.
 [[nodiscard]] std::string Normalised(std::string_view text);
 
-// The command line of each start of the stand-in agent.
-[[nodiscard]] std::vector<std::string> AgentStarts();
+// The command line of each start of the stand-in agent of that folder.
+[[nodiscard]] std::vector<std::string> AgentStarts(const Path& folder = CaseFolder());
 
 // The diagnostic log as lines "LEVEL message @unit:line", and as it is.
 [[nodiscard]] std::vector<std::string> LogLines();

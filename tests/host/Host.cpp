@@ -86,7 +86,7 @@ Host LaunchHost(void (*body)(const void*), const void* state, size_t size) {
   return Host(std::make_unique<Host::Handles>(Handle(process.hProcess), std::move(job)));
 }
 
-Library::Library() : module_(LoadLibraryW((CaseFolder() / "Vantra.dll").c_str())) {
+Library::Library(const char* file) : module_(LoadLibraryW((CaseFolder() / file).c_str())) {
   EXPECT_NE(module_, nullptr) << "Vantra.dll does not load, error " << GetLastError();
 }
 

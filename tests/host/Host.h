@@ -17,7 +17,7 @@ namespace vantra::test {
 // The exports of a Vantra.dll that is loaded as long as this lives.
 class Library {
  public:
-  Library();
+  explicit Library(const char* file = "Vantra.dll");  // beside host.exe
   ~Library();
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
@@ -115,6 +115,6 @@ class HostTest : public testing::Test {
 template <class Row>
 class HostTable : public HostTest, public testing::WithParamInterface<Row> {};
 
-inline constexpr auto kRowName = [](const auto& info) { return std::string(info.param.test); };
+inline constexpr auto kRowName = [](const auto& row) { return std::string(row.param.test); };
 
 }  // namespace vantra::test
