@@ -13,17 +13,21 @@ std::string EscapePlainly(std::string_view text) {
   return escaped.empty() ? "NOVALUE" : escaped;
 }
 
-// What an XML reader makes of the last attribute of that name.
-std::string ReadAttribute(std::string_view record, std::string_view name) {
-  std::string value;
-  for (size_t at = record.rfind(name) + name.size() + 2; record.at(at) != '"'; ++at) {
-    Require(record[at] != '<');
-    const bool isReference = record[at] == '&';
-    Require(!isReference || (record.substr(at, 2) == "&#" && record.at(at + 4) == ';'));
-    value += isReference ? static_cast<char>(std::stoi(std::string(record.substr(at + 2, 2)))) : record[at];
-    if (isReference) at += 4;
+// What an XML reader makes of the record.
+std::map<std::string, std::string> ReadAttributes(const std::string& record) {
+  std::map<std::string, std::string> attributes;
+  for (size_t at = record.find(' '); record.at(at + 1) != '/'; ++at) {
+    const size_t equals = record.find("=\"", at);
+    std::string& value = attributes[record.substr(at + 1, equals - at - 1)];
+    for (at = equals + 2; record.at(at) != '"'; ++at) {
+      const bool isReference = record[at] == '&';
+      Require(record[at] != '<' &&
+              (!isReference || (record.substr(at, 2) == "&#" && record.at(at + 4) == ';')));
+      value += isReference ? static_cast<char>(std::stoi(record.substr(at + 2, 2))) : record[at];
+      if (isReference) at += 4;
+    }
   }
-  return value;
+  return attributes;
 }
 
 void Run(std::string_view input) {
@@ -34,5 +38,5 @@ void Run(std::string_view input) {
                             EscapePlainly(second) + "\" name=\"" + EscapePlainly(input) +
                             "\" time=\"t\" group=\"1\" doc=\"NOVALUE\" seq=\"2\" />\n");
   const std::string_view name = input.substr(0, input.find('\0'));
-  Require(ReadAttribute(out.Text(), "\" name") == (name.empty() ? "NOVALUE" : name));
+  Require(ReadAttributes(std::string(out.Text()))["name"] == (name.empty() ? "NOVALUE" : name));
 }

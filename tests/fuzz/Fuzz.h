@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <string>
 
-// The input lies in memory of just its size, so that the sanitizer sees any read beyond it.
+#include "PageEnd.h"
+
+// Nothing behind the input can be read.
 void Run(std::string_view input);
 
 inline void Require(bool holds) {
@@ -13,6 +15,6 @@ inline void Require(bool holds) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  Run({reinterpret_cast<const char*>(data), size});
+  Run({AtPageEnd({reinterpret_cast<const char*>(data), size}), size});
   return 0;
 }

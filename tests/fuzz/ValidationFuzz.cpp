@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cctype>
-#include <vector>
 
 #include "Fuzz.h"
 #include "api/Validation.h"
@@ -34,12 +33,12 @@ void Run(std::string_view input) {
   const std::string text(input.substr(0, input.find('\0')));
   Require(input.data() == nullptr || (id.isAccepted && id.text == text));
 
-  const std::vector<char> host(text.c_str(), text.c_str() + text.size() + 1);
   uint32_t own = 0;
   input.copy(reinterpret_cast<char*>(&own), sizeof(own));
+  const char* const host = AtPageEnd({text.c_str(), text.size() + 1});
   for (uint32_t bit = 1; bit != 0; bit <<= 1) {
     for (const uint32_t flags : {bit, bit | own, bit ^ own}) {
-      const CheckedText checked(host.data(), CheckFor(flags));
+      const CheckedText checked(host, CheckFor(flags));
       Require(std::pair(static_cast<int>(checked.Code()), std::string(checked.Value())) ==
               CheckPlainly(text, flags));
     }

@@ -4,6 +4,7 @@
 #include <numeric>
 #include <string>
 
+#include "PageEnd.h"
 #include "session/DocumentName.h"
 #include "session/Obfuscation.h"
 #include "session/UsageDocument.h"
@@ -53,7 +54,7 @@ TEST(UsageDocument, RecordTexts) {
 // The attribute value that a record makes of the text.
 std::string Escaped(std::string_view text) {
   TextBuffer out;
-  AppendDataRec(out, 1, text, "", {"", 2});
+  AppendDataRec(out, 1, {AtPageEnd(text), text.size()}, "", {"", 2});
   const std::string record(out.Text());
   const size_t start = record.find(" name=\"") + 7;
   return record.substr(start, record.rfind("\" data=\"NOVALUE\" seq=\"2\" />\n") - start);

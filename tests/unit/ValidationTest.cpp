@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
+#include "PageEnd.h"
 #include "api/Validation.h"
 
 namespace vantra::api {
@@ -10,7 +12,8 @@ std::string Times(size_t count, char c) { return std::string(count, c); }
 
 // Code and value of the checked text.
 std::string Checked(const char* text, uint32_t flags) {
-  const CheckedText checked(text, CheckFor(flags));
+  const CheckedText checked(text == nullptr ? nullptr : AtPageEnd({text, std::strlen(text) + 1}),
+                            CheckFor(flags));
   EXPECT_EQ(checked.IsAccepted(), checked.Code() < TextCode::kNullRefused);
   return std::to_string(static_cast<int>(checked.Code())) + ' ' + std::string(checked.Value());
 }
@@ -52,12 +55,10 @@ TEST(Validation, Texts) {
       {0x40000000, Times(64, '-'), "0 " + Times(64, '_')}, {0x8, Times(512, '-'), "0 " + Times(512, '-')}};
   // clang-format on
   for (const auto& row : rows) EXPECT_EQ(Checked(row.text.c_str(), row.flags), row.wanted) << row.flags;
-  EXPECT_EQ(Checked(nullptr, 0x4000010), "3 SK_STR_NULL");
-  EXPECT_EQ(Checked(nullptr, 0x2000001), "0 NOVALUE");
+  EXPECT_EQ(Checked(nullptr, 0x4000010) + ", " + Checked(nullptr, 0x2000001), "3 SK_STR_NULL, 0 NOVALUE");
 }
 
 TEST(Validation, IdsAndNumbers) {
-  constexpr char kUnended[] = {'a', 'b', 'c'};
   const auto checked = [](const char* text, uint32_t length) {
     const CheckedDocumentId id = CheckDocumentId(text, length);
     return !id.isAccepted ? "refused" : id.text.data() == nullptr ? "none" : "id " + std::string(id.text);
@@ -66,7 +67,7 @@ TEST(Validation, IdsAndNumbers) {
   EXPECT_EQ(checked("", 5), "id ");
   EXPECT_EQ(checked("abc", 2), "id ab");
   EXPECT_EQ(checked("a\0c", 3), "id a");
-  EXPECT_EQ(checked(kUnended, 3), "id abc");
+  EXPECT_EQ(checked(AtPageEnd("abc"), 3), "id abc");
   EXPECT_EQ(checked("abc", 0x7fffffff), "id abc");
   EXPECT_EQ(checked("abc", 0x80000000), "refused");
   EXPECT_TRUE(IsOptInValue(-1) && IsOptInValue(0) && IsOptInValue(1) && IsGroupId(0, 5) && IsGroupId(5, 5));
