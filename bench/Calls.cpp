@@ -39,14 +39,15 @@ fs::path OpenDocument(const World& world) {
 class Round {
  public:
   Round(const World& world, const Library& library)
-      : library_(library),
+      : world_(world),
+        library_(library),
         path_(world.Logs() / "bare.bin"),
         session_(library.Start()),
         file_(OpenLikeADocument(path_)) {}
   ~Round() {
     CloseHandle(file_);
     library_.CloseSession(&session_);
-    for (const auto& entry : fs::directory_iterator(path_.parent_path())) fs::remove(entry.path());
+    world_.EmptyLogs();
   }
   Round(const Round&) = delete;
   Round& operator=(const Round&) = delete;
@@ -58,6 +59,7 @@ class Round {
   }
 
  private:
+  const World& world_;
   const Library& library_;
   fs::path path_;
   void* session_;
@@ -226,7 +228,7 @@ void MeasureThreadCount(Figures& figures, const World& world, const Library& lib
           LeaveCriticalSection(&lock);
         });
         for (HANDLE handle : handles) CloseHandle(handle);
-        for (const auto& entry : fs::directory_iterator(world.Logs())) fs::remove(entry.path());
+        world.EmptyLogs();
         return time;
       });
   DeleteCriticalSection(&lock);

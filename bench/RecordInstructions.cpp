@@ -77,7 +77,8 @@ int main(int count, char** arguments) {
   for (const vantra::Kind& kind : vantra::kKinds) {
     if (count < 2) std::puts(kind.name);
     if (count < 3 || std::strcmp(arguments[1], kind.name) != 0) continue;
-    for (int i = 0; i < std::atoi(arguments[2]); ++i) {
+    const int records = std::atoi(arguments[2]);
+    for (int i = 0; i < records; ++i) {
       vantra::record.Clear();
       kind.build(i);
     }

@@ -3,14 +3,6 @@
 #include "Mirror.h"
 
 namespace vantra::bench {
-namespace {
-
-void EmptyLogs(const World& world) {
-  for (const auto& entry : fs::directory_iterator(world.Logs())) fs::remove(entry.path());
-}
-
-}  // namespace
-
 void MeasureStarts(Figures& figures, const World& world) {
   const int64_t before = Now();
   const Library library(world);
@@ -27,14 +19,14 @@ void MeasureStarts(Figures& figures, const World& world) {
       .Compare(
           "start", "UTStartSession + UTCloseSession",
           [&] {
-            EmptyLogs(world);
+            world.EmptyLogs();
             return Time(kStarts, [&](int) {
               void* each = library.Start();
               library.CloseSession(&each);
             });
           },
           [&] {
-            EmptyLogs(world);
+            world.EmptyLogs();
             return Time(kStarts, [&](int) { mirror.StartAndClose(); });
           })
       .target = 1.15;
@@ -49,7 +41,7 @@ void MeasureStarts(Figures& figures, const World& world) {
       .Compare(
           "rollover", "UTLogEvent, sustained",
           [&] {
-            EmptyLogs(world);
+            world.EmptyLogs();
             return Time(kCalls, [&](int) { library.LogEvent(session, "File", "Menu", "Save", nullptr, 0); });
           },
           [&] {
@@ -64,7 +56,7 @@ void MeasureStarts(Figures& figures, const World& world) {
           })
       .target = 1.20;
   library.CloseSession(&session);
-  EmptyLogs(world);
+  world.EmptyLogs();
 }
 
 }  // namespace vantra::bench

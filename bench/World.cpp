@@ -71,6 +71,16 @@ fs::path OwnFolder() {
   return fs::path(path).parent_path();
 }
 
+// The log is switched on by a file that need only be there during the load.
+HMODULE Load(bool withLog) {
+  const fs::path switchFile = OwnFolder() / "SKLog.config";
+  if (withLog) std::ofstream(switchFile) << "append=0\n";
+  const HMODULE module = LoadLibraryW((OwnFolder() / "Vantra.dll").c_str());
+  if (withLog) fs::remove(switchFile);
+  if (module == nullptr) throw std::runtime_error("Vantra.dll does not load");
+  return module;
+}
+
 }  // namespace
 
 World::World() {
@@ -97,12 +107,12 @@ World::~World() {
 
 void World::SetObfuscation(bool on) const { SetText(kUsageKey, L"obfuscate", on ? L"1" : L"0"); }
 
-Library::Library(const World& world, bool withLog) {
-  const fs::path switchFile = OwnFolder() / "SKLog.config";
-  if (withLog) std::ofstream(switchFile) << "append=0\n";
-  module_ = LoadLibraryW((OwnFolder() / "Vantra.dll").c_str());
-  if (withLog) fs::remove(switchFile);
-  if (module_ == nullptr) throw std::runtime_error("Vantra.dll does not load");
+void World::EmptyLogs() const {
+  std::error_code ignored;
+  for (const auto& entry : fs::directory_iterator(Logs())) fs::remove(entry.path(), ignored);
+}
+
+Library::Library(const World& world, bool withLog) : module_(Load(withLog)) {
   void** const malloc = FindImport(module_, "malloc");
   void* const counted = reinterpret_cast<void*>(&CountedMalloc);
   Overwrite(malloc, &counted, sizeof counted);

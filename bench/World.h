@@ -26,6 +26,8 @@ class World {
   [[nodiscard]] fs::path AgentFolder() const { return folder_ / "AppData" / "Tolvex" / "Sendrix2"; }
   [[nodiscard]] fs::path Logs() const { return AgentFolder() / "Logs"; }
   void SetObfuscation(bool on) const;
+  // Removes what no session has open.
+  void EmptyLogs() const;
 
  private:
   fs::path folder_;

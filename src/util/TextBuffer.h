@@ -66,14 +66,18 @@ struct Raw {
   std::string_view text;
 
   [[nodiscard]] constexpr size_t MaxSize() const noexcept { return text.size() + kBlock; }
-  [[nodiscard]] char* Write(char* at) const noexcept { return CopyBlocks(at, text.data(), text.size()); }
+  [[nodiscard, gnu::noinline]] char* Write(char* at) const noexcept {
+    return CopyBlocks(at, text.data(), text.size());
+  }
 };
 
 struct Decimal {
   int64_t value;
 
   [[nodiscard]] static constexpr size_t MaxSize() noexcept { return 20; }
-  [[nodiscard]] char* Write(char* at) const noexcept { return std::to_chars(at, at + MaxSize(), value).ptr; }
+  [[nodiscard, gnu::noinline]] char* Write(char* at) const noexcept {
+    return std::to_chars(at, at + MaxSize(), value).ptr;
+  }
 };
 
 // Appends the pieces with one check of the room.
