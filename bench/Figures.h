@@ -82,6 +82,6 @@ void MeasureCalls(Figures& figures, const World& world);
 void MeasureThreads(Figures& figures, const World& world);
 void MeasurePeers(Figures& figures, const World& world);
 void MeasureStarts(Figures& figures, const World& world);
-void MeasureSessions(Figures& figures, const World& world);
+void MeasureSessions(Figures& figures, const World& world, size_t most);
 
 }  // namespace vantra::bench

@@ -11,16 +11,24 @@ namespace vantra::bench {
 namespace {
 
 constexpr int kCalls = 300;
-constexpr std::string_view kRecord =
-    R"(<EventRec doc="0" category="File" subcategory="Menu" name="Save" time="2011-03-04T05:06:07Z" seq="123" />)";
 
-// A peer is measured as it writes the finished text; making that text is not even counted.
+// What the library makes its record of. A host would have to keep the number and make the time itself: peers
+// get both as a present.
+constexpr char kDoc[] = "0";
+constexpr char kCategory[] = "File";
+constexpr char kSubCategory[] = "Menu";
+constexpr char kName[] = "Save";
+constexpr char kTime[] = "2011-03-04T05:06:07Z";
+constexpr size_t kRecordSize = 106;
+
+// A peer puts the same record together in its own way, without escaping, and writes it to the disk.
 template <class Write>
 void MeasurePeer(Figures& figures, const char* name, const fs::path& path, Write&& write) {
   const HANDLE file = OpenLikeADocument(path);
+  const std::string record(kRecordSize, 'x');
   const auto bare = [&](int) {
     DWORD written = 0;
-    WriteFile(file, kRecord.data(), static_cast<DWORD>(kRecord.size()), &written, nullptr);
+    WriteFile(file, record.data(), static_cast<DWORD>(record.size()), &written, nullptr);
   };
   Time(kCalls, bare);
   Time(kCalls, write);
@@ -34,11 +42,18 @@ void MeasurePeer(Figures& figures, const char* name, const fs::path& path, Write
 void MeasurePeers(Figures& figures, const World& world) {
   const fs::path bare = world.Folder() / "bare.bin";
   std::ofstream stream(world.Folder() / "stream.txt", std::ios::binary);
-  MeasurePeer(figures, "ofstream, flush", bare, [&](int) { stream << kRecord << '\n' << std::flush; });
+  MeasurePeer(figures, "ofstream, flush", bare, [&](int i) {
+    stream << "<EventRec doc=\"" << kDoc << "\" category=\"" << kCategory << "\" subcategory=\""
+           << kSubCategory << "\" name=\"" << kName << "\" time=\"" << kTime << "\" seq=\"" << i << "\" />\n"
+           << std::flush;
+  });
 
   std::FILE* const file = std::fopen((world.Folder() / "file.txt").string().c_str(), "wb");
-  MeasurePeer(figures, "fwrite, fflush", bare, [&](int) {
-    std::fwrite(kRecord.data(), 1, kRecord.size(), file);
+  MeasurePeer(figures, "fprintf, fflush", bare, [&](int i) {
+    std::fprintf(
+        file,
+        "<EventRec doc=\"%s\" category=\"%s\" subcategory=\"%s\" name=\"%s\" time=\"%s\" seq=\"%d\" />\n",
+        kDoc, kCategory, kSubCategory, kName, kTime, i);
     std::fflush(file);
   });
   std::fclose(file);
@@ -46,9 +61,10 @@ void MeasurePeers(Figures& figures, const World& world) {
   const auto logger = spdlog::basic_logger_st("peer", (world.Folder() / "spdlog.txt").string());
   logger->flush_on(spdlog::level::trace);
   logger->set_pattern("%v");
-  MeasurePeer(figures, "spdlog, flush on every record", bare, [&](int) {
-    logger->info("<EventRec doc=\"{}\" category=\"{}\" subcategory=\"{}\" name=\"{}\" />", "0", "File",
-                 "Menu", "Save");
+  MeasurePeer(figures, "spdlog, flush on every record", bare, [&](int i) {
+    logger->info(
+        "<EventRec doc=\"{}\" category=\"{}\" subcategory=\"{}\" name=\"{}\" time=\"{}\" seq=\"{}\" />", kDoc,
+        kCategory, kSubCategory, kName, kTime, i);
   });
   spdlog::shutdown();
 }

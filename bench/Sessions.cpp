@@ -2,38 +2,63 @@
 #include "Figures.h"
 
 namespace vantra::bench {
+namespace {
 
-void MeasureSessions(Figures& figures, const World& world) {
+constexpr int kCalls = 200;
+constexpr size_t kStride = 7919;  // a prime: each call goes to another session, far from the last
+
+class BareFiles {
+ public:
+  explicit BareFiles(fs::path folder) : folder_(std::move(folder)) { fs::create_directory(folder_); }
+  ~BareFiles() {
+    for (const HANDLE file : files_) CloseHandle(file);
+  }
+  BareFiles(const BareFiles&) = delete;
+  BareFiles& operator=(const BareFiles&) = delete;
+
+  void GrowTo(size_t count) {
+    while (files_.size() < count)
+      files_.push_back(OpenLikeADocument(folder_ / std::to_string(files_.size())));
+  }
+  [[nodiscard]] HANDLE operator[](size_t index) const { return files_[index]; }
+
+ private:
+  fs::path folder_;
+  std::vector<HANDLE> files_;
+};
+
+}  // namespace
+
+void MeasureSessions(Figures& figures, const World& world, size_t most) {
   const Library library(world);
   const std::string bytes(106, 'x');
   std::vector<void*> sessions;
-  const size_t before = PrivateBytes();
-  for (const size_t count : {size_t{1}, size_t{100}, size_t{10'000}}) {
-    try {
-      while (sessions.size() < count) sessions.push_back(library.Start());
-    } catch (const std::exception&) {
-      break;
-    }
+  BareFiles files(world.Folder() / "bare");
+  for (const size_t count : {size_t{1}, size_t{100}, most}) {
+    const size_t before = UsedMemory();
+    const size_t more = count - sessions.size();
+    while (sessions.size() < count) sessions.push_back(library.Start());
     const std::string name = std::to_string(count) + (count == 1 ? " open session" : " open sessions");
-    figures.AddFact("memory of " + name, static_cast<double>(PrivateBytes() - before) / 1024, "KiB");
-    const HANDLE file = OpenLikeADocument(world.Folder() / "bare.bin");
-    // Another session with each call, far from the last.
+    figures.AddFact("memory a session, up to " + name,
+                    static_cast<double>(UsedMemory() - before) / static_cast<double>(more), "bytes");
+    files.GrowTo(count);
     size_t next = 0;
+    size_t nextFile = 0;
     figures.Compare(
         "sessions", "UTLogEvent among " + name,
         [&] {
-          return Time(200, [&](int) {
-            next = (next + 7919) % sessions.size();
+          return Time(kCalls, [&](int) {
+            next = (next + kStride) % count;
             library.LogEvent(sessions[next], "File", "Menu", "Save", nullptr, 0);
           });
         },
         [&] {
-          return Time(200, [&](int) {
+          return Time(kCalls, [&](int) {
+            nextFile = (nextFile + kStride) % count;
             DWORD written = 0;
-            WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+            WriteFile(files[nextFile], bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
           });
         });
-    CloseHandle(file);
   }
   for (void* session : sessions) library.CloseSession(&session);
 }

@@ -159,12 +159,10 @@ int64_t Now() {
   return static_cast<int64_t>(static_cast<double>(ticks.QuadPart) * (1e9 / static_cast<double>(frequency)));
 }
 
-size_t PrivateBytes() {
-  PROCESS_MEMORY_COUNTERS_EX counters{};
-  counters.cb = sizeof counters;
-  GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
-                       sizeof counters);
-  return counters.PrivateUsage;
+size_t UsedMemory() {
+  PROCESS_MEMORY_COUNTERS counters{};
+  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return counters.WorkingSetSize;
 }
 
 }  // namespace vantra::bench

@@ -87,7 +87,7 @@ class Library::FullDisk {
 // A file opened as the library opens a document.
 [[nodiscard]] HANDLE OpenLikeADocument(const fs::path& path);
 
-[[nodiscard]] int64_t Now();          // in nanoseconds, of some clock
-[[nodiscard]] size_t PrivateBytes();  // memory that the process has committed
+[[nodiscard]] int64_t Now();        // in nanoseconds, of some clock
+[[nodiscard]] size_t UsedMemory();  // of the process, in bytes
 
 }  // namespace vantra::bench

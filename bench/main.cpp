@@ -41,15 +41,18 @@ nlohmann::json Figures::AsJson() const {
 
 namespace {
 
-int Run(int rounds, const char* jsonPath) {
+constexpr int kRounds = 61;
+constexpr int kQuickRounds = 15;
+
+int Run(bool isQuick, const char* jsonPath) {
   const World world;
-  Figures figures(rounds);
+  Figures figures(isQuick ? kQuickRounds : kRounds);
   std::printf("%-9s %-44s %10s %10s %8s\n", "", "", "ns", "bare ns", "ratio");
   MeasureStarts(figures, world);
   MeasureCalls(figures, world);
   MeasureThreads(figures, world);
   MeasurePeers(figures, world);
-  MeasureSessions(figures, world);
+  MeasureSessions(figures, world, isQuick ? 1'000 : 10'000);
   const nlohmann::json json = figures.AsJson();
   std::puts("\nHeap allocations a call in steady state:");
   for (const auto& figure : json["figures"]) {
@@ -66,11 +69,11 @@ int Run(int rounds, const char* jsonPath) {
 }  // namespace vantra::bench
 
 int main(int count, char** arguments) {
-  int rounds = 61;
+  bool isQuick = false;
   const char* json = nullptr;
   for (int i = 1; i < count; ++i) {
     if (std::strcmp(arguments[i], "--quick") == 0) {
-      rounds = 15;
+      isQuick = true;
     } else if (std::strcmp(arguments[i], "--json") == 0 && i + 1 < count) {
       json = arguments[++i];
     } else {
@@ -79,7 +82,7 @@ int main(int count, char** arguments) {
     }
   }
   try {
-    return vantra::bench::Run(rounds, json);
+    return vantra::bench::Run(isQuick, json);
   } catch (const std::exception& problem) {
     std::fprintf(stderr, "vantra-bench: %s\n", problem.what());
     return 1;

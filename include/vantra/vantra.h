@@ -14,7 +14,7 @@
  *     if (UTStartSession(&session, "Acme", "Draw", "3.1", "412", "en-US") == 0) {
  *         uint32_t group = 0;
  *         UTAddToSession(session, "Theme", "dark");
- *         UTLogEvent(session, "File", "Menu", "Save", "C:\\plans\\house.dwg", 19);
+ *         UTLogEvent(session, "File", "Menu", "Save", "C:\\plans\\house.dwg", 18);
  *         UTNewDataGroup(session, "Drawing", "Size", "Shapes", &group, NULL, 0);
  *         UTAddToGroup(session, group, "Circles", "17");
  *         UTCloseSession(&session);
@@ -76,8 +76,8 @@ int32_t UTInitialize(const char* pcUsagekey, bool crashHandling, const char* age
  * or the user has not consented. An opt-in of 1 is consent; no choice (-1) is consent only while the release
  * state is 0 (see UTSetSerializationState). After a refusal no document exists.
  *
- * A session that can no longer write (disk full, write error) falls silent: its calls go on succeeding and
- * record nothing.
+ * A session that can no longer write (disk full, write error) falls silent: its calls go on as if it could,
+ * and record nothing.
  *
  * @param session         Receives the handle, or NULL on failure. NULL is refused.
  * @param pcAppFamily     Required; at most 512 bytes. Becomes part of the file name, as does pcAppName: a
@@ -164,8 +164,9 @@ int32_t UTCloseSession(void** session);
 int32_t UTGetOptIn(void);
 
 /**
- * Stores the user's choice for the declared usage key, and the time of the first such choice. It decides
- * about later session starts, and about what becomes of the documents of open sessions.
+ * Stores the user's choice for the declared usage key, and the time of the first such call, which later ones
+ * keep. The choice decides about later session starts, and about what becomes of the documents of open
+ * sessions.
  *
  * @param value  1 opted in, 0 opted out, -1 forget the choice and the product's demographic values.
  * @return 0, or 1 for another value, without a declared usage key, or when the registry refuses.
