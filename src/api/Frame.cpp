@@ -39,11 +39,7 @@ auto AtDebug(const Message& message) noexcept {
 
 }  // namespace
 
-Frame::Frame(const Message& entryTrace) noexcept { Trace(entryTrace); }
-
-void Trace(const Message& message) noexcept {
-  if (logger->IsOn()) logger->Info(message.text, kWrapperSource, message.line);
-}
+void LogTrace(const Message& message) noexcept { logger->Info(message.text, kWrapperSource, message.line); }
 
 void Trace(const Message& message, int64_t number) noexcept {
   WithText(AtInfo(message), Raw{message.text}, Decimal{number});
@@ -53,9 +49,7 @@ void Trace(const Message& message, std::string_view usageKey, int64_t optIn) noe
   WithText(AtInfo(message), Raw{message.text}, Raw{usageKey}, Literal{"value: "}, Decimal{optIn});
 }
 
-void Report(const Message& message) noexcept {
-  if (logger->IsOn()) logger->Debug(message.text, kWrapperSource, message.line);
-}
+void LogReport(const Message& message) noexcept { logger->Debug(message.text, kWrapperSource, message.line); }
 
 void Report(const Message& message, std::string_view value) noexcept {
   WithText(AtDebug(message), Raw{message.text}, Raw{value});

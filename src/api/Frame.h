@@ -7,6 +7,7 @@
 
 #include "api/Messages.h"
 #include "api/Mutex.h"
+#include "log/Logger.h"
 #include "util/GlobalItems.h"
 
 namespace vantra::api {
@@ -14,22 +15,30 @@ namespace vantra::api {
 constexpr int32_t kSuccess = 0;
 constexpr int32_t kFailure = 1;
 
+// Trace logs at INFO, Report at DEBUG, with the value behind the message. While logging is off none of them
+// costs more than a look.
+[[gnu::cold]] void LogTrace(const Message& message) noexcept;
+[[gnu::cold]] void LogReport(const Message& message) noexcept;
+
+inline void Trace(const Message& message) noexcept {
+  if (log::IsOn()) LogTrace(message);
+}
+inline void Report(const Message& message) noexcept {
+  if (log::IsOn()) LogReport(message);
+}
+void Trace(const Message& message, int64_t number) noexcept;
+void Trace(const Message& message, std::string_view usageKey, int64_t optIn) noexcept;
+void Report(const Message& message, std::string_view value) noexcept;
+void Report(const Message& message, int64_t number) noexcept;
+
 // Held by a wrapper from its first action to its last.
 class Frame {
  public:
-  explicit Frame(const Message& entryTrace) noexcept;
+  explicit Frame(const Message& entryTrace) noexcept { Trace(entryTrace); }
 
  private:
   MutexScope lock_;
 };
-
-// Trace logs at INFO, Report at DEBUG, with the value behind the message. Cheap while logging is off.
-void Trace(const Message& message) noexcept;
-void Trace(const Message& message, int64_t number) noexcept;
-void Trace(const Message& message, std::string_view usageKey, int64_t optIn) noexcept;
-void Report(const Message& message) noexcept;
-void Report(const Message& message, std::string_view value) noexcept;
-void Report(const Message& message, int64_t number) noexcept;
 
 // What the exception guard of an export says and returns.
 struct ExportRow {

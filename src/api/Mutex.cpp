@@ -4,32 +4,24 @@
 
 namespace vantra::api {
 
-Mutex* CreateMutexItem() noexcept {
-  try {
-    return &util::GlobalItems::Instance().Add(std::unique_ptr<Mutex>(new Mutex));
-  } catch (...) {
-    return nullptr;
+constinit Mutex* Mutex::instance_ = nullptr;
+
+struct Mutex::Initialiser {
+  Initialiser() noexcept {
+    try {
+      instance_ = &util::GlobalItems::Instance().Add(std::unique_ptr<Mutex>(new Mutex));
+    } catch (...) {
+      // Without a lock the calls run unlocked.
+    }
   }
-}
-
-namespace {
-
-constinit Mutex* instance = nullptr;
-
-struct Initialiser {
-  Initialiser() noexcept { instance = CreateMutexItem(); }
 };
 
 // Before the loggers, and so before them in the order of deletion.
-[[gnu::init_priority(200)]] const Initialiser initialiser;
-
-}  // namespace
+[[gnu::init_priority(200)]] const Mutex::Initialiser Mutex::initialiser_;
 
 Mutex::~Mutex() {
-  instance = nullptr;
+  instance_ = nullptr;
   DeleteCriticalSection(&section_);
 }
-
-Mutex* Mutex::Instance() noexcept { return instance; }
 
 }  // namespace vantra::api

@@ -11,13 +11,16 @@ class Mutex : public util::GlobalItem {
   ~Mutex() override;
 
   // NULL before the static initialisers and after unload has begun.
-  [[nodiscard]] static Mutex* Instance() noexcept;
+  [[nodiscard]] static Mutex* Instance() noexcept { return instance_; }
 
   void Lock() noexcept { EnterCriticalSection(&section_); }
   void Unlock() noexcept { LeaveCriticalSection(&section_); }
 
  private:
-  friend Mutex* CreateMutexItem() noexcept;
+  struct Initialiser;
+  static const Initialiser initialiser_;
+  static constinit Mutex* instance_;
+
   Mutex() noexcept { InitializeCriticalSection(&section_); }
 
   CRITICAL_SECTION section_;

@@ -43,6 +43,36 @@ bool IsIdentifierText(const char* text, size_t size) noexcept {
 
 }  // namespace
 
+inline void CheckedText::ApplyLimit(const char* text, size_t limit) noexcept {
+  const size_t length = util::BoundedLength(text, limit + 1);
+  value_ = {text, std::min(length, limit)};
+  if (length > limit) code_ = TextCode::kCut;
+}
+
+inline void CheckedText::ApplyIdentifier(const char* text, size_t limit) noexcept {
+  const std::string_view prefix = util::IsAsciiLetter(*text) ? std::string_view() : kPrefix;
+  size_t length = util::BoundedLength(text, limit + 1);
+  if (prefix.empty() && length <= limit && IsIdentifierText(text, length)) {
+    value_ = {text, length};
+    return;
+  }
+  if (prefix.size() + length > limit) code_ = TextCode::kCut;
+  length = std::min(length, limit - prefix.size());
+  prefix.copy(repaired_, prefix.size());
+  std::transform(text, text + length, repaired_ + prefix.size(),
+                 [](char c) { return IsIdentifierByte(c) ? c : '_'; });
+  value_ = {repaired_, prefix.size() + length};
+}
+
+inline void CheckedText::ApplyName(const char* text, size_t limit) noexcept {
+  const size_t length = util::BoundedLength(text, limit + 1);
+  if (length > limit) code_ = TextCode::kCut;
+  const size_t kept = std::min(length, limit);
+  std::transform(text, text + kept, repaired_,
+                 [](char c) { return IsIdentifierByte(c) || c == ' ' ? c : '_'; });
+  value_ = {repaired_, kept};
+}
+
 CheckedText::CheckedText(const char* text, const TextCheck& check) noexcept {
   if (text == nullptr) {
     value_ = check.isNullAllowed ? kNoValue : kNullText;
@@ -69,36 +99,6 @@ CheckedText::CheckedText(const char* text, const TextCheck& check) noexcept {
         break;
     }
   }
-}
-
-void CheckedText::ApplyLimit(const char* text, size_t limit) noexcept {
-  const size_t length = util::BoundedLength(text, limit + 1);
-  value_ = {text, std::min(length, limit)};
-  if (length > limit) code_ = TextCode::kCut;
-}
-
-void CheckedText::ApplyIdentifier(const char* text, size_t limit) noexcept {
-  const std::string_view prefix = util::IsAsciiLetter(*text) ? std::string_view() : kPrefix;
-  size_t length = util::BoundedLength(text, limit + 1);
-  if (prefix.empty() && length <= limit && IsIdentifierText(text, length)) {
-    value_ = {text, length};
-    return;
-  }
-  if (prefix.size() + length > limit) code_ = TextCode::kCut;
-  length = std::min(length, limit - prefix.size());
-  prefix.copy(repaired_, prefix.size());
-  std::transform(text, text + length, repaired_ + prefix.size(),
-                 [](char c) { return IsIdentifierByte(c) ? c : '_'; });
-  value_ = {repaired_, prefix.size() + length};
-}
-
-void CheckedText::ApplyName(const char* text, size_t limit) noexcept {
-  const size_t length = util::BoundedLength(text, limit + 1);
-  if (length > limit) code_ = TextCode::kCut;
-  const size_t kept = std::min(length, limit);
-  std::transform(text, text + kept, repaired_,
-                 [](char c) { return IsIdentifierByte(c) || c == ' ' ? c : '_'; });
-  value_ = {repaired_, kept};
 }
 
 CheckedDocumentId CheckDocumentId(const char* text, uint32_t length) noexcept {

@@ -13,10 +13,7 @@ bool RecordValidationError(session::UsageSession* session, std::string_view type
   return true;
 }
 
-CheckedArgument::CheckedArgument(session::UsageSession* session, const char* text, const TextCheck& check,
-                                 const Message& refusal)
-    : text_(text, check) {
-  if (text_.Code() == TextCode::kAccepted) return;
+void CheckedArgument::Tell(session::UsageSession* session, const char* text, const Message& refusal) const {
   if (session != nullptr) {
     RecordValidationError(session, kInvalidText, text == nullptr ? std::string_view() : text);
   } else if (text_.IsAccepted()) {

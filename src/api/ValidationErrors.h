@@ -18,12 +18,17 @@ bool RecordValidationError(session::UsageSession* session, std::string_view type
 class CheckedArgument {
  public:
   CheckedArgument(session::UsageSession* session, const char* text, const TextCheck& check,
-                  const Message& refusal);
+                  const Message& refusal)
+      : text_(text, check) {
+    if (text_.Code() != TextCode::kAccepted) Tell(session, text, refusal);
+  }
 
   [[nodiscard]] bool IsAccepted() const noexcept { return text_.IsAccepted(); }
   [[nodiscard]] std::string_view Value() const noexcept { return text_.Value(); }
 
  private:
+  [[gnu::cold]] void Tell(session::UsageSession* session, const char* text, const Message& refusal) const;
+
   CheckedText text_;
 };
 

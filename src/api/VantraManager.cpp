@@ -3,20 +3,14 @@
 #include <stdexcept>
 
 namespace vantra::api {
-namespace {
 
-constinit VantraManager* instance = nullptr;
+constinit VantraManager* VantraManager::instance_ = nullptr;
 
-}  // namespace
-
-VantraManager& VantraManager::Instance() {
-  if (instance == nullptr) {
-    instance = &util::GlobalItems::Instance().Add(std::unique_ptr<VantraManager>(new VantraManager));
-  }
-  return *instance;
+void VantraManager::Create() {
+  instance_ = &util::GlobalItems::Instance().Add(std::unique_ptr<VantraManager>(new VantraManager));
 }
 
-VantraManager::~VantraManager() { instance = nullptr; }
+VantraManager::~VantraManager() { instance_ = nullptr; }
 
 session::UsageSession* VantraManager::Add(std::unique_ptr<session::UsageSession> session) {
   if (sessions_.size() == sessions_.max_size()) throw std::length_error("list<T> too long");
@@ -30,13 +24,10 @@ session::UsageSession* VantraManager::Add(std::unique_ptr<session::UsageSession>
   return session.release();
 }
 
-session::UsageSession* VantraManager::Find(const void* handle) noexcept {
-  if (handle == nullptr) return nullptr;
-  if (handle != latest_) {
-    const auto place = places_.find(handle);
-    if (place == places_.end()) return nullptr;
-    latest_ = *place->second;
-  }
+session::UsageSession* VantraManager::FindPlace(const void* handle) noexcept {
+  const auto place = places_.find(handle);
+  if (place == places_.end()) return nullptr;
+  latest_ = *place->second;
   return latest_;
 }
 

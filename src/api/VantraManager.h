@@ -12,7 +12,10 @@ namespace vantra::api {
 class VantraManager : public util::GlobalItem {
  public:
   // Created on first use, owned by the global items. Sessions still open at unload are abandoned.
-  static VantraManager& Instance();
+  static VantraManager& Instance() {
+    if (instance_ == nullptr) Create();
+    return *instance_;
+  }
 
   ~VantraManager() override;
 
@@ -20,7 +23,9 @@ class VantraManager : public util::GlobalItem {
   session::UsageSession* Add(std::unique_ptr<session::UsageSession> session);
 
   // NULL unless the handle is that of an open session. A handle is only compared, never followed.
-  [[nodiscard]] session::UsageSession* Find(const void* handle) noexcept;
+  [[nodiscard]] session::UsageSession* Find(const void* handle) noexcept {
+    return handle != nullptr && handle == latest_ ? latest_ : FindPlace(handle);
+  }
 
   // Gives the session back; nothing when the handle is not in the list.
   std::unique_ptr<session::UsageSession> Remove(const void* handle) noexcept;
@@ -30,6 +35,10 @@ class VantraManager : public util::GlobalItem {
 
  private:
   VantraManager() = default;
+  static void Create();
+  [[nodiscard]] session::UsageSession* FindPlace(const void* handle) noexcept;
+
+  static constinit VantraManager* instance_;
 
   session::SessionList sessions_;
   // Where each handle stands in the list, so that a call costs the same however many sessions are open.

@@ -100,4 +100,7 @@ class LoggerPointer {
   static constinit Logger* current;
 };
 
+// Whether the one logger writes anything.
+[[nodiscard]] inline bool IsOn() noexcept { return LoggerPointer::current->IsOn(); }
+
 }  // namespace vantra::log

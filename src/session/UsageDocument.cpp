@@ -55,7 +55,20 @@ struct Free {
   [[nodiscard]] size_t MaxSize() const noexcept { return text.size() * kLongestWritten + util::kBlock; }
 
   // Not inlined: a record writes several, and between system calls only the first of them runs cold.
-  [[nodiscard, gnu::noinline]] char* Write(char* const start) const noexcept {
+  [[nodiscard, gnu::noinline]] char* Write(char* start) const noexcept {
+    // Most texts are short and plain.
+    if (text.size() - 1 < util::kBlock) {
+      const __m128i block = util::LoadBlock(text.data(), text.size());
+      if ((FindSpecial(block) & util::TextBits(text.size())) == 0) {
+        util::StoreBlock(start, block);
+        return start + text.size();
+      }
+    }
+    return WriteAny(start);
+  }
+
+ private:
+  [[nodiscard, gnu::noinline]] char* WriteAny(char* const start) const noexcept {
     char* at = start;
     for (size_t done = 0; done < text.size(); done += util::kBlock) {
       const size_t size = std::min(text.size() - done, util::kBlock);
@@ -76,7 +89,6 @@ struct Free {
     return Finish(start, at);
   }
 
- private:
   static char* Finish(char* start, char* end) noexcept {
     return end == start ? Literal{kNoValue}.Write(start) : end;
   }

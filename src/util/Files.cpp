@@ -85,13 +85,6 @@ UniqueFile OpenReadWrite(const std::wstring& path) noexcept {
                                 OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-bool WriteAll(HANDLE file, std::string_view text) noexcept {
-  if (text.size() > MAXDWORD) return false;
-  const auto size = static_cast<DWORD>(text.size());
-  DWORD written = 0;
-  return WriteFile(file, text.data(), size, &written, nullptr) && written == size;
-}
-
 std::optional<std::string> ReadWholeFile(const std::wstring& path) {
   const UniqueFile file = OpenForReading(path);
   LARGE_INTEGER size;

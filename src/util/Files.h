@@ -31,7 +31,12 @@ struct FileInfo {
 [[nodiscard]] UniqueFile OpenReadWrite(const std::wstring& path) noexcept;
 
 // One write of the whole text at the current position; a short write is a failed one.
-[[nodiscard]] bool WriteAll(HANDLE file, std::string_view text) noexcept;
+[[nodiscard]] inline bool WriteAll(HANDLE file, std::string_view text) noexcept {
+  if (text.size() > MAXDWORD) return false;
+  const auto size = static_cast<DWORD>(text.size());
+  DWORD written = 0;
+  return WriteFile(file, text.data(), size, &written, nullptr) && written == size;
+}
 
 // The whole content, whoever else has the file open.
 [[nodiscard]] std::optional<std::string> ReadWholeFile(const std::wstring& path);

@@ -6,10 +6,11 @@ namespace vantra::util {
 namespace {
 
 constinit GlobalItems* instance = nullptr;
-constinit bool released = false;
 constinit bool processEnding = false;
 
 }  // namespace
+
+constinit bool GlobalItems::released_ = false;
 
 GlobalItems& GlobalItems::Instance() {
   if (instance == nullptr) instance = new GlobalItems;
@@ -22,10 +23,8 @@ void GlobalItems::Release(unsigned long reason, void* reserved) {
   if (instance->cleanUp_ != nullptr) instance->cleanUp_(reason, reserved);
   for (auto& object : instance->objects_) object.reset();
   delete std::exchange(instance, nullptr);
-  released = true;
+  released_ = true;
 }
-
-bool GlobalItems::AreReleased() noexcept { return released; }
 
 bool GlobalItems::IsProcessEnding() noexcept { return processEnding; }
 

@@ -29,7 +29,7 @@ class GlobalItems {
   static void Release(unsigned long reason, void* reserved);
 
   // True once Release has run: what the process-wide objects were is no more, and nothing makes them anew.
-  static bool AreReleased() noexcept;
+  static bool AreReleased() noexcept { return released_; }
 
   // True while Release runs because the process ends (other threads are gone, other modules may be too),
   // false while it runs because the library alone is unloaded.
@@ -49,6 +49,8 @@ class GlobalItems {
 
  private:
   GlobalItems() = default;
+
+  static constinit bool released_;
 
   std::vector<std::unique_ptr<GlobalItem>> objects_;
   std::vector<std::unique_ptr<std::string>> narrowTexts_;

@@ -13,8 +13,8 @@ void TextBuffer::Grow(size_t extra) {
   capacity_ = capacity;
 }
 
-void TextBuffer::ShrinkBeyond(size_t limit) noexcept {
-  if (owned_ == nullptr || capacity_ <= limit) return;
+void TextBuffer::Release() noexcept {
+  if (owned_ == nullptr) return;
   delete[] owned_;
   data_ = owned_ = nullptr;
   size_ = capacity_ = 0;

@@ -26,7 +26,9 @@ class TextBuffer {
   void Clear() noexcept { size_ = 0; }
 
   // Gives the memory back when the last text was far larger than usual.
-  void ShrinkBeyond(size_t limit) noexcept;
+  void ShrinkBeyond(size_t limit) noexcept {
+    if (capacity_ > limit) Release();
+  }
 
   // The write position, with room for extra bytes after it. Commit tells how far they were used.
   [[nodiscard]] char* Reserve(size_t extra) {
@@ -37,6 +39,7 @@ class TextBuffer {
 
  private:
   void Grow(size_t extra);
+  void Release() noexcept;
 
   char* data_ = nullptr;
   size_t size_ = 0;
