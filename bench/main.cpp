@@ -1,8 +1,8 @@
 // Measures the library and prints one table.
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <fstream>
+#include <string_view>
 
 #include "Figures.h"
 
@@ -44,16 +44,34 @@ namespace {
 constexpr int kRounds = 61;
 constexpr int kQuickRounds = 15;
 
-int Run(bool isQuick, const char* jsonPath) {
+struct Options {
+  bool isQuick = false;
+  const char* json = nullptr;
+  const char* instructions = nullptr;  // a file of lines: record, instructions now, instructions kept
+};
+
+nlohmann::json PrintInstructions(const char* path) {
+  nlohmann::json counts = nlohmann::json::array();
+  std::ifstream file(path);
+  std::printf("\n%-44s %10s %10s\n", "Instructions to build one record", "now", "kept");
+  std::string record;
+  for (int now = 0, kept = 0; file >> record >> now >> kept;) {
+    std::printf("%-44s %10d %10d\n", record.c_str(), now, kept);
+    counts.push_back({{"record", record}, {"instructions", now}, {"kept", kept}});
+  }
+  return counts;
+}
+
+int Run(const Options& options) {
   const World world;
-  Figures figures(isQuick ? kQuickRounds : kRounds);
+  Figures figures(options.isQuick ? kQuickRounds : kRounds);
   std::printf("%-9s %-44s %10s %10s %8s\n", "", "", "ns", "bare ns", "ratio");
   MeasureStarts(figures, world);
   MeasureCalls(figures, world);
   MeasureThreads(figures, world);
   MeasurePeers(figures, world);
-  MeasureSessions(figures, world, isQuick ? 1'000 : 10'000);
-  const nlohmann::json json = figures.AsJson();
+  MeasureSessions(figures, world, options.isQuick ? 1'000 : 10'000);
+  nlohmann::json json = figures.AsJson();
   std::puts("\nHeap allocations a call in steady state:");
   for (const auto& figure : json["figures"]) {
     if (figure.contains("allocationsPerCall")) {
@@ -61,7 +79,8 @@ int Run(bool isQuick, const char* jsonPath) {
                   figure["allocationsPerCall"].get<double>());
     }
   }
-  if (jsonPath != nullptr) std::ofstream(jsonPath) << json.dump(2) << '\n';
+  if (options.instructions != nullptr) json["instructions"] = PrintInstructions(options.instructions);
+  if (options.json != nullptr) std::ofstream(options.json) << json.dump(2) << '\n';
   return 0;
 }
 
@@ -69,20 +88,22 @@ int Run(bool isQuick, const char* jsonPath) {
 }  // namespace vantra::bench
 
 int main(int count, char** arguments) {
-  bool isQuick = false;
-  const char* json = nullptr;
+  vantra::bench::Options options;
   for (int i = 1; i < count; ++i) {
-    if (std::strcmp(arguments[i], "--quick") == 0) {
-      isQuick = true;
-    } else if (std::strcmp(arguments[i], "--json") == 0 && i + 1 < count) {
-      json = arguments[++i];
+    const std::string_view argument = arguments[i];
+    if (argument == "--quick") {
+      options.isQuick = true;
+    } else if (argument == "--json" && i + 1 < count) {
+      options.json = arguments[++i];
+    } else if (argument == "--instructions" && i + 1 < count) {
+      options.instructions = arguments[++i];
     } else {
-      std::fprintf(stderr, "usage: vantra-bench [--quick] [--json FILE]\n");
+      std::fprintf(stderr, "usage: vantra-bench [--quick] [--json FILE] [--instructions FILE]\n");
       return 2;
     }
   }
   try {
-    return vantra::bench::Run(isQuick, json);
+    return vantra::bench::Run(options);
   } catch (const std::exception& problem) {
     std::fprintf(stderr, "vantra-bench: %s\n", problem.what());
     return 1;
