@@ -93,7 +93,7 @@ TEST(Obfuscation, Texts) {
   EXPECT_EQ(kObfuscationMarker, "R-M$ke#$vQPo5lupadix");
   EXPECT_EQ(Obfuscated("\x01\n\x1f !\"#$%&'()*+,-./0123456789:;<=>?@ABCDEFGHIJKLMNO\x7f\x80\xa1\xff"),
             "\x01\n\x1f PQRSTUVWXYZ[\\]^_`abcdefghijklmnopqrstuvwxyz{|}~\x7f\x80\xa1\xff");
-  EXPECT_EQ(Obfuscated({'!', '~', '\0', '!'}), std::string({'P', 'O', '\0', '!'}));
+  EXPECT_EQ(Obfuscated({"!~\0!!!!!!!!!!!!!!!!", 20}), std::string("PO\0!!!!!!!!!!!!!!!!", 20));
   // Blocks and single bytes go different ways.
   std::string all(256, '\0'), bytewise;
   std::iota(all.rbegin(), all.rend(), '\0');
