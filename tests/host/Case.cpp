@@ -1,5 +1,6 @@
 #include "Case.h"
 
+#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -61,13 +62,6 @@ Path Executable() {
   return {std::wstring(path, GetModuleFileNameW(nullptr, path, MAX_PATH))};
 }
 
-// The same file under another name; a copy where the two folders are on different volumes.
-void Place(const Path& from, const Path& to) {
-  std::error_code error;
-  fs::create_hard_link(from, to, error);
-  if (error) fs::copy_file(from, to);
-}
-
 std::string Describe(DWORD type, const std::string& bytes) {
   if (type == REG_DWORD) return "dword:" + std::to_string(*reinterpret_cast<const DWORD*>(bytes.data()));
   if (type == REG_BINARY) return "binary:" + bytes;
@@ -87,13 +81,14 @@ void ListInto(HKEY key, const std::string& path, std::vector<std::string>& lines
     lines.push_back(path + Utf8({name, length}) + "=" + Describe(type, bytes.substr(0, size)));
     ++index, length = 512, size = 65'536;
   }
-  if (index == 0 && !path.empty()) lines.push_back(path);
+  const bool hasValues = index != 0;
   length = 512;
   for (index = 0; RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) == 0;
        ++index) {
     ListInto(OpenKey(key, name).get(), path + Utf8({name, length}) + "\\", lines);
     length = 512;
   }
+  if (!hasValues && index == 0 && !path.empty()) lines.push_back(path);
 }
 
 }  // namespace
@@ -104,10 +99,11 @@ void EnterNewCase() {
                            std::to_string(GetTickCount64()) + "-" + std::to_string(++count);
   Enter(name, fs::temp_directory_path() / name);
   fs::create_directories(Logs());
+  // Copies: a link to what runs elsewhere could not be deleted.
   const Path built = Executable().parent_path();
-  Place(Executable(), CaseFolder() / "host.exe");
-  Place(built / "Sendrix2.exe", CaseFolder() / "Sendrix2.exe");
-  Place(built.parent_path() / "Vantra.dll", CaseFolder() / "Vantra.dll");
+  fs::copy_file(Executable(), CaseFolder() / "host.exe");
+  fs::copy_file(built / "Sendrix2.exe", CaseFolder() / "Sendrix2.exe");
+  fs::copy_file(built.parent_path() / "Vantra.dll", CaseFolder() / "Vantra.dll");
   SetValue(Hive::kUser, "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
            "AppData", "sz:" + AppData().string());
   // The digests come from a provider that the machine's hive names.
@@ -119,8 +115,10 @@ void EnterNewCase() {
 void LeaveCase() {
   for (const HKEY hive : world->hives) RegCloseKey(hive);
   RegDeleteTreeW(HKEY_CURRENT_USER, std::wstring(kCases).append(Wide(world->name)).c_str());
-  std::error_code ignored;
-  fs::remove_all(world->folder, ignored);
+  // An image is in use for a moment after its process has ended.
+  std::error_code failure;
+  for (int i = 0; i < 100 && (fs::remove_all(world->folder, failure), failure); ++i) Sleep(10);
+  EXPECT_FALSE(failure) << world->folder << " is still in use";
   world.reset();
 }
 

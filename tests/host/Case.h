@@ -40,7 +40,7 @@ enum class Hive { kUser, kMachine };
 void SetValue(Hive hive, std::string_view key, std::string_view name, std::string_view value);
 // Empty when there is no such value.
 [[nodiscard]] std::string GetValue(Hive hive, std::string_view key, std::string_view name);
-// "subkey\name=value" for each value below the key, sorted; for each key without values "subkey\".
+// "subkey\name=value" for each value below the key, sorted; for each empty key "subkey\".
 [[nodiscard]] std::vector<std::string> ListValues(Hive hive, std::string_view key);
 
 [[nodiscard]] std::wstring Wide(std::string_view utf8);

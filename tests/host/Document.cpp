@@ -53,6 +53,13 @@ std::vector<std::string> Documents() {
   return names;
 }
 
+Path OpenFile() {
+  for (const std::string& name : Documents()) {
+    if (name.ends_with(".tmp")) return Logs() / Wide(name);
+  }
+  return {};
+}
+
 std::string OnlyDocument() {
   const std::vector<std::string> names = Documents();
   EXPECT_EQ(names.size(), 1u) << testing::PrintToString(names);

@@ -25,6 +25,8 @@ struct Record {
 
 // Names of what lies in Logs, without the reports of a changed opt-in.
 [[nodiscard]] std::vector<std::string> Documents();
+// The first of them that is still open.
+[[nodiscard]] Path OpenFile();
 // The text of the only one of them.
 [[nodiscard]] std::string OnlyDocument();
 

@@ -5,6 +5,8 @@
 #include <sstream>
 #include <utility>
 
+#include "Document.h"
+
 namespace vantra::test {
 namespace {
 
@@ -105,6 +107,21 @@ void* Library::Open(const char* family, const char* name) {
   EXPECT_EQ(StartSession(&session, family, name, "3.1", "412", "en-US"), 0);
   EXPECT_NE(session, nullptr);
   return session;
+}
+
+void FillTo(Library& ut, void* session, size_t bytes) {
+  const Path file = OpenFile();
+  bytes += ReadFile(file).size() - ReadDocument(file).size();
+  const auto left = [&] { return bytes - std::filesystem::file_size(file); };
+  const auto add = [&](size_t length) {
+    const size_t before = left();
+    EXPECT_EQ(ut.AddToSession(session, "filler", std::string(length, 'x').c_str()), 0);
+    return before;
+  };
+  while (left() > 1000) add(500);
+  const size_t overhead = add(1) - left() - 1;
+  add(left() / 2 - overhead);
+  add(left() - overhead);
 }
 
 }  // namespace vantra::test

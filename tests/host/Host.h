@@ -56,6 +56,9 @@ class Library {
   [[nodiscard]] void* Open(const char* family = "Acme", const char* name = "Draw");
 };
 
+// Adds values to the session until the text in its open file, the only one, has so many bytes exactly.
+void FillTo(Library& ut, void* session, size_t bytes);
+
 // A host process, with the agents that it started. Ends with them when this goes out of scope.
 class Host {
  public:
@@ -68,7 +71,7 @@ class Host {
   void Kill();
   // Waits until the host and all that it started have ended; the host's exit code, or the exception's after a
   // crash. One that has not ended in time is killed and fails the test.
-  uint32_t Wait(std::chrono::seconds limit = std::chrono::seconds(60));
+  uint32_t Wait(std::chrono::seconds limit = std::chrono::minutes(2));
 
  private:
   std::unique_ptr<Handles> handles_;
