@@ -3,7 +3,7 @@ add_library(vantra_options INTERFACE)
 target_compile_options(vantra_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor
   -Wno-missing-field-initializers
-  -fvisibility=hidden -fstack-protector-strong -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.
+  -fvisibility=hidden -fstack-protector-strong -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
   $<$<BOOL:${VANTRA_WERROR}>:-Werror>)
 target_compile_definitions(vantra_options INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 if(WIN32)
@@ -13,7 +13,7 @@ endif()
 
 # Boost's headers alone, not the rest of the native include folder.
 find_path(VANTRA_BOOST_ROOT boost/version.hpp PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH REQUIRED)
-file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/boost-include)
-file(CREATE_LINK ${VANTRA_BOOST_ROOT}/boost ${CMAKE_BINARY_DIR}/boost-include/boost SYMBOLIC)
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/boost-include)
+file(CREATE_LINK ${VANTRA_BOOST_ROOT}/boost ${PROJECT_BINARY_DIR}/boost-include/boost SYMBOLIC)
 add_library(vantra_boost INTERFACE)
-target_include_directories(vantra_boost SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/boost-include)
+target_include_directories(vantra_boost SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/boost-include)

@@ -2,7 +2,7 @@
 # machine alone, and the tests run on Windows too.
 set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
 set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
-add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 foreach(target gtest gtest_main)
   target_compile_options(${target} PRIVATE -w)
   if(NOT TARGET GTest::${target})

@@ -1,0 +1,45 @@
+#!/bin/sh
+# words_test.sh PROGRAM LIBRARY linked|loaded: an example counts a file, and records that where the user consents.
+set -eu
+source=$(cd "$(dirname "$0")/../.." && pwd)
+export VANTRA_PREFIX=examples
+world=$(mktemp -d)
+trap 'rm -rf "$world"' EXIT
+cp "$1" "$world/words.exe"
+cp "$2" "$world/Vantra.dll"
+: >"$world/Sendrix2.exe" # an agent that does not start, so documents stay where they are
+cd "$world"
+wine() { "$source/cmake/wine-run" "$@"; }
+wine reg delete 'HKCU\Software\Tolvex' /f >/dev/null 2>&1 || true
+profile=$source/build/wine/examples/drive_c/users/$(id -un)/AppData/Roaming
+logs=$profile/Tolvex/Sendrix2/Logs
+rm -rf "$profile/Tolvex"
+mkdir -p "$logs"
+printf 'one two\nthree' >secret.txt
+
+fail() { echo "failed: $*"; cat output document 2>/dev/null; exit 1; }
+run() { # WANTED_EXIT_CODE FILE ANSWER
+  status=0
+  echo "$3" | wine words.exe "$2" >output 2>&1 || status=$?
+  [ "$status" = "$1" ] || fail "ended with $status instead of $1"
+}
+counts() { tr -d '\r' <output | grep -q '1 3 13$' || fail "did not count"; }
+documents() { ls "$logs" | grep -c '^ulog_Acme_Words' || true; }
+records() { grep -Eq -- "$1" document || fail "no record like $1"; }
+
+run 0 secret.txt n
+counts
+[ "$(documents)" = 0 ] || fail "recorded without consent"
+wine reg delete 'HKCU\Software\Tolvex' /f >/dev/null
+run 0 secret.txt y
+counts
+[ "$(documents)" = 1 ] || fail "not one document"
+for file in "$logs"/ulog_Acme_Words*.rdy; do tail -c +21 "$file" | LC_ALL=C tr '!-~' 'P-~!-O' >document; done
+records '<EventRec doc="[0-9a-f]{32}" category="File" subcategory="Text" name="Count"'
+records '<NewGroup category="File" subcategory="Text" name="Counts" .* doc="[0-9a-f]{32}"'
+for entry in Lines:1 Words:3 Bytes:13; do records "<DataRec .* name=\"${entry%:*}\" data=\"${entry#*:}\""; done
+records '<EndSession '
+! grep -q secret document || fail "the file's name was recorded"
+run 1 missing.txt n
+[ "$(documents)" = 2 ] || fail "the answer was not kept"
+[ "$3" = linked ] || { rm Vantra.dll && run 0 secret.txt '' && counts; }
