@@ -42,10 +42,11 @@ std::wstring Explain(DWORD error) {
   return std::wstring(text, length) + L" (error " + std::to_wstring(error) + L")";
 }
 
-// The form of a full path that may be longer than 260 characters: a document whose path just fits in Logs
-// would not fit in Outbox.
-std::wstring LongForm(const std::wstring& path) {
-  return path.starts_with(L"\\\\") ? L"\\\\?\\UNC" + path.substr(1) : L"\\\\?\\" + path;
+// Path of a file in a folder, in the form that may be longer than 260 characters: a document whose path just
+// fits in Logs would not fit in Outbox.
+std::wstring Child(const std::wstring& folder, std::wstring_view name) {
+  std::wstring path = folder.starts_with(L"\\\\") ? L"\\\\?\\UNC" + folder.substr(1) : L"\\\\?\\" + folder;
+  return path.append(L"\\").append(name);
 }
 
 // Makes the folder with its parents. Returns 0 or the system's error.
@@ -65,7 +66,7 @@ bool IsFinishedDocument(const WIN32_FIND_DATAW& file) {
 // Names of the finished documents in the order of their names. Returns 0 or the system's error.
 DWORD ListDocuments(const std::wstring& folder, std::vector<std::wstring>& names) {
   WIN32_FIND_DATAW file;
-  const HANDLE find = FindFirstFileW((LongForm(folder) + L"\\*").c_str(), &file);
+  HANDLE find = FindFirstFileW(Child(folder, L"*").c_str(), &file);
   if (find == INVALID_HANDLE_VALUE) return GetLastError();
   do {
     if (IsFinishedDocument(file)) names.emplace_back(file.cFileName);
@@ -80,21 +81,16 @@ DWORD ListDocuments(const std::wstring& folder, std::vector<std::wstring>& names
 // replaced: the newcomer's gets a number. Returns 0 or the system's error.
 DWORD MoveDocument(const std::wstring& from, const std::wstring& name, const std::wstring& to,
                    std::wstring& newName) {
+  const std::wstring source = Child(from, name);
   const size_t dot = name.rfind(L'.');
   newName = name;
   for (int copy = 2;; ++copy) {
-    if (MoveFileExW(LongForm(from + L"\\" + name).c_str(), LongForm(to + L"\\" + newName).c_str(),
-                    MOVEFILE_WRITE_THROUGH)) {
-      return 0;
-    }
+    if (MoveFileExW(source.c_str(), Child(to, newName).c_str(), MOVEFILE_WRITE_THROUGH)) return 0;
     const DWORD error = GetLastError();
     if (error != ERROR_ALREADY_EXISTS && error != ERROR_FILE_EXISTS) return error;
-    newName = name.substr(0, dot) + L"~" + std::to_wstring(copy) + name.substr(dot);
+    newName = name;
+    newName.insert(dot, L"~" + std::to_wstring(copy));
   }
-}
-
-bool Exists(const std::wstring& path) {
-  return GetFileAttributesW(LongForm(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 // Moves one document and says what became of it. False when it should have moved and did not.
@@ -109,7 +105,7 @@ bool Collect(const std::wstring& logs, const std::wstring& name, const std::wstr
     Say(stdout, L"In use, left for the next start: " + name);
     return true;
   }
-  if (!Exists(logs + L"\\" + name)) {
+  if (GetFileAttributesW(Child(logs, name).c_str()) == INVALID_FILE_ATTRIBUTES) {
     Say(stdout, L"Already gone: " + name);  // taken by another agent, or deleted with the user's consent
     return true;
   }

@@ -39,7 +39,7 @@ constexpr Language kLanguages[] = {
     {"SQL", L" .sql "},
     {"Text", L" .txt "},
     {"TypeScript", L" .ts "},
-    {"XML", L" .xml "},
+    {"XML", L" .xml .xsd .admx .adml "},
     {"YAML", L" .yaml .yml .clang-format .clang-tidy "},
 };
 
