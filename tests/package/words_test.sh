@@ -1,12 +1,25 @@
 #!/bin/sh
-# words_test.sh PROGRAM LIBRARY linked|loaded: an example counts a file, and records that where the user consents.
+# words_test.sh EXAMPLE LIBRARY_FOLDER linked|loaded: an example, a program or a source, counts a file and records
+# that where the user consents. Skipped when the language's compiler is not there.
 set -eu
 source=$(cd "$(dirname "$0")/../.." && pwd)
 export VANTRA_PREFIX=examples
 world=$(mktemp -d)
 trap 'rm -rf "$world"' EXIT
-cp "$1" "$world/words.exe"
-cp "$2" "$world/Vantra.dll"
+case $1 in
+*.go)
+  command -v go || exit 77
+  GOOS=windows GOARCH=amd64 CGO_ENABLED=0 GO111MODULE=off GOPATH=$world GOCACHE=$2/go-cache GOFLAGS='' GOENV=off \
+    go build -trimpath -o "$world/words.exe" "$1"
+  ;;
+*.rs)
+  rustc=/usr/bin/rustc target=x86_64-pc-windows-gnu # another rustc in the path has not Debian's target
+  [ -x $rustc ] && [ -d "$($rustc --print target-libdir --target $target)" ] || exit 77
+  $rustc --target $target -D warnings -C linker=x86_64-w64-mingw32-gcc-posix -L "$2/src" "$1" -o "$world/words.exe"
+  ;;
+*) cp "$1" "$world/words.exe" ;;
+esac
+cp "$2/Vantra.dll" "$world"
 : >"$world/Sendrix2.exe" # an agent that does not start, so documents stay where they are
 cd "$world"
 wine() { "$source/cmake/wine-run" "$@"; }
@@ -36,8 +49,10 @@ counts
 [ "$(documents)" = 1 ] || fail "not one document"
 for file in "$logs"/ulog_Acme_Words*.rdy; do tail -c +21 "$file" | LC_ALL=C tr '!-~' 'P-~!-O' >document; done
 records '<EventRec doc="[0-9a-f]{32}" category="File" subcategory="Text" name="Count"'
-records '<NewGroup category="File" subcategory="Text" name="Counts" .* doc="[0-9a-f]{32}"'
-for entry in Lines:1 Words:3 Bytes:13; do records "<DataRec .* name=\"${entry%:*}\" data=\"${entry#*:}\""; done
+group=$(sed -n 's/^<NewGroup category="File" subcategory="Text" name="Counts" .* group="\([0-9]*\)" doc="[0-9a-f]\{32\}".*/\1/p' document)
+for entry in Lines:1 Words:3 Bytes:13; do
+  records "<DataRec time=\"[^\"]*\" group=\"${group:?}\" name=\"${entry%:*}\" data=\"${entry#*:}\""
+done
 records '<EndSession '
 ! grep -q secret document || fail "the file's name was recorded"
 run 1 missing.txt n
