@@ -64,15 +64,12 @@ Path Executable() {
 
 std::string Describe(DWORD type, const std::string& bytes) {
   if (type == REG_DWORD) return "dword:" + std::to_string(*reinterpret_cast<const DWORD*>(bytes.data()));
-  if (type == REG_BINARY) return "binary:" + bytes;
-  const auto* const text = reinterpret_cast<const wchar_t*>(bytes.data());
-  const size_t length = bytes.size() / sizeof(wchar_t);
-  // Without the terminator that a text must have; one that lacks it shows.
-  if (length == 0 || text[length - 1] != L'\0') return "unterminated:" + Utf8({text, length});
-  return (type == REG_SZ ? "sz:" : type == REG_EXPAND_SZ ? "expand:" : "other:") + Utf8({text, length - 1});
+  const std::wstring text(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / sizeof(wchar_t));
+  if (!text.ends_with(L'\0')) return "unterminated:" + Utf8(text);
+  return (type == REG_SZ ? "sz:" : "expand:") + Utf8({text.data(), text.size() - 1});
 }
 
-void ListInto(HKEY key, const std::string& path, std::vector<std::string>& lines) {
+void ListInto(HKEY key, const std::string& path, Lines& lines) {
   wchar_t name[512];
   DWORD length = 512, size = 65'536, type, index = 0;
   std::string bytes(size, '\0');
@@ -144,8 +141,8 @@ void WriteFile(const Path& path, std::string_view content) {
   std::ofstream(path, std::ios::binary) << content;
 }
 
-std::vector<std::string> FilesIn(const Path& folder) {
-  std::vector<std::string> names;
+Lines FilesIn(const Path& folder) {
+  Lines names;
   std::error_code ignored;
   for (const auto& entry : fs::directory_iterator(folder, ignored)) {
     names.push_back(Utf8(entry.path().filename().native()));
@@ -164,7 +161,6 @@ void SetValue(Hive hive, std::string_view key, std::string_view name, std::strin
                    static_cast<const BYTE*>(data), static_cast<DWORD>(size));
   };
   if (type == "dword") return set(REG_DWORD, &number, sizeof number);
-  if (type == "binary") return set(REG_BINARY, content.data(), content.size());
   set(type == "expand" ? REG_EXPAND_SZ : REG_SZ, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
 }
 
@@ -176,26 +172,18 @@ std::string GetValue(Hive hive, std::string_view key, std::string_view name) {
   return {};
 }
 
-std::vector<std::string> ListValues(Hive hive, std::string_view key) {
-  std::vector<std::string> lines;
+Lines ListValues(Hive hive, std::string_view key) {
+  Lines lines;
   if (const Key opened = OpenKey(Root(hive), Wide(key))) ListInto(opened.get(), {}, lines);
   std::sort(lines.begin(), lines.end());
   return lines;
 }
 
-std::wstring Wide(std::string_view utf8) {
-  const auto length = static_cast<int>(utf8.size());
-  std::wstring wide(utf8.size(), L'\0');
-  wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, wide.data(), length)));
-  return wide;
-}
+std::wstring Wide(std::string_view utf8) { return Path(std::u8string(utf8.begin(), utf8.end())).wstring(); }
 
 std::string Utf8(std::wstring_view wide) {
-  const auto length = static_cast<int>(wide.size());
-  std::string utf8(wide.size() * 3, '\0');
-  utf8.resize(static_cast<size_t>(
-      WideCharToMultiByte(CP_UTF8, 0, wide.data(), length, utf8.data(), length * 3, nullptr, nullptr)));
-  return utf8;
+  const std::u8string text = Path(wide).u8string();
+  return {text.begin(), text.end()};
 }
 
 }  // namespace vantra::test

@@ -12,6 +12,7 @@
 namespace vantra::test {
 
 using Path = std::filesystem::path;
+using Lines = std::vector<std::string>;
 
 inline constexpr std::string_view kUsage = "Software\\Tolvex\\CommonFiles\\Usage";
 inline constexpr std::string_view kPolicy = "SOFTWARE\\Policies\\Tolvex\\ORPIX";
@@ -32,16 +33,16 @@ void EnterCaseAsHost(const std::string& name);
 
 [[nodiscard]] std::string ReadFile(const Path& path);  // empty when there is none
 void WriteFile(const Path& path, std::string_view content);
-[[nodiscard]] std::vector<std::string> FilesIn(const Path& folder);  // names, sorted
+[[nodiscard]] Lines FilesIn(const Path& folder);  // names, sorted
 
 enum class Hive { kUser, kMachine };
 
-// Values are written as type and content: "sz:text", "expand:text", "dword:7", "binary:bytes".
+// Values are written as type and content: "sz:text", "expand:text", "dword:7".
 void SetValue(Hive hive, std::string_view key, std::string_view name, std::string_view value);
 // Empty when there is no such value.
 [[nodiscard]] std::string GetValue(Hive hive, std::string_view key, std::string_view name);
 // "subkey\name=value" for each value below the key, sorted; for each empty key "subkey\".
-[[nodiscard]] std::vector<std::string> ListValues(Hive hive, std::string_view key);
+[[nodiscard]] Lines ListValues(Hive hive, std::string_view key);
 
 [[nodiscard]] std::wstring Wide(std::string_view utf8);
 [[nodiscard]] std::string Utf8(std::wstring_view wide);

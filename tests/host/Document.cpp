@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 
 namespace vantra::test {
 namespace {
@@ -47,8 +48,8 @@ std::string ReadDocument(const Path& path) {
   return text;
 }
 
-std::vector<std::string> Documents() {
-  std::vector<std::string> names = FilesIn(Logs());
+Lines Documents() {
+  Lines names = FilesIn(Logs());
   std::erase_if(names, [](const std::string& name) { return name.starts_with("ulog_SkylampOptin"); });
   return names;
 }
@@ -61,7 +62,7 @@ Path OpenFile() {
 }
 
 std::string OnlyDocument() {
-  const std::vector<std::string> names = Documents();
+  const Lines names = Documents();
   EXPECT_EQ(names.size(), 1u) << testing::PrintToString(names);
   return names.size() == 1 ? ReadDocument(Logs() / Wide(names[0])) : std::string();
 }
@@ -102,8 +103,8 @@ std::string Normalised(std::string_view text) {
   return normalised;
 }
 
-std::vector<std::string> AgentStarts(const Path& folder) {
-  std::vector<std::string> lines;
+Lines AgentStarts(const Path& folder) {
+  Lines lines;
   for (const std::string& name : FilesIn(folder)) {
     if (name.ends_with(".agent")) lines.push_back(ReadFile(folder / name));
   }
@@ -114,9 +115,9 @@ std::string RawLog() { return ReadFile(AppData() / "Tolvex" / "Skylamp" / "SKLog
 
 void SwitchLogOn(std::string_view config) { WriteFile(CaseFolder() / "SKLog.config", config); }
 
-std::vector<std::string> LogLines() {
+Lines LogLines() {
   const std::string log = RawLog();
-  std::vector<std::string> lines;
+  Lines lines;
   for (std::string_view rest = log; !rest.empty();) {
     std::string_view line = Take(rest, "\r\n");
     const std::string_view level = Take(line, "] | PID:").substr(1);
@@ -126,6 +127,20 @@ std::vector<std::string> LogLines() {
     lines.push_back(
         std::string(level).append(" ").append(message).append(" @").append(unit).append(":").append(line));
   }
+  return lines;
+}
+
+Lines NewLog(const std::string& level) {
+  static std::map<std::string, size_t> seen;
+  Lines lines;
+  for (const std::string& line : LogLines()) {
+    if (!line.starts_with(level + " ")) continue;
+    const size_t unit = line.rfind(" @");
+    lines.push_back(line.substr(level.size() + 1, unit - level.size() - 1) + "@" +
+                    line.substr(line.rfind(':') + 1));
+  }
+  const size_t old = std::exchange(seen[level], lines.size());
+  lines.erase(lines.begin(), lines.begin() + static_cast<ptrdiff_t>(old));
   return lines;
 }
 

@@ -24,7 +24,7 @@ struct Record {
 [[nodiscard]] std::string ReadDocument(const Path& path);
 
 // Names of what lies in Logs, without the reports of a changed opt-in.
-[[nodiscard]] std::vector<std::string> Documents();
+[[nodiscard]] Lines Documents();
 // The first of them that is still open.
 [[nodiscard]] Path OpenFile();
 // The text of the only one of them.
@@ -36,11 +36,13 @@ struct Record {
 [[nodiscard]] std::string Normalised(std::string_view text);
 
 // The command line of each start of the stand-in agent of that folder.
-[[nodiscard]] std::vector<std::string> AgentStarts(const Path& folder = CaseFolder());
+[[nodiscard]] Lines AgentStarts(const Path& folder = CaseFolder());
 
-// The diagnostic log as lines "LEVEL message @unit:line", and as it is.
-[[nodiscard]] std::vector<std::string> LogLines();
+// The diagnostic log as it is, and as lines "LEVEL message @unit:line".
 [[nodiscard]] std::string RawLog();
+[[nodiscard]] Lines LogLines();
+// The lines of one level since this process last asked for them, as "message@line".
+Lines NewLog(const std::string& level);
 void SwitchLogOn(std::string_view config = "");
 
 }  // namespace vantra::test

@@ -1,13 +1,15 @@
 // What a session leaves on disk.
 #include <windows.h>
 
+#include <cstring>
+
 #include "Document.h"
 #include "Host.h"
 
 namespace vantra::test {
 namespace {
 
-// What the platform says about this machine, in place of the names in braces.
+// The text with what the platform says about this machine in place of the names in braces.
 std::string OnThisMachine(std::string text) {
   OSVERSIONINFOEXW os{.dwOSVersionInfoSize = sizeof os};
   GetVersionExW(reinterpret_cast<OSVERSIONINFOW*>(&os));
@@ -15,18 +17,18 @@ std::string OnThisMachine(std::string text) {
   GetSystemInfo(&system);
   MEMORYSTATUSEX memory{.dwLength = sizeof memory};
   GlobalMemoryStatusEx(&memory);
-  const auto number = [](auto value) { return std::to_string(value); };
-  const std::pair<std::string_view, std::string> facts[] = {
-      {"{OS}", number(os.dwMajorVersion) + "." + number(os.dwMinorVersion) + "." + number(os.dwBuildNumber) +
-                   " SP " + number(os.wServicePackMajor) + "." + number(os.wServicePackMinor) + " PT " +
-                   number(os.wProductType)},
-      {"{Processor}", number(system.dwProcessorType)},
-      {"{NumProcessors}", number(system.dwNumberOfProcessors)},
-      {"{Memory}", number(memory.ullTotalPhys / (1024 * 1024))},
-      {"{width}", number(GetSystemMetrics(SM_CXSCREEN))},
-      {"{height}", number(GetSystemMetrics(SM_CYSCREEN))},
-  };
-  for (const auto& [name, value] : facts) text.replace(text.find(name), name.size(), value);
+  const std::pair<const char*, uint64_t> facts[] = {{"{major}", os.dwMajorVersion},
+                                                    {"{minor}", os.dwMinorVersion},
+                                                    {"{build}", os.dwBuildNumber},
+                                                    {"{pack}", os.wServicePackMajor},
+                                                    {"{packMinor}", os.wServicePackMinor},
+                                                    {"{type}", os.wProductType},
+                                                    {"{processor}", system.dwProcessorType},
+                                                    {"{processors}", system.dwNumberOfProcessors},
+                                                    {"{memory}", memory.ullTotalPhys >> 20},
+                                                    {"{width}", uint64_t(GetSystemMetrics(SM_CXSCREEN))},
+                                                    {"{height}", uint64_t(GetSystemMetrics(SM_CYSCREEN))}};
+  for (const auto& [name, value] : facts) text.replace(text.find(name), strlen(name), std::to_string(value));
   return text;
 }
 
@@ -42,16 +44,16 @@ constexpr std::string_view kWholeDocument = R"(<?xml version="1.0" encoding="utf
 <DataRec time="TIME" group="1" name="ProductLanguage" data="en-US" seq="6" />
 <DataRec time="TIME" group="1" name="User" data="ID2" seq="7" />
 <NewGroup category="Skylamp" subcategory="NOVALUE" name="SystemInfo" time="TIME" group="2" doc="0" seq="8" />
-<DataRec time="TIME" group="2" name="OS" data="{OS}" seq="9" />
+<DataRec time="TIME" group="2" name="OS" data="{major}.{minor}.{build} SP {pack}.{packMinor} PT {type}" seq="9" />
 <DataRec time="TIME" group="2" name="OSType" data="64bit" seq="10" />
 <DataRec time="TIME" group="2" name="OSLanguage" data="en-US" seq="11" />
 <DataRec time="TIME" group="2" name="UserLanguage" data="en-US" seq="12" />
-<DataRec time="TIME" group="2" name="Processor" data="{Processor}" seq="13" />
+<DataRec time="TIME" group="2" name="Processor" data="{processor}" seq="13" />
 <DataRec time="TIME" group="2" name="ProcessorName" data="NOVALUE" seq="14" />
 <DataRec time="TIME" group="2" name="ProcessorModel" data="NOVALUE" seq="15" />
-<DataRec time="TIME" group="2" name="NumProcessors" data="{NumProcessors}" seq="16" />
+<DataRec time="TIME" group="2" name="NumProcessors" data="{processors}" seq="16" />
 <DataRec time="TIME" group="2" name="Speed" data="NOVALUE" seq="17" />
-<DataRec time="TIME" group="2" name="Memory" data="{Memory}" seq="18" />
+<DataRec time="TIME" group="2" name="Memory" data="{memory}" seq="18" />
 <DataRec time="TIME" group="2" name="MonitorCount" data="1" seq="19" />
 <DataRec time="TIME" group="2" name="DefaultBrowser" data=" " seq="20" />
 <NewGroup category="Skylamp" subcategory="NOVALUE" name="SkylampScreenResolution" time="TIME" group="3" doc="0" seq="21" />
@@ -79,51 +81,53 @@ constexpr std::string_view kWholeDocument = R"(<?xml version="1.0" encoding="utf
 </UsageDoc>
 )";
 
-struct ObfuscateRow {
-  const char* test;
-  const char* stored;  // the value "obfuscate"; none when empty
-  bool isOn;
-};
+constexpr std::string_view kUser = "0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9";
 
-class Obfuscate : public HostTable<ObfuscateRow> {};
-
-// A whole session, byte for byte, and the names its document goes by.
-TEST_P(Obfuscate, WholeDocument) {
-  constexpr std::string_view kUser = "0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9";
+TEST_F(HostTest, WholeDocumentPlainAndObfuscated) {
   SetValue(Hive::kUser, kUsage, "GUID", "sz:" + std::string(kUser));
-  if (*GetParam().stored != '\0') SetValue(Hive::kUser, kUsage, "obfuscate", GetParam().stored);
-  RunHost([](Library& ut) {
-    EXPECT_EQ(ut.Initialize("MyProduct", false, nullptr), 0);
-    EXPECT_EQ(ut.SetOptIn(1), 0);
-    void* session = nullptr;
-    EXPECT_EQ(ut.StartSession(&session, "Acmé & Son's", "Draw", "3.1", nullptr, "en-US"), 0);
-    EXPECT_EQ(ut.AddToSession(session, "1st-value", "D:\\x"), 0);
-    EXPECT_EQ(ut.LogEvent(session, "", "Menu", "a<b & \"c\"", nullptr, 7), 0);
-    EXPECT_EQ(ut.LogEvent(session, "File", nullptr, "Sa've>", "C:\\plans\\house.dwg", 18), 0);
-    uint32_t group = 0;
-    EXPECT_EQ(ut.NewDataGroup(session, "Drawing", "Size", "Shapes", &group, nullptr, 0), 0);
-    EXPECT_EQ(group, 7u);
-    EXPECT_EQ(ut.AddToGroup(session, group, "Circles", ""), 0);
-    const std::vector<std::string> open = Documents();
-    ASSERT_EQ(open.size(), 1u);
-    EXPECT_TRUE(open[0].ends_with("_0.tmp")) << open[0];
-    EXPECT_EQ(ut.CloseSession(&session), 0);
-    EXPECT_EQ(session, nullptr);
-  });
-  const std::string document = OnlyDocument();
-  EXPECT_EQ(Normalised(document), OnThisMachine(std::string(kWholeDocument)));
-  const std::string id = Records(document)[0]["id"];
-  EXPECT_EQ(Documents()[0], "ulog_Acmé & Son's_Draw_" + std::string(kUser) + "_" + id + "_0" +
-                                (GetParam().isOn ? ".rdy" : ".xml"));
+  for (const std::string extension : {".xml", ".rdy"}) {
+    SetValue(Hive::kUser, kUsage, "obfuscate", extension == ".xml" ? "dword:0" : "dword:2");
+    RunHost([](Library& ut) {
+      EXPECT_EQ(ut.Initialize("MyProduct", false, nullptr), 0);
+      EXPECT_EQ(ut.SetOptIn(1), 0);
+      void* session = nullptr;
+      EXPECT_EQ(ut.StartSession(&session, "Acmé & Son's", "Draw", "3.1", nullptr, "en-US"), 0);
+      EXPECT_EQ(ut.AddToSession(session, "1st-value", "D:\\x"), 0);
+      EXPECT_EQ(ut.LogEvent(session, "", "Menu", "a<b & \"c\"", nullptr, 7), 0);
+      EXPECT_EQ(ut.LogEvent(session, "File", nullptr, "Sa've>", "C:\\plans\\house.dwg", 18), 0);
+      uint32_t group = 0;
+      EXPECT_EQ(ut.NewDataGroup(session, "Drawing", "Size", "Shapes", &group, nullptr, 0), 0);
+      EXPECT_EQ(group, 7u);
+      EXPECT_EQ(ut.AddToGroup(session, group, "Circles", ""), 0);
+      EXPECT_TRUE(OpenFile().string().ends_with("_0.tmp"));
+      EXPECT_EQ(ut.CloseSession(&session), 0);
+      EXPECT_EQ(session, nullptr);
+    });
+    const std::string document = OnlyDocument();
+    EXPECT_EQ(Normalised(document), OnThisMachine(std::string(kWholeDocument)));
+    EXPECT_EQ(Documents()[0], "ulog_Acmé & Son's_Draw_" + std::string(kUser) + "_" +
+                                  Records(document)[0]["id"] + "_0" + extension);
+    std::filesystem::remove(Logs() / Wide(Documents()[0]));
+  }
+  // Two starts, two closes; the second start found the opt-in reported and nothing to fetch.
+  const std::string agent = "\"" + (CaseFolder() / "Sendrix2.exe").string() + "\"";
+  EXPECT_EQ(AgentStarts(), Lines(4, agent));
 }
 
-INSTANTIATE_TEST_SUITE_P(Session, Obfuscate,
-                         testing::Values(ObfuscateRow{"Unset", "", true},
-                                         ObfuscateRow{"Zero", "dword:0", false},
-                                         ObfuscateRow{"ZeroText", "sz:0", false},
-                                         ObfuscateRow{"TwoZeros", "sz:00", true},
-                                         ObfuscateRow{"Two", "dword:2", true}),
-                         kRowName);
+TEST_F(HostTest, ObfuscateIsOnUnlessZero) {
+  SetValue(Hive::kUser, kUsage, "send", "sz:0");
+  RunHost([](Library& ut) {
+    for (const char* value : {"", "sz:0", "sz:00", "sz:", "dword:0", "dword:1", "expand:0", "sz:false"}) {
+      if (*value) SetValue(Hive::kUser, kUsage, "obfuscate", value);
+      void* session = ut.Open();
+      ut.CloseSession(&session);
+      const Path document = Logs() / Documents().at(0);
+      EXPECT_EQ(document.extension() == ".rdy", !std::string(value).ends_with(":0")) << value;
+      EXPECT_EQ(Records(OnlyDocument()).at(0).element, "StartSession");
+      std::filesystem::remove(document);
+    }
+  });
+}
 
 }  // namespace
 }  // namespace vantra::test

@@ -1,5 +1,7 @@
-// Whether a session may start.
-#include <windows.h>
+// Whether a session may start, and when the agent is started. The rules themselves are tested in the core.
+#include <algorithm>
+#include <climits>
+#include <functional>
 
 #include "Document.h"
 #include "Host.h"
@@ -9,196 +11,139 @@ namespace {
 
 namespace fs = std::filesystem;
 
-int32_t TryStart(Library& ut, void*& session, const char* family = "Acme", const char* name = "Draw",
-                 const char* version = "3.1") {
-  session = &session;
-  return ut.StartSession(&session, family, name, version, nullptr, nullptr);
+const std::string kKeys = std::string(kUsage) + "\\";
+
+bool Starts(Library& ut, const char* family = "Acme", const char* name = "Draw",
+            const char* version = "3.1") {
+  void* session = &session;
+  const int32_t result = ut.StartSession(&session, family, name, version, nullptr, nullptr);
+  EXPECT_EQ(session == nullptr, result == 1);
+  EXPECT_EQ(ut.CloseSession(&session), result);
+  return result == 0;
 }
 
-bool Starts(Library& ut) {
-  void* session = nullptr;
-  const bool started = TryStart(ut, session) == 0;
-  EXPECT_EQ(session != nullptr, started);
-  EXPECT_EQ(ut.CloseSession(&session), started ? 0 : 1);
-  return started;
-}
-
-std::vector<std::string> DebugLines() {
-  std::vector<std::string> lines = LogLines();
-  std::erase_if(lines, [](const std::string& line) { return !line.starts_with("DEBUG"); });
-  return lines;
-}
-
-// One reason to refuse more for each row upwards: what is logged is the first of all that apply.
-struct RefusalRow {
-  const char* test;
-  std::vector<std::string> log;
-};
-
-class Refusal : public HostTest, public testing::WithParamInterface<int> {};
-
-const RefusalRow kRefusals[] = {
-    {"Family", {"DEBUG VerifyString pcAppFamily: SK_STR_NULL @WrapperUTLogData:207"}},
-    {"Name", {"DEBUG VerifyString pcAppName: SK_STR_EMPTY @WrapperUTLogData:216"}},
-    {"Version", {"DEBUG VerifyString pcAppversion: SK_STR_NULL @WrapperUTLogData:225"}},
-    {"Configuration", {"DEBUG VerifyConfigStatus failure @WrapperUTLogData:255"}},
-    {"UsageKey",
-     {"DEBUG OptInGet VerifyString pcUsagekey: SK_STR_EMPTY @WrapperUTLogData:911",
-      "DEBUG gsPrefx:  @WrapperUTLogData:266"}},
-    {"Agent", {"DEBUG VerifyTransAgentExist failure @WrapperUTLogData:277"}},
-    {"Policy", {"DEBUG VerifyGroupPolicy failure @WrapperUTLogData:286"}},
-    {"Consent", {"DEBUG OptInPolicy: 0 @WrapperUTLogData:309"}},
-};
-
-TEST_P(Refusal, IsTheFirstThatApplies) {
-  enum { kFamily, kName, kVersion, kConfiguration, kUsageKey, kAgent, kPolicyKey, kConsent };
-  const int first = GetParam();
+// Everything is wrong at first, and each step mends what the last start was refused for.
+TEST_F(HostTest, RefusalsInOrder) {
   SwitchLogOn();
-  if (first <= kConfiguration) WriteFile(AgentFolder() / "Sendrix2.cfg", "[ulog]\nstatus=Disabled\n");
-  if (first <= kAgent) fs::remove(CaseFolder() / "Sendrix2.exe");
-  if (first <= kPolicyKey) SetValue(Hive::kMachine, kPolicy, "enabled", "dword:0");
-  RunHost([first](Library& ut) {
-    if (first > kUsageKey) ut.Initialize("MyProduct", true, nullptr);
-    void* session = nullptr;
-    EXPECT_EQ(TryStart(ut, session, first <= kFamily ? nullptr : "Acme", first <= kName ? "" : "Draw",
-                       first <= kVersion ? nullptr : "3.1"),
-              1);
-    EXPECT_EQ(session, nullptr);
+  WriteFile(AgentFolder() / "Sendrix2.cfg", "[ulog]\nstatus=Disabled\n");
+  fs::rename(CaseFolder() / "Sendrix2.exe", CaseFolder() / "gone");
+  SetValue(Hive::kMachine, kPolicy, "enabled", "dword:0");
+  RunHost([](Library& ut) {
+    const char *family = nullptr, *name = "", *version = nullptr;
+    // clang-format off
+    const struct { Lines log; std::function<void()> mend; } steps[] = {
+        {{"VerifyString pcAppFamily: SK_STR_NULL@207"}, [&] { family = "Acme"; }},
+        {{"VerifyString pcAppName: SK_STR_EMPTY@216"}, [&] { name = "Draw"; }},
+        {{"VerifyString pcAppversion: SK_STR_NULL@225"}, [&] { version = "3.1"; }},
+        {{"VerifyConfigStatus failure@255"}, [&] { WriteFile(AgentFolder() / "Sendrix2.cfg", ""); }},
+        {{"OptInGet VerifyString pcUsagekey: SK_STR_EMPTY@911", "gsPrefx: @266"},
+         [&] { ut.Initialize("MyProduct", true, nullptr); }},
+        {{"VerifyTransAgentExist failure@277"},
+         [&] { fs::rename(CaseFolder() / "gone", CaseFolder() / "Sendrix2.exe"); }},
+        {{"VerifyGroupPolicy failure@286"}, [&] { SetValue(Hive::kMachine, kPolicy, "enabled", "sz:1"); }},
+        {{"OptInPolicy: 0@309"}, [&] { ut.SetOptIn(1); }}};
+    // clang-format on
+    for (const auto& [log, mend] : steps) {
+      EXPECT_FALSE(Starts(ut, family, name, version));
+      EXPECT_EQ(NewLog("DEBUG"), log);
+      EXPECT_EQ(FilesIn(Logs()), Lines());
+      mend();
+    }
+    EXPECT_TRUE(Starts(ut, family, name, version));
   });
-  EXPECT_EQ(DebugLines(), kRefusals[first].log);
-  EXPECT_EQ(FilesIn(Logs()), std::vector<std::string>());
-  EXPECT_EQ(AgentStarts(), std::vector<std::string>());
 }
-
-INSTANTIATE_TEST_SUITE_P(Start, Refusal, testing::Range(0, 8),
-                         [](const auto& row) { return kRefusals[row.param].test; });
 
 TEST_F(HostTest, ConsentIsAnOptInOrAnUndecidedUserOfAPreRelease) {
   SetValue(Hive::kUser, kUsage, "send", "dword:0");
   RunHost([](Library& ut) {
-    constexpr int kUndeclared = -1;
-    constexpr const char* kStored[] = {"", "dword:0", "dword:1", "sz:1", "sz:0", "dword:2", "sz:01", "sz:"};
-    constexpr bool kIsOptedIn[] = {false, false, true, true, false, false, false, false};
-    constexpr bool kIsUndecided[] = {true, false, false, false, false, true, true, true};
-    for (const int state : {kUndeclared, 0, 1, 2, 3}) {
+    const std::pair<const char*, int> stored[] = {{"", -1},    {"dword:0", 0},  {"dword:1", 1}, {"sz:1", 1},
+                                                  {"sz:0", 0}, {"dword:2", -1}, {"sz:01", -1},  {"sz:", -1}};
+    for (const int state : {-1, 0, 1, 2, 3}) {
       for (const int call : {state, 4, -1, INT_MAX, INT_MIN}) EXPECT_EQ(ut.SetSerializationState(call), 0);
-      for (size_t i = 0; i < std::size(kStored); ++i) {
-        SCOPED_TRACE(testing::Message() << "state " << state << ", stored " << kStored[i]);
-        const std::string key = "Key" + std::to_string(i);
-        if (*kStored[i] != '\0') SetValue(Hive::kUser, std::string(kUsage) + "\\" + key, "OptIn", kStored[i]);
-        EXPECT_EQ(ut.OptInGet(key.c_str()), kIsOptedIn[i] ? 1 : kIsUndecided[i] ? -1 : 0);
+      for (const auto& [value, optIn] : stored) {
+        const std::string key = std::string("Key").append(value);
+        if (*value) SetValue(Hive::kUser, kKeys + key, "OptIn", value);
+        EXPECT_EQ(ut.OptInGet(key.c_str()), optIn) << value;
         ut.Initialize(key.c_str(), false, nullptr);
-        EXPECT_EQ(Starts(ut), kIsOptedIn[i] || (kIsUndecided[i] && state == 0));
+        EXPECT_EQ(Starts(ut), optIn == 1 || (optIn == -1 && state == 0)) << value << " in state " << state;
       }
     }
   });
 }
 
 TEST_F(HostTest, PolicyRefusesOnlyAPlainZero) {
-  struct Row {
-    const char* name;
-    const char* stored;
-    bool isAllowed;
-  };
   SetValue(Hive::kUser, kUsage, "send", "dword:0");
+  SetValue(Hive::kUser, kKeys + "MyProduct", "OptIn", "dword:1");
   RunHost([](Library& ut) {
-    void* session = ut.Open();
-    EXPECT_EQ(ut.CloseSession(&session), 0);
-    for (const Row& row :
-         {Row{"other", "dword:0", true}, Row{"enabled", "dword:0", false}, Row{"enabled", "dword:1", true},
-          Row{"enabled", "sz:0", false}, Row{"enabled", "sz:00", true}, Row{"enabled", "expand:0", false},
-          Row{"enabled", "sz:", true}}) {
-      SetValue(Hive::kMachine, kPolicy, row.name, row.stored);
-      EXPECT_EQ(Starts(ut), row.isAllowed) << row.stored;
+    ut.Initialize("MyProduct", false, nullptr);
+    const std::pair<const char*, bool> rows[] = {{"dword:0", false}, {"dword:1", true},   {"sz:0", false},
+                                                 {"sz:00", true},    {"expand:0", false}, {"sz:", true}};
+    EXPECT_TRUE(Starts(ut));
+    SetValue(Hive::kMachine, kPolicy, "other", "dword:0");
+    EXPECT_TRUE(Starts(ut));
+    for (const auto& [value, isAllowed] : rows) {
+      SetValue(Hive::kMachine, kPolicy, "enabled", value);
+      EXPECT_EQ(Starts(ut), isAllowed) << value;
     }
   });
 }
 
-struct SendRow {
-  const char* test;
-  const char* optIn;
-  const char* productOptIn;
-  const char* send;
-  const char* waiting;  // a file in Logs
-  size_t agents;
-};
-
-class Send : public HostTable<SendRow> {};
-
-// The agent is started for a changed opt-in or a finished document once a start, and at each close.
-TEST_P(Send, StartsTheAgent) {
-  const SendRow& row = GetParam();
-  const std::string usage(kUsage);
-  if (*row.optIn != '\0') SetValue(Hive::kUser, usage + "\\MyProduct", "OptIn", row.optIn);
-  if (*row.productOptIn != '\0') {
-    SetValue(Hive::kUser, usage + "\\MyProduct_Acme_Draw_3.1", "OptIn", row.productOptIn);
-  }
-  if (*row.send != '\0') SetValue(Hive::kUser, usage, "send", row.send);
-  if (*row.waiting != '\0') WriteFile(Logs() / row.waiting, "x");
+// Once a start for a changed opt-in or a finished document, and once at each close.
+TEST_F(HostTest, AgentStartsWhileSendingIsOn) {
+  SwitchLogOn();
   RunHost([](Library& ut) {
-    ut.Initialize("MyProduct", false, nullptr);
-    Starts(ut);
+    // clang-format off
+    const struct { const char *optIn, *ofProduct, *send, *waiting; ptrdiff_t starts; } rows[] = {
+        {"", "", "sz:", "x.tmp", 0}, {"", "", "sz:", "x.xml", 1}, {"", "", "sz:00", "x.rdy", 1},
+        {"", "", "sz:0", "x.xml", 0}, {"dword:0", "dword:1", "dword:1", "x", 1}, {"dword:0", "", "sz:", "x", 1},
+        {"dword:0", "dword:0", "sz:", "x", 0}, {"dword:1", "dword:0", "sz:", "x", 2},
+        {"dword:1", "dword:1", "sz:", "x", 1}, {"dword:1", "dword:1", "sz:", "x.rdy", 2},
+        {"dword:1", "", "dword:0", "x.rdy", 0}};
+    // clang-format on
+    for (const auto& row : rows) {
+      const std::string key = "Key" + std::to_string(&row - rows);
+      for (const std::string& name : FilesIn(Logs())) fs::remove(Logs() / name);
+      WriteFile(Logs() / row.waiting, "x");
+      SetValue(Hive::kUser, kUsage, "send", row.send);
+      if (*row.optIn) SetValue(Hive::kUser, kKeys + key, "OptIn", row.optIn);
+      if (*row.ofProduct) SetValue(Hive::kUser, kKeys + key + "_Acme_Draw_3.1", "OptIn", row.ofProduct);
+      ut.Initialize(key.c_str(), false, nullptr);
+      Starts(ut);
+      const std::string start = "Sendrix2 Path: \"" + (CaseFolder() / "Sendrix2.exe").string() + "\"@";
+      EXPECT_EQ(std::ranges::count_if(NewLog("INFO"), [&](auto& line) { return line.starts_with(start); }),
+                row.starts)
+          << key;
+    }
   });
-  EXPECT_EQ(AgentStarts(),
-            std::vector<std::string>(row.agents, "\"" + (CaseFolder() / "Sendrix2.exe").string() + "\""));
 }
 
-INSTANTIATE_TEST_SUITE_P(Start, Send,
-                         testing::Values(SendRow{"NothingToSend", "", "", "", "old.tmp", 0},
-                                         SendRow{"RefusedWithPlainDocument", "", "", "", "old.xml", 1},
-                                         SendRow{"RefusedWithObfuscatedDocument", "", "", "", "old.rdy", 1},
-                                         SendRow{"RefusedWhileOff", "", "", "dword:0", "old.xml", 0},
-                                         SendRow{"OptedOutAnew", "dword:0", "dword:1", "", "", 1},
-                                         SendRow{"OptedOutAsBefore", "dword:0", "dword:0", "", "", 0},
-                                         SendRow{"OptedInAnew", "dword:1", "", "", "", 2},
-                                         SendRow{"OptedInAsBefore", "dword:1", "dword:1", "", "", 1},
-                                         SendRow{"ReadyWithOldDocument", "dword:1", "dword:1", "", "old.rdy",
-                                                 2},
-                                         SendRow{"Off", "dword:1", "", "sz:0", "old.rdy", 0},
-                                         SendRow{"NotQuiteOff", "dword:1", "", "sz:00", "", 2}),
-                         kRowName);
-
-struct AgentRow {
-  const char* test;
-  const char* explicitFolder;  // given to UTInitialize, below the case's folder
-  const char* storedFolder;    // the registry's, below the case's folder
-  const char* present[3];      // where agents lie
-  const char* started;         // which of them is found
-};
-
-class AgentSearch : public HostTable<AgentRow> {};
-
-TEST_P(AgentSearch, FirstHitWins) {
-  const AgentRow row = GetParam();
-  fs::rename(CaseFolder() / "Sendrix2.exe", CaseFolder() / "agent.exe");
-  for (const char* folder : row.present) {
-    if (folder == nullptr) continue;
-    fs::create_directories(CaseFolder() / folder);
-    fs::copy_file(CaseFolder() / "agent.exe", CaseFolder() / folder / "Sendrix2.exe");
-  }
-  if (row.storedFolder) {
-    SetValue(Hive::kUser, kUsage, "Agent", "sz:" + (CaseFolder() / row.storedFolder).string());
-  }
-  RunHost([row](Library& ut) {
-    const std::string folder = row.explicitFolder ? (CaseFolder() / row.explicitFolder).string() : "";
-    ut.Initialize("MyProduct", false, row.explicitFolder ? folder.c_str() : nullptr);
-    ut.SetOptIn(1);
-    EXPECT_EQ(Starts(ut), row.started != nullptr);
+TEST_F(HostTest, AgentIsTheFirstHit) {
+  SwitchLogOn();
+  fs::remove(CaseFolder() / "Sendrix2.exe");
+  for (const char* folder : {"A", "B", "C\\Sendrix2.exe"}) fs::create_directories(CaseFolder() / folder);
+  SetValue(Hive::kUser, kUsage, "Agent", "sz:" + (CaseFolder() / "B").string());
+  SetValue(Hive::kUser, kKeys + "MyProduct", "OptIn", "dword:1");
+  RunHost([](Library& ut) {
+    // clang-format off
+    const struct { const char *folder, *added, *found; } rows[] = {
+        {nullptr, nullptr, nullptr}, {nullptr, "B", "B"}, {nullptr, ".", "."}, {"A", nullptr, "."}, {nullptr, "A", "A"},
+        {"", nullptr, "."}, {"A\\", nullptr, "A"}, {"C", nullptr, "."}};
+    // clang-format on
+    for (const auto& [folder, added, found] : rows) {
+      const std::string explicitFolder = folder && *folder ? (CaseFolder() / folder).string() : "";
+      if (added) WriteFile(CaseFolder() / added / "Sendrix2.exe", "no program");
+      ut.Initialize("MyProduct", false, folder ? explicitFolder.c_str() : nullptr);
+      EXPECT_EQ(Starts(ut), found != nullptr);
+      Lines log = NewLog("INFO");
+      std::erase_if(log, [](auto& line) { return !line.starts_with("Sendrix2 Path: "); });
+      EXPECT_EQ(log.empty(), found == nullptr);
+      for (const std::string& line : log) {
+        const Path path = (CaseFolder() / found / "Sendrix2.exe").lexically_normal();
+        EXPECT_TRUE(line.starts_with("Sendrix2 Path: \"" + path.string() + "\"@")) << line;
+      }
+    }
   });
-  for (const char* folder : {"A", "B", "."}) {
-    const bool isIt = row.started != nullptr && row.started == std::string_view(folder);
-    EXPECT_EQ(AgentStarts(CaseFolder() / folder).size(), isIt ? 2u : 0u) << folder;
-  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Start, AgentSearch,
-                         testing::Values(AgentRow{"Explicit", "A", "B", {"A", "B", "."}, "A"},
-                                         AgentRow{"ExplicitWithBackslash", "A\\", "B", {"A", "B", "."}, "A"},
-                                         AgentRow{"ExplicitIsEmptyFolder", "A", "B", {"B", "."}, "."},
-                                         AgentRow{"BesideHost", nullptr, "B", {"A", "B", "."}, "."},
-                                         AgentRow{"Stored", nullptr, "B", {"A", "B"}, "B"},
-                                         AgentRow{"NoneIsNoStart", "C", "C", {"A", "B"}, nullptr}),
-                         kRowName);
 
 }  // namespace
 }  // namespace vantra::test

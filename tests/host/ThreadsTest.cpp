@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kThreads = 10;
 
-// All records of the documents of a product, in the order of its files, each of which must be whole.
+// All records of a product's documents, in the order of the files: each must be whole, and have its number.
 std::vector<Record> AllRecords(std::string_view product) {
   std::vector<Record> records;
   for (const std::string& name : Documents()) {
@@ -26,14 +26,11 @@ std::vector<Record> AllRecords(std::string_view product) {
       const std::vector<Record> one = Records(line);
       EXPECT_TRUE(one.size() == 1 && line.starts_with("<" + one[0].element + " ") && line.ends_with(" />\n"))
           << line;
-      records.push_back(one.empty() ? Record() : one[0]);
+      EXPECT_EQ(one.at(0)["seq"], std::to_string(records.size()));
+      records.push_back(one[0]);
     }
   }
   return records;
-}
-
-void ExpectNumbered(const std::vector<Record>& records) {
-  for (size_t i = 0; i < records.size(); ++i) ASSERT_EQ(records[i]["seq"], std::to_string(i));
 }
 
 void InThreads(const std::function<void(int)>& body) {
@@ -41,13 +38,13 @@ void InThreads(const std::function<void(int)>& body) {
   for (int i = 0; i < kThreads; ++i) threads.emplace_back(body, i);
 }
 
-class ThreadsTest : public HostTest {
+class Threads : public HostTest {
  protected:
-  ThreadsTest() { SetValue(Hive::kUser, kUsage, "send", "sz:0"); }
+  Threads() { SetValue(Hive::kUser, kUsage, "send", "sz:0"); }
 };
 
 // Long enough for several splits, so that file names sort as their numbers do.
-TEST_F(ThreadsTest, OneSession) {
+TEST_F(Threads, OneSession) {
   constexpr int kValues = 300;
   RunHost([](Library& ut) {
     void* session = ut.Open();
@@ -60,7 +57,6 @@ TEST_F(ThreadsTest, OneSession) {
     EXPECT_EQ(ut.CloseSession(&session), 0);
   });
   const std::vector<Record> records = AllRecords("Draw");
-  ExpectNumbered(records);
   for (int thread = 0; thread < kThreads; ++thread) {
     int next = 0;
     for (const Record& record : records) {
@@ -71,7 +67,7 @@ TEST_F(ThreadsTest, OneSession) {
   }
 }
 
-TEST_F(ThreadsTest, SessionsOfTheirOwn) {
+TEST_F(Threads, SessionsOfTheirOwn) {
   constexpr int kEvents = 100;
   RunHost([](Library& ut) {
     void* first = ut.Open("Acme", "Draw");
@@ -92,7 +88,6 @@ TEST_F(ThreadsTest, SessionsOfTheirOwn) {
   for (int thread = 0; thread < kThreads; ++thread) {
     const std::string product = "Thread" + std::to_string(thread);
     const std::vector<Record> records = AllRecords(product);
-    ExpectNumbered(records);
     EXPECT_EQ(records.back().element, "EndSession");
     int count = 0;
     for (const Record& record : records) count += record["category"] == product;
@@ -101,7 +96,7 @@ TEST_F(ThreadsTest, SessionsOfTheirOwn) {
 }
 
 // Whatever a host was told is recorded is on disk, whenever it is killed.
-TEST_F(ThreadsTest, KilledHost) {
+TEST_F(Threads, KilledHost) {
   SetValue(Hive::kUser, std::string(kUsage) + "\\MyProduct_Acme_Draw_3.1", "OptIn", "dword:1");
   std::mt19937 random(std::random_device{}());
   for (int round = 0; round < 5; ++round) {
@@ -127,7 +122,7 @@ TEST_F(ThreadsTest, KilledHost) {
 }
 
 // A loaded library leaves nothing behind: no handle, no thread, and the setter of filters as it was.
-TEST_F(ThreadsTest, LoadAndUnload) {
+TEST_F(Threads, LoadAndUnload) {
   Host host = StartHost([] {
     // What else the library loads would come and go with it, slowly.
     for (const wchar_t* name : {L"shell32", L"ole32", L"user32", L"version", L"ieframe"}) LoadLibraryW(name);
