@@ -34,6 +34,7 @@ pack() {
 find_package() {
   cmake -G Ninja -S "$unpacked/examples" -B . --toolchain "$toolchain" -D "Vantra_DIR=$unpacked/lib/cmake/Vantra"
   cmake --build .
+  VANTRA_PREFIX=examples ctest --output-on-failure
   "$here/words_test.sh" words_c.exe . linked
 }
 import_libraries() {
