@@ -18,5 +18,5 @@ install(FILES ${PROJECT_BINARY_DIR}/VantraConfig.cmake ${PROJECT_BINARY_DIR}/Van
 configure_file(cmake/package/vantra.pc.in vantra.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vantra.pc DESTINATION lib/pkgconfig)
 
-install(FILES CHANGELOG.md LICENSE README.md SECURITY.md DESTINATION ${VANTRA_DOCUMENTS})
+install(FILES CHANGELOG.md LICENSE SECURITY.md DESTINATION ${VANTRA_DOCUMENTS})
 install(DIRECTORY docs examples DESTINATION ${VANTRA_DOCUMENTS})
