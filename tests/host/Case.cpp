@@ -52,7 +52,7 @@ void Enter(const std::string& name, Path folder) {
     world->hives[static_cast<int>(hive)] =
         CreateKey(HKEY_CURRENT_USER, std::wstring(kCases).append(Wide(name)).append(suffix));
   }
-  const HANDLE section =
+  HANDLE const section =
       CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, Wide(name).c_str());
   world->progress = static_cast<std::atomic<int64_t>*>(MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, 0));
 }
@@ -110,7 +110,7 @@ void EnterNewCase() {
 }
 
 void LeaveCase() {
-  for (const HKEY hive : world->hives) RegCloseKey(hive);
+  for (HKEY hive : world->hives) RegCloseKey(hive);
   RegDeleteTreeW(HKEY_CURRENT_USER, std::wstring(kCases).append(Wide(world->name)).c_str());
   // An image is in use for a moment after its process has ended.
   std::error_code failure;

@@ -32,11 +32,12 @@ TEST_F(Rollover, At102400BytesOfText) {
       FillTo(ut, session, bytes);
       EXPECT_EQ(Documents().size(), bytes == kFull ? 2u : 1u);
       ut.LogEvent(session, "a", "b", "c", nullptr, 0);
+      FillTo(ut, session, kFull);
     });
     const Lines names = Documents();
-    ASSERT_EQ(names.size(), 2u);
+    ASSERT_EQ(names.size(), 3u);
     EXPECT_TRUE(names[0].ends_with(*obfuscate == 's' ? "_0.xml" : "_0.rdy")) << names[0];
-    EXPECT_EQ(names[1], names[0].substr(0, names[0].size() - 5) + "1.tmp");
+    EXPECT_EQ(names[2], names[0].substr(0, names[0].size() - 5) + "2.tmp");
     const std::string first = ReadDocument(Logs() / names[0]);
     const std::string second = ReadDocument(Logs() / names[1]);
     const std::vector<Record> before = Records(first);
@@ -45,8 +46,9 @@ TEST_F(Rollover, At102400BytesOfText) {
     EXPECT_TRUE(first.ends_with(" />\n</UsageDoc>\n"));
 
     // Nothing is escaped in a ResumeSession.
-    const std::string resumed = second.substr(0, second.find("<EventRec"));
-    EXPECT_EQ(resumed == second, bytes != kFull);
+    EXPECT_EQ(second.find("<SplitSession"), kFull);
+    const std::string resumed = second.substr(0, second.find(" />\n") + 4);
+    EXPECT_EQ(second.find("<EventRec") == resumed.size(), bytes == kFull);
     EXPECT_EQ(
         Normalised(resumed),
         "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<UsageDoc version=\"0.5.4\">\n<ResumeSession "
