@@ -17,7 +17,7 @@ constexpr uint64_t kLeastFreeSpace = 10'485'760;
 constexpr uint64_t kFullDocument = 102'400;
 
 // What a session keeps for building records; a rare larger one is given back.
-constexpr size_t kKeptBuffer = 64 * 1024;
+constexpr size_t kKeptBuffer = size_t{64} * 1024;
 
 }  // namespace
 
