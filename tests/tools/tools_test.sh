@@ -7,6 +7,8 @@ world=$(mktemp -d)
 trap 'rm -rf "$world"' EXIT
 cp "$2/Vantra.dll" "$2/Sendrix2.exe" "$2/vantra-demo.exe" "$world"
 cd "$world"
+# An agent that an earlier case started may still be at work, and would make its folders again.
+WINEPREFIX=$source/build/wine/$VANTRA_PREFIX /usr/lib/wine/wineserver64 -k 2>/dev/null || true
 "$source/cmake/wine-run" reg delete 'HKCU\Software\Tolvex' /f >/dev/null 2>&1 || true
 profile=$source/build/wine/tools/drive_c/users/$(id -un)/AppData/Roaming
 rm -rf "$profile/Tolvex"
