@@ -24,6 +24,14 @@ using session::UsageSession;
 
 constinit util::SaltedDigest* digest = nullptr;
 
+// False while the user has no identifier to salt with.
+bool MakeDigest() {
+  const std::string& salt = settings::OptInPolicy::Instance().FetchUserIdentifier();
+  if (salt.empty()) return false;
+  digest = &util::GlobalItems::Instance().Add(std::make_unique<util::SaltedDigest>(salt));
+  return true;
+}
+
 // Reports a changed opt-in of the product, and starts the agent when there is something for it to fetch.
 void SyncAndSend(const ProductTexts& product, const std::wstring& logsFolder) {
   const bool hasChanged = crash::SyncProductOptIn(product.family, product.name, product.version, logsFolder);
@@ -103,10 +111,9 @@ bool StartSession(void** handle, const ProductTexts& product) {
   return true;
 }
 
-std::string_view HashedDocumentId(std::string_view text) {
-  if (text.data() == nullptr) return kNoDocument;
-  if (digest == nullptr) digest = &util::GlobalItems::Instance().Add(std::make_unique<util::SaltedDigest>());
-  return digest->Of(text, settings::OptInPolicy::Instance().FetchUserIdentifier());
+std::string_view DigestOf(std::string_view text) {
+  if (digest == nullptr && !MakeDigest()) return {};
+  return digest->Of(text);
 }
 
 bool AddToGroup(UsageSession* session, uint32_t group, std::string_view key, std::string_view value) {

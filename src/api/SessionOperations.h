@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "api/Validation.h"
 #include "session/UsageSession.h"
 
 namespace vantra::api {
@@ -13,9 +14,13 @@ namespace vantra::api {
 // after a failure.
 [[nodiscard]] bool StartSession(void** handle, const session::ProductTexts& product);
 
-// The document id that records carry: "0" without a text, else its digest, which is empty when none can be
-// made. The view is good until the next call.
-[[nodiscard]] std::string_view HashedDocumentId(std::string_view text);
+// The digest of a document id's text, empty when none can be made. The view is good until the next call.
+[[nodiscard]] std::string_view DigestOf(std::string_view text);
+
+// The document id that records carry: "0" without a text, else its digest.
+[[nodiscard]] inline std::string_view HashedDocumentId(std::string_view text) {
+  return text.data() == nullptr ? kNoDocument : DigestOf(text);
+}
 
 // Adds a record to a group that the session has issued. A number that names no group leaves two error groups;
 // failure is reported.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 
 #include "util/Ascii.h"
@@ -11,7 +12,6 @@ namespace vantra::api {
 namespace {
 
 constexpr std::string_view kPrefix = "SK_";
-constexpr uint32_t kLongestDocumentId = 0x7fffffff;
 
 constexpr std::array<bool, 256> kIdentifierBytes = [] {
   std::array<bool, 256> allowed{};
@@ -24,24 +24,42 @@ constexpr std::array<bool, 256> kIdentifierBytes = [] {
 
 constexpr bool IsIdentifierByte(char c) noexcept { return kIdentifierBytes[static_cast<unsigned char>(c)]; }
 
-// Whether the text may stay as it is: only letters, digits and underscores.
+// Whether these bytes of an identifier may stay as they are: letters, digits and underscores.
+bool IsIdentifierBlock(__m128i block, size_t size) noexcept {
+  const auto isWithin = [](__m128i bytes, char first, char count) {
+    const __m128i offset = _mm_sub_epi8(bytes, _mm_set1_epi8(first));
+    return _mm_cmpeq_epi8(_mm_min_epu8(offset, _mm_set1_epi8(static_cast<char>(count - 1))), offset);
+  };
+  const __m128i isLetter = isWithin(_mm_or_si128(block, _mm_set1_epi8('a' - 'A')), 'a', 26);
+  const __m128i isDigit = isWithin(block, '0', 10);
+  const __m128i isUnderscore = _mm_cmpeq_epi8(block, _mm_set1_epi8('_'));
+  const unsigned allowed = util::Bits(_mm_or_si128(isLetter, _mm_or_si128(isDigit, isUnderscore)));
+  return (~allowed & util::TextBits(size)) == 0;
+}
+
 bool IsIdentifierText(const char* text, size_t size) noexcept {
   for (size_t done = 0; done < size; done += util::kBlock) {
-    const __m128i block = util::LoadBlock(text + done, size - done);
-    const auto isWithin = [](__m128i bytes, char first, char count) {
-      const __m128i offset = _mm_sub_epi8(bytes, _mm_set1_epi8(first));
-      return _mm_cmpeq_epi8(_mm_min_epu8(offset, _mm_set1_epi8(static_cast<char>(count - 1))), offset);
-    };
-    const __m128i isLetter = isWithin(_mm_or_si128(block, _mm_set1_epi8('a' - 'A')), 'a', 26);
-    const __m128i isDigit = isWithin(block, '0', 10);
-    const __m128i isUnderscore = _mm_cmpeq_epi8(block, _mm_set1_epi8('_'));
-    const unsigned allowed = util::Bits(_mm_or_si128(isLetter, _mm_or_si128(isDigit, isUnderscore)));
-    if ((~allowed & util::TextBits(size - done)) != 0) return false;
+    if (!IsIdentifierBlock(util::LoadBlock(text + done, size - done), size - done)) return false;
   }
   return true;
 }
 
 }  // namespace
+
+// Most texts are short and right: one block tells.
+inline bool CheckedText::AcceptShort(const char* text, const TextCheck& check) noexcept {
+  if (text == nullptr || check.isBackslashRefused || !util::IsBlockReadable(text)) return false;
+  const __m128i block = util::LoadWholeBlock(text);
+  const unsigned ends = util::Bits(_mm_cmpeq_epi8(block, _mm_setzero_si128()));
+  if (ends == 0 || (ends & 1) != 0) return false;
+  const auto size = static_cast<size_t>(std::countr_zero(ends));
+  if (check.rule != TextRule::kLimit && (check.rule != TextRule::kIdentifier || !util::IsAsciiLetter(*text) ||
+                                         !IsIdentifierBlock(block, size))) {
+    return false;
+  }
+  value_ = {text, size};
+  return true;
+}
 
 inline void CheckedText::ApplyLimit(const char* text, size_t limit) noexcept {
   const size_t length = util::BoundedLength(text, limit + 1);
@@ -74,6 +92,10 @@ inline void CheckedText::ApplyName(const char* text, size_t limit) noexcept {
 }
 
 CheckedText::CheckedText(const char* text, const TextCheck& check) noexcept {
+  if (!AcceptShort(text, check)) Apply(text, check);
+}
+
+void CheckedText::Apply(const char* text, const TextCheck& check) noexcept {
   if (text == nullptr) {
     value_ = check.isNullAllowed ? kNoValue : kNullText;
     code_ = check.isNullAllowed ? TextCode::kAccepted : TextCode::kNullRefused;
@@ -99,12 +121,6 @@ CheckedText::CheckedText(const char* text, const TextCheck& check) noexcept {
         break;
     }
   }
-}
-
-CheckedDocumentId CheckDocumentId(const char* text, uint32_t length) noexcept {
-  if (text == nullptr) return {true, {}};
-  if (length > kLongestDocumentId) return {false, {}};
-  return {true, {text, util::BoundedLength(text, length)}};
 }
 
 }  // namespace vantra::api

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "util/Blocks.h"
+
 namespace vantra::api {
 
 constexpr std::string_view kNullText = "SK_STR_NULL";
@@ -101,6 +103,8 @@ class CheckedText {
  private:
   static constexpr size_t kLongestRepaired = 128;
 
+  [[nodiscard]] bool AcceptShort(const char* text, const TextCheck& check) noexcept;
+  [[gnu::noinline]] void Apply(const char* text, const TextCheck& check) noexcept;
   void ApplyLimit(const char* text, size_t limit) noexcept;
   void ApplyIdentifier(const char* text, size_t limit) noexcept;
   void ApplyName(const char* text, size_t limit) noexcept;
@@ -116,7 +120,12 @@ struct CheckedDocumentId {
   bool isAccepted;
   std::string_view text;
 };
-[[nodiscard]] CheckedDocumentId CheckDocumentId(const char* text, uint32_t length) noexcept;
+[[nodiscard]] inline CheckedDocumentId CheckDocumentId(const char* text, uint32_t length) noexcept {
+  constexpr uint32_t kLongest = 0x7fffffff;
+  if (text == nullptr) return {true, {}};
+  if (length > kLongest) return {false, {}};
+  return {true, {text, util::BoundedLength(text, length)}};
+}
 
 // Whether a session whose last group is given has issued the id.
 [[nodiscard]] constexpr bool IsGroupId(int32_t id, int32_t lastGroup) noexcept {

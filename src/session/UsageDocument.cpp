@@ -15,8 +15,7 @@ constexpr char kRecordEnd[] = "\" />\n";
 constexpr char kDocumentEnd[] = "\" />\n</UsageDoc>\n";
 constexpr char kNoValue[] = "NOVALUE";
 
-// How one byte of free text is written: itself, or the reference that stands for it; nothing for the NUL that
-// ends the text.
+// How one byte of free text is written: itself, or the reference that stands for it.
 struct Written {
   char text[7];
   uint8_t size;
@@ -54,37 +53,48 @@ struct Free {
 
   [[nodiscard]] size_t MaxSize() const noexcept { return text.size() * kLongestWritten + util::kBlock; }
 
-  // Not inlined: a record writes several, and between system calls only the first of them runs cold.
-  [[nodiscard, gnu::noinline]] char* Write(char* start) const noexcept {
-    // Most texts are short and plain.
-    if (text.size() - 1 < util::kBlock) {
-      const __m128i block = util::LoadBlock(text.data(), text.size());
-      if ((FindSpecial(block) & util::TextBits(text.size())) == 0) {
-        util::StoreBlock(start, block);
-        return start + text.size();
+  // Most texts are short and plain.
+  [[nodiscard, gnu::always_inline]] char* Write(char* at) const noexcept {
+    if (text.size() - 1 < util::kBlock && util::IsBlockReadable(text.data())) [[likely]] {
+      const __m128i block = util::LoadWholeBlock(text.data());
+      if ((FindSpecial(block) & util::TextBits(text.size())) == 0) [[likely]] {
+        util::StoreBlock(at, block);
+        return at + text.size();
       }
     }
-    return WriteAny(start);
+    return WriteLong(at, text.data(), text.size());
   }
 
  private:
-  [[nodiscard, gnu::noinline]] char* WriteAny(char* const start) const noexcept {
+  [[nodiscard, gnu::noinline]] static char* WriteLong(char* start, const char* text, size_t size) noexcept {
     char* at = start;
-    for (size_t done = 0; done < text.size(); done += util::kBlock) {
-      const size_t size = std::min(text.size() - done, util::kBlock);
-      const char* const from = text.data() + done;
+    for (size_t done = 0; size - done >= util::kBlock; done += util::kBlock, at += util::kBlock) {
+      const __m128i block = util::LoadWholeBlock(text + done);
+      if (FindSpecial(block) != 0) break;
+      util::StoreBlock(at, block);
+    }
+    const auto plain = static_cast<size_t>(at - start);
+    return plain == size && size != 0 ? at : WriteAny(start, at, text + plain, size - plain);
+  }
+
+  [[nodiscard, gnu::noinline]] static char* WriteAny(char* start, char* at, const char* text,
+                                                     size_t length) noexcept {
+    for (size_t done = 0; done < length; done += util::kBlock) {
+      const size_t size = std::min(length - done, util::kBlock);
+      const char* const from = text + done;
       const __m128i block = util::LoadBlock(from, size);
       if ((FindSpecial(block) & util::TextBits(size)) == 0) {
         util::StoreBlock(at, block);
         at += size;
         continue;
       }
-      for (size_t i = 0; i < size; ++i) {
+      const size_t end = util::BoundedLength(from, size);
+      for (size_t i = 0; i < end; ++i) {
         const Written& written = kWritten[static_cast<uint8_t>(from[i])];
         std::memcpy(at, &written, sizeof written);
         at += written.size;
-        if (written.size == 0) return Finish(start, at);
       }
+      if (end != size) break;
     }
     return Finish(start, at);
   }

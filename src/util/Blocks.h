@@ -26,23 +26,33 @@ namespace vantra::util {
 
 constexpr size_t kBlock = 16;
 
-// The first bytes of a text of the given size, which is not zero; what follows them in the block is
-// unspecified.
-[[nodiscard]] inline __m128i LoadBlock(const char* text, size_t size) noexcept {
-  constexpr uintptr_t kPage = 4096;
+// Whether the block at that place may be loaded whole, however short the text there is.
+[[nodiscard]] inline bool IsBlockReadable(const char* text) noexcept {
 #ifdef VANTRA_EXACT_READS
   constexpr bool kMayReachBeyond = false;
 #else
   constexpr bool kMayReachBeyond = true;
 #endif
-  const bool staysInPage = reinterpret_cast<uintptr_t>(text) % kPage <= kPage - kBlock;
-  if (size >= kBlock || (kMayReachBeyond && staysInPage)) {
-    asm("" : "+r"(text));  // or the compiler holds the read against the size of an object that it knows
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
-  }
+  constexpr uintptr_t kPage = 4096;
+  return kMayReachBeyond && reinterpret_cast<uintptr_t>(text) % kPage <= kPage - kBlock;
+}
+
+// A block that is readable, or whole within its text.
+[[nodiscard]] inline __m128i LoadWholeBlock(const char* text) noexcept {
+  asm("" : "+r"(text));  // or the compiler holds the read against the size of an object that it knows
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+}
+
+[[nodiscard, gnu::cold, gnu::noinline]] inline __m128i LoadEndOfPage(const char* text, size_t size) noexcept {
   alignas(kBlock) char copy[kBlock];
   std::memcpy(copy, text, size);
   return _mm_load_si128(reinterpret_cast<const __m128i*>(copy));
+}
+
+// The first bytes of a text of the given size, which is not zero; what follows them in the block is
+// unspecified.
+[[nodiscard]] inline __m128i LoadBlock(const char* text, size_t size) noexcept {
+  return size >= kBlock || IsBlockReadable(text) ? LoadWholeBlock(text) : LoadEndOfPage(text, size);
 }
 
 inline void StoreBlock(char* to, __m128i block) noexcept {

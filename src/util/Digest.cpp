@@ -1,6 +1,5 @@
 #include "util/Digest.h"
 
-#include "util/Blocks.h"
 #include "util/Windows.h"
 // After windows.h, which defines what it needs.
 #include <wincrypt.h>
@@ -10,10 +9,6 @@ namespace {
 
 // What is worth remembering of a text; a longer one is hashed each time.
 constexpr size_t kLongestRemembered = 4096;
-
-bool Same(std::string_view a, std::string_view b) noexcept {
-  return a.size() == b.size() && SameBytes(a.data(), b.data(), a.size());
-}
 
 class Md5 {
  public:
@@ -48,21 +43,16 @@ SaltedDigest::~SaltedDigest() {
   if (provider_ != 0 && !GlobalItems::IsProcessEnding()) CryptReleaseContext(provider_, 0);
 }
 
-std::string_view SaltedDigest::Of(std::string_view bytes, std::string_view salt) {
-  if (salt.empty()) return {};
-  if (!known_ || !Same(bytes, bytes_) || !Same(salt, salt_)) {
-    known_ = false;
-    if (!Compute(bytes, salt)) return {};
-    if (bytes.size() <= kLongestRemembered) {
-      bytes_ = bytes;
-      salt_ = salt;
-      known_ = true;
-    }
-  }
-  return {text_, sizeof text_};
+bool SaltedDigest::Make(std::string_view bytes) {
+  known_ = kNothing;
+  if (bytes.size() > kLongestRemembered) return Compute({bytes, salt_});
+  salted_.assign(bytes).append(salt_);
+  if (!Compute({salted_})) return false;
+  known_ = bytes.size();
+  return true;
 }
 
-bool SaltedDigest::Compute(std::string_view bytes, std::string_view salt) {
+bool SaltedDigest::Compute(std::initializer_list<std::string_view> pieces) {
   // Only hashing is asked of the provider, so it needs no key container: the default one costs a handle each
   // time it is opened.
   HCRYPTPROV provider = provider_;
@@ -74,7 +64,10 @@ bool SaltedDigest::Compute(std::string_view bytes, std::string_view salt) {
 
   BYTE value[kMd5Bytes];
   Md5 hash(provider);
-  if (!hash.Add(bytes) || !hash.Add(salt) || !hash.Finish(value)) return false;
+  for (const std::string_view piece : pieces) {
+    if (!hash.Add(piece)) return false;
+  }
+  if (!hash.Finish(value)) return false;
 
   constexpr char kHex[] = "0123456789abcdef";
   char* at = text_;

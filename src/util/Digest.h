@@ -2,33 +2,41 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
+#include <limits>
 #include <string>
 #include <string_view>
 
+#include "util/Blocks.h"
 #include "util/GlobalItems.h"
 
 namespace vantra::util {
 
-// MD5 of bytes and salt as 32 lower-case hexadecimal characters. Keeps the provider open between calls and
+// MD5 of bytes and a salt as 32 lower-case hexadecimal characters. Keeps the provider open between calls and
 // remembers the last text, since hosts log about one document many times in a row. Not thread-safe.
 class SaltedDigest : public GlobalItem {
  public:
-  SaltedDigest() = default;
+  // The salt is not empty: a digest that anyone could recompute would be no anonymity.
+  explicit SaltedDigest(std::string_view salt) : salt_(salt) {}
   ~SaltedDigest() override;
 
-  // Empty when the platform cannot make one, and when the salt is empty: a digest that anyone could
-  // recompute would be no anonymity. The view is good until the next call.
-  [[nodiscard]] std::string_view Of(std::string_view bytes, std::string_view salt);
+  // Empty when the platform cannot make one. The view is good until the next call.
+  [[nodiscard]] std::string_view Of(std::string_view bytes) {
+    const bool isKnown = bytes.size() == known_ && SameBytes(bytes.data(), salted_.data(), known_);
+    return {text_, isKnown || Make(bytes) ? sizeof text_ : 0};
+  }
 
  private:
-  [[nodiscard]] bool Compute(std::string_view bytes, std::string_view salt);
+  [[nodiscard]] bool Make(std::string_view bytes);
+  [[nodiscard]] bool Compute(std::initializer_list<std::string_view> pieces);
 
   static constexpr size_t kMd5Bytes = 16;
+  static constexpr size_t kNothing = std::numeric_limits<size_t>::max();
 
+  const std::string salt_;
   uintptr_t provider_ = 0;
-  bool known_ = false;
-  std::string bytes_;
-  std::string salt_;
+  std::string salted_;       // the last bytes and the salt
+  size_t known_ = kNothing;  // size of those bytes
   char text_[2 * kMd5Bytes];
 };
 

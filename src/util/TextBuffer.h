@@ -69,7 +69,7 @@ struct Raw {
   std::string_view text;
 
   [[nodiscard]] constexpr size_t MaxSize() const noexcept { return text.size() + kBlock; }
-  [[nodiscard, gnu::noinline]] char* Write(char* at) const noexcept {
+  [[nodiscard, gnu::always_inline]] char* Write(char* at) const noexcept {
     return CopyBlocks(at, text.data(), text.size());
   }
 };
@@ -78,7 +78,10 @@ struct Decimal {
   int64_t value;
 
   [[nodiscard]] static constexpr size_t MaxSize() noexcept { return 20; }
-  [[nodiscard, gnu::noinline]] char* Write(char* at) const noexcept {
+  [[nodiscard]] char* Write(char* at) const noexcept { return Print(at, value); }
+
+ private:
+  [[nodiscard, gnu::noinline]] static char* Print(char* at, int64_t value) noexcept {
     return std::to_chars(at, at + MaxSize(), value).ptr;
   }
 };

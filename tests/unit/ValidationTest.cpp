@@ -10,10 +10,13 @@ namespace vantra::api {
 
 std::string Times(size_t count, char c) { return std::string(count, c); }
 
-// Code and value of the checked text.
+// Code and value of the checked text, wherever it lies.
 std::string Checked(const char* text, uint32_t flags) {
-  const CheckedText checked(text == nullptr ? nullptr : AtPageEnd({text, std::strlen(text) + 1}),
-                            CheckFor(flags));
+  const CheckedText checked(text, CheckFor(flags));
+  const CheckedText atPageEnd(text == nullptr ? nullptr : AtPageEnd({text, std::strlen(text) + 1}),
+                              CheckFor(flags));
+  EXPECT_EQ(checked.Code(), atPageEnd.Code());
+  EXPECT_EQ(checked.Value(), atPageEnd.Value());
   EXPECT_EQ(checked.IsAccepted(), checked.Code() < TextCode::kNullRefused);
   return std::to_string(static_cast<int>(checked.Code())) + ' ' + std::string(checked.Value());
 }
