@@ -31,9 +31,9 @@
  *   itself recorded in the document, as a "ValidationErrors" group (NULL is refused without one).
  * - "Identifier" means: at most 128 bytes of ASCII letters, digits and '_', beginning with a letter. Other
  *   bytes become '_', and a text that does not begin with a letter gets the prefix "SK_".
- * - Without consent no usage data is written: UTStartSession refuses, and every other session call then
- *   fails for want of a session.
- * - With a file SKLog.config beside the host's executable, every refusal is explained in
+ * - Without consent no session starts, and every other session call then fails for want of one. Consent
+ *   that is taken back while a session is open decides at the end of each document: it is deleted.
+ * - With a file SKLog.config beside the host's executable, calls, refusals and failures are logged in
  *   %APPDATA%\Tolvex\Skylamp\SKLog-Vantra.txt.
  *
  * Do not unload the library while a call is running. Sessions still open at unload are abandoned, not
@@ -74,7 +74,9 @@ int32_t UTInitialize(const char* pcUsagekey, bool crashHandling, const char* age
  * Refused, in this order, when a required text is NULL or empty, the agent's configuration says "Disabled" or
  * "Hibernate", no valid usage key was declared, the agent is not installed, a group policy forbids recording,
  * or the user has not consented. An opt-in of 1 is consent; no choice (-1) is consent only while the release
- * state is 0 (see UTSetSerializationState). After a refusal no document exists.
+ * state is 0 (see UTSetSerializationState). A refused start leaves no document of a session; that the user's
+ * choice for this product has changed is still reported, in a small document of its own without the user's
+ * identifier.
  *
  * A session that can no longer write (disk full, write error) falls silent: its calls go on as if it could,
  * and record nothing.

@@ -1,7 +1,6 @@
 #include "crash/CrashHandler.h"
 
 #include <cstring>
-#include <utility>
 
 #include "crash/MiniSession.h"
 #include "log/Logger.h"
@@ -21,9 +20,8 @@ struct State {
   const session::SessionList* openSessions = nullptr;
   // What the system returned when the filter was installed.
   LPTOP_LEVEL_EXCEPTION_FILTER previousFilter = nullptr;
-  // What to put back at unload, which a crash that was survived does not change.
+  // What to put back at unload: the host's own, which a crash that was survived does not change.
   LPTOP_LEVEL_EXCEPTION_FILTER originalFilter = nullptr;
-  bool isInstalled = false;
   // Known once the entry has been patched.
   BYTE* entry = nullptr;
   BYTE savedBytes[20] = {};
@@ -77,12 +75,21 @@ void MakePatch(BYTE (&patch)[kPatchSize]) noexcept {
   patch[12] = 0xE3;
 }
 
-// Whether the entry holds such a patch with another target: that of a second copy of the library, loaded by
-// another part of the host. It protects our filter as well, and to save it as the entry's own bytes would
-// bring it back when the other copy is long gone.
+// Whether the entry holds such a patch of a second copy of the library, loaded by another part of the host.
+// It protects our filter as well, and to save it as the entry's own bytes would bring it back when the other
+// copy is long gone.
 bool IsPatchedByAnother(const BYTE* entry, const BYTE (&patch)[kPatchSize]) noexcept {
-  return std::memcmp(entry, patch, 2) == 0 && std::memcmp(entry + 10, patch + 10, 3) == 0 &&
-         std::memcmp(entry + 2, patch + 2, sizeof(uintptr_t)) != 0;
+  if (std::memcmp(entry, patch, 2) != 0 || std::memcmp(entry + 10, patch + 10, 3) != 0) return false;
+  const wchar_t* target = nullptr;
+  std::memcpy(&target, entry + 2, sizeof target);
+  const auto moduleAt = [](const wchar_t* address) -> HMODULE {
+    HMODULE module = nullptr;
+    const DWORD flags = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    return GetModuleHandleExW(flags, address, &module) ? module : nullptr;
+  };
+  const HMODULE other = moduleAt(target);
+  return other != nullptr && other != moduleAt(reinterpret_cast<const wchar_t*>(&SetNothing)) &&
+         GetProcAddress(other, "UTInitialize") != nullptr;
 }
 
 // Makes the entry's bytes writable for as long as it lives.
@@ -112,7 +119,7 @@ class WritableEntry {
 void Undo(unsigned long /*reason*/, void* /*reserved*/) {
   if (state.entry != nullptr) RecoverSetUnhandledExceptionFilter();
   const auto found = SetUnhandledExceptionFilter(state.originalFilter);
-  if (found != CustomUnhandledExceptionFilter) SetUnhandledExceptionFilter(found);
+  if (found != nullptr && found != CustomUnhandledExceptionFilter) SetUnhandledExceptionFilter(found);
 }
 
 }  // namespace
@@ -123,10 +130,10 @@ bool SetCrashHandler(const session::SessionList& openSessions) {
   if (state.previousFilter != nullptr) return true;
 
   state.previousFilter = SetUnhandledExceptionFilter(CustomUnhandledExceptionFilter);
-  if (!std::exchange(state.isInstalled, true)) {
+  if (state.previousFilter != nullptr && state.previousFilter != CustomUnhandledExceptionFilter) {
     state.originalFilter = state.previousFilter;
-    util::GlobalItems::Instance().SetCleanUp(Undo);
   }
+  util::GlobalItems::Instance().SetCleanUp(Undo);
   PreventSetUnhandledExceptionFilter();
   Log("CrashHandler::SetUnhandledExceptionFilter", 70);
   return true;
@@ -154,9 +161,10 @@ int PreventSetUnhandledExceptionFilter() {
     }
     BYTE patch[kPatchSize];
     MakePatch(patch);
-    // A second pass finds the patch in place; what it stands for must not be lost.
+    // A second pass finds the patch in place, or what somebody put over it; what it stands for must not be
+    // lost.
     if (!IsPatchedByAnother(entry, patch)) {
-      if (std::memcmp(entry, patch, kPatchSize) != 0) std::memcpy(state.savedBytes, entry, kPatchSize);
+      if (state.entry == nullptr) std::memcpy(state.savedBytes, entry, kPatchSize);
       written = writable.Write(patch);
       if (written != 0) state.entry = entry;
     }

@@ -118,12 +118,18 @@ void WriteDemographics(UsageSession& session) {
 }  // namespace
 
 void WriteHeaderBlocks(UsageSession& session) {
-  WriteSessionBlock(session);
-  WriteBlock(session, "SystemInfo", kSystemInfo);
-  WriteScreenBlocks(session);
-  WriteDemographics(session);
-  WriteBlock(session, "ExecutableInfo", kExecutableInfo);
-  WriteBlock(session, "UsageVersionInfo", kUsageVersionInfo);
+  using Block = void (*)(UsageSession&);
+  constexpr Block kBlocks[] = {
+      WriteSessionBlock,
+      [](UsageSession& each) { WriteBlock(each, "SystemInfo", kSystemInfo); },
+      WriteScreenBlocks,
+      WriteDemographics,
+      [](UsageSession& each) { WriteBlock(each, "ExecutableInfo", kExecutableInfo); },
+      [](UsageSession& each) { WriteBlock(each, "UsageVersionInfo", kUsageVersionInfo); },
+  };
+  for (const Block write : kBlocks) {
+    if (session.IsEnabled()) write(session);
+  }
 }
 
 }  // namespace vantra::session

@@ -110,11 +110,15 @@ void UsageSession::EndSession() {
 void UsageSession::Split() {
   AppendSplitSession(Fresh(), id_, NextStamp());
   if (!Write()) return;
+  // Should memory run out before the next document can begin, the session falls silent instead of writing
+  // behind the end of this one.
+  enabled_ = false;
   file_.Close();
   if (file_.Finish()) bytesInFile_ = 0;
 
   AppendPrologue(Fresh());
   AppendResumeSession(record_, id_, Product(), startTime_, user_, NextStamp());
+  enabled_ = true;
   bytesInFile_ += record_.Bytes().size();
   static_cast<void>(Write());
 }
@@ -123,6 +127,7 @@ void UsageSession::Close() {
   if (!enabled_ || !file_.IsOpen()) return;
   EndSession();
   if (!enabled_ || !file_.IsOpen()) return;
+  enabled_ = false;
   file_.Close();
   static_cast<void>(file_.Finish());
 }

@@ -40,6 +40,7 @@ class UsageSession {
   // Ends the document and finishes its file, when there is one.
   void Close();
 
+  [[nodiscard]] bool IsEnabled() const noexcept { return enabled_; }
   [[nodiscard]] int32_t SessionGroup() const noexcept { return sessionGroup_; }
   void SetSessionGroup(int32_t group) noexcept { sessionGroup_ = group; }
   [[nodiscard]] int32_t LastGroup() const noexcept { return static_cast<int32_t>(lastGroup_); }

@@ -17,6 +17,12 @@ struct Translation {
   WORD codePage;
 };
 
+// Bytes of the resource from there on. The lengths that a query tells are the file's own word.
+size_t RoomAt(const std::vector<BYTE>& resource, const void* place) noexcept {
+  const auto used = static_cast<size_t>(static_cast<const BYTE*>(place) - resource.data());
+  return used < resource.size() ? resource.size() - used : 0;
+}
+
 std::string QueryText(const std::vector<BYTE>& resource, const Translation& translation,
                       const wchar_t* name) {
   wchar_t block[64];
@@ -25,12 +31,8 @@ std::string QueryText(const std::vector<BYTE>& resource, const Translation& tran
   void* text = nullptr;
   UINT length = 0;
   if (!VerQueryValueW(resource.data(), block, &text, &length) || length == 0) return {};
-  // The length is the file's own word.
-  const auto* const start = static_cast<const wchar_t*>(text);
-  const BYTE* const end = resource.data() + resource.size();
-  const auto room = (end - reinterpret_cast<const BYTE*>(start)) / static_cast<ptrdiff_t>(sizeof(wchar_t));
-  if (room <= 0) return {};
-  return util::ToUtf8(std::wstring(start, std::min<size_t>(length, static_cast<size_t>(room))));
+  const size_t room = RoomAt(resource, text) / sizeof(wchar_t);
+  return util::ToUtf8(std::wstring(static_cast<const wchar_t*>(text), std::min<size_t>(length, room)));
 }
 
 class KnownVersions : public util::GlobalItem {
@@ -74,7 +76,7 @@ VersionTexts ReadVersionTexts(const std::wstring& path) {
   void* found = nullptr;
   UINT length = 0;
   if (!VerQueryValueW(resource.data(), L"\\VarFileInfo\\Translation", &found, &length) ||
-      length < sizeof(Translation)) {
+      std::min<size_t>(length, RoomAt(resource, found)) < sizeof(Translation)) {
     return {};
   }
   const auto& translation = *static_cast<const Translation*>(found);

@@ -34,7 +34,9 @@ void Refresh(const std::wstring& shippedPath, const std::wstring& userPath) {
 void Seed(const std::wstring& shippedPath, const std::wstring& userPath, const std::wstring& userFolder) {
   if (!util::EnsureFolder(userFolder)) return;
   if (util::IsFolder(userPath) && !util::RemoveFolderTree(userPath)) return;
-  CopyFileW(shippedPath.c_str(), userPath.c_str(), FALSE);
+  if (const auto shipped = util::ReadWholeFile(shippedPath)) {
+    static_cast<void>(util::ReplaceContent(userPath, *shipped));
+  }
 }
 
 void Synchronise(const std::wstring& userPath, const std::wstring& userFolder) {
