@@ -1,6 +1,5 @@
-#include "Case.h"
+#include "stage/Case.h"
 
-#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -8,19 +7,20 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 
-namespace vantra::test {
+namespace vantra::stage {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::wstring_view kCases = L"Software\\VantraTests\\";
+constexpr std::wstring_view kCases = L"Software\\VantraStage\\";
 
 struct World {
   std::string name;
   Path folder;
   HKEY hives[2]{};
-  std::atomic<int64_t>* progress = nullptr;
+  void* shared = nullptr;
 };
 
 std::optional<World> world;
@@ -53,8 +53,9 @@ void Enter(const std::string& name, Path folder) {
         CreateKey(HKEY_CURRENT_USER, std::wstring(kCases).append(Wide(name)).append(suffix));
   }
   HANDLE const section =
-      CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, Wide(name).c_str());
-  world->progress = static_cast<std::atomic<int64_t>*>(MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, 0));
+      CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, kSharedSize, Wide(name).c_str());
+  world->shared = MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, 0);
+  if (world->shared == nullptr) throw std::runtime_error("no memory can be shared");
 }
 
 Path Executable() {
@@ -100,7 +101,8 @@ void EnterNewCase() {
   const Path built = Executable().parent_path();
   fs::copy_file(Executable(), CaseFolder() / "host.exe");
   fs::copy_file(built / "Sendrix2.exe", CaseFolder() / "Sendrix2.exe");
-  fs::copy_file(built.parent_path() / "Vantra.dll", CaseFolder() / "Vantra.dll");
+  const bool isBeside = fs::exists(built / "Vantra.dll");
+  fs::copy_file((isBeside ? built : built.parent_path()) / "Vantra.dll", CaseFolder() / "Vantra.dll");
   SetValue(Hive::kUser, "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
            "AppData", "sz:" + AppData().string());
   // The digests come from a provider that the machine's hive names.
@@ -109,14 +111,14 @@ void EnterNewCase() {
                Key(CreateKey(Root(Hive::kMachine), kProviders)).get());
 }
 
-void LeaveCase() {
+bool LeaveCase() {
   for (HKEY hive : world->hives) RegCloseKey(hive);
   RegDeleteTreeW(HKEY_CURRENT_USER, std::wstring(kCases).append(Wide(world->name)).c_str());
   // An image is in use for a moment after its process has ended.
   std::error_code failure;
   for (int i = 0; i < 100 && (fs::remove_all(world->folder, failure), failure); ++i) Sleep(10);
-  EXPECT_FALSE(failure) << world->folder << " is still in use";
   world.reset();
+  return !failure;
 }
 
 void EnterCaseAsHost(const std::string& name) {
@@ -130,7 +132,7 @@ Path CaseFolder() { return world->folder; }
 Path AppData() { return CaseFolder() / "AppData"; }
 Path AgentFolder() { return AppData() / "Tolvex" / "Sendrix2"; }
 Path Logs() { return AgentFolder() / "Logs"; }
-std::atomic<int64_t>& Progress() { return *world->progress; }
+void* SharedMemory() { return world->shared; }
 
 std::string ReadFile(const Path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -179,11 +181,9 @@ Lines ListValues(Hive hive, std::string_view key) {
   return lines;
 }
 
-std::wstring Wide(std::string_view utf8) { return Path(std::u8string(utf8.begin(), utf8.end())).wstring(); }
-
 std::string Utf8(std::wstring_view wide) {
   const std::u8string text = Path(wide).u8string();
   return {text.begin(), text.end()};
 }
 
-}  // namespace vantra::test
+}  // namespace vantra::stage
