@@ -54,12 +54,16 @@ enum class Hive { kUser, kMachine };
 
 // Values are written as type and content: "sz:text", "expand:text", "dword:7".
 void SetValue(Hive hive, std::string_view key, std::string_view name, std::string_view value);
+// Writes any bytes as a value of any type.
+void SetBytes(Hive hive, std::string_view key, std::string_view name, uint32_t type, std::string_view bytes);
+// Removes the key and all below it.
+void RemoveKey(Hive hive, std::string_view key);
 // Empty when there is no such value.
 [[nodiscard]] std::string GetValue(Hive hive, std::string_view key, std::string_view name);
 // "subkey\name=value" for each value below the key, sorted; for each empty key "subkey\".
 [[nodiscard]] Lines ListValues(Hive hive, std::string_view key);
 
 using testkit::detail::Wide;
-[[nodiscard]] std::string Utf8(std::wstring_view wide);
+[[nodiscard]] std::string Utf8(std::wstring_view wide);  // what is no text becomes U+FFFD
 
 }  // namespace vantra::stage

@@ -29,7 +29,7 @@ std::string ReadDocument(const Path& path) {
   std::string text = ReadFile(path);
   const bool isObfuscated = text.starts_with(kMarker);
   if (path.extension() != ".tmp" && isObfuscated != (path.extension() == ".rdy")) {
-    throw std::runtime_error(path.string() + " is not what its name says");
+    throw std::runtime_error(Utf8(path.native()) + " is not what its name says");
   }
   if (!isObfuscated) return text;
   text.erase(0, kMarker.size());

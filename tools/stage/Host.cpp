@@ -54,6 +54,8 @@ Host::~Host() {
 
 void Host::Kill() { TerminateProcess(handles_->process.get(), 1); }
 
+bool Host::HasEnded() const { return WaitForSingleObject(handles_->process.get(), 0) == WAIT_OBJECT_0; }
+
 uint32_t Host::Wait(std::chrono::seconds limit) {
   const auto end = std::chrono::steady_clock::now() + limit;
   while (HasProcesses(handles_->job.get())) {
@@ -94,7 +96,7 @@ Host LaunchHost(void (*body)(const void*), const void* state, size_t size) {
   }
   ResumeThread(process.hThread);
   CloseHandle(process.hThread);
-  return Host(std::make_unique<Host::Handles>(Handle(process.hProcess), std::move(job)));
+  return Host(std::unique_ptr<Host::Handles>(new Host::Handles{Handle(process.hProcess), std::move(job)}));
 }
 
 }  // namespace vantra::stage

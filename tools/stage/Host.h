@@ -26,6 +26,7 @@ class Host {
   ~Host();
 
   void Kill();
+  [[nodiscard]] bool HasEnded() const;
   // Waits until the host and all that it started have ended; the host's exit code, or the exception's after a
   // crash. Throws when they have not ended in time, and kills them.
   uint32_t Wait(std::chrono::seconds limit = std::chrono::minutes(2));
