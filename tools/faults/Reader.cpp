@@ -135,7 +135,9 @@ std::vector<Document> ReadDocuments(const Plan& plan, Verdict& verdict) {
   for (const Path& folder : {Logs(), AgentFolder() / "Moved", AgentFolder() / "Outbox"}) {
     for (const std::string& name : FilesIn(folder)) {
       const Path path = folder / Wide(name);
-      if (!name.starts_with("ulog_") || !fs::is_regular_file(path)) continue;
+      // Wine cuts a name at 255 bytes, its end included: such a document is as good as none.
+      const bool isWhole = name.ends_with(".tmp") || name.ends_with(".xml") || name.ends_with(".rdy");
+      if (!name.starts_with("ulog_") || !isWhole || !fs::is_regular_file(path)) continue;
       const bool isReport = IsReport(name);
       Document document =
           isReport ? Document{.path = path, .user = {}, .index = -1, .records = {}} : Named(path);
