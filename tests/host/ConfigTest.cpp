@@ -1,8 +1,7 @@
 // The agent's configuration file as a start finds and leaves it. What its text means is tested in the core.
 #include <windows.h>
 
-#include "Document.h"
-#include "Host.h"
+#include "HostTest.h"
 
 namespace vantra::test {
 namespace {

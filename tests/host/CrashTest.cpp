@@ -5,8 +5,7 @@
 #include <array>
 #include <thread>
 
-#include "Document.h"
-#include "Host.h"
+#include "HostTest.h"
 
 namespace vantra::test {
 namespace {
@@ -278,7 +277,7 @@ TEST_F(CrashTest, TwoCopiesOfTheLibrary) {
                           const Entry before = EntryBytes();
                           auto first = std::make_unique<Library>();
                           OpenWatched(*first, "Draw");
-                          Library second("second\\Vantra.dll");
+                          Library second(CaseFolder() / "second" / "Vantra.dll");
                           OpenWatched(second, "Paint");
                           first.reset();
                           EXPECT_EQ(EntryBytes(), before);

@@ -1,8 +1,8 @@
 // Folders that are missing, names that cannot be, disks that refuse: calls succeed, and nothing else happens.
 #include <windows.h>
 
-#include "Document.h"
-#include "Host.h"
+#include "HostTest.h"
+#include "stage/Disk.h"
 
 namespace vantra::test {
 namespace {
@@ -111,51 +111,21 @@ TEST_F(Fault, FilesHeldByOthers) {
   EXPECT_EQ(AgentStarts().size(), 2u);
 }
 
-// A call of the system below Wine, which can make a disk fail.
-int64_t System(int64_t number, const void* first, const void* second, const void* third, const void* fourth,
-               const void* fifth = nullptr) {
-  register const void* r10 asm("r10") = fourth;
-  register const void* r8 asm("r8") = fifth;
-  asm volatile("syscall"
-               : "+a"(number)
-               : "D"(first), "S"(second), "d"(third), "r"(r10), "r"(r8)
-               : "rcx", "r11", "memory");
-  return number;
-}
-
-const void* Number(uint64_t number) { return reinterpret_cast<const void*>(number); }
-
-// From now on no file of this process grows beyond so many bytes.
-void LimitFiles(uint64_t bytes) {
-  const uint64_t ignore[4] = {1}, limits[2] = {bytes, ~uint64_t{0}};
-  EXPECT_EQ(System(13, Number(25), ignore, nullptr, Number(8)), 0);  // rt_sigaction SIGXFSZ
-  EXPECT_EQ(System(160, Number(1), limits, nullptr, nullptr), 0);    // setrlimit RLIMIT_FSIZE
-}
-
-using UnixPath = char* (*)(const wchar_t*);
-
-// Of Wine alone; elsewhere there is none.
-UnixPath FindUnixPath() {
-  const auto kernel = GetModuleHandleW(L"kernel32.dll");
-  return reinterpret_cast<UnixPath>(
-      reinterpret_cast<void*>(GetProcAddress(kernel, "wine_get_unix_file_name")));
-}
-
 // A write that fails, or writes less than all, silences the session for good and takes its file away.
 TEST_F(Fault, FailedWriteSilencesTheSession) {
-  if (!FindUnixPath()) GTEST_SKIP() << "no limit can be set here";
+  if (!LimitFiles(~uint64_t{0})) GTEST_SKIP() << "no limit can be set here";
   // In the marker, in the first record behind it, in a later one, and in the record that splits.
   for (const auto& [obfuscate, limit] :
        {std::pair{"sz:1", 10}, {"sz:1", 25}, {"sz:0", 8'000}, {"sz:0", 102'420}}) {
     SetValue(Hive::kUser, kUsage, "obfuscate", obfuscate);
     RunHost([limit = static_cast<uint64_t>(limit)](Library& ut) {
       void* other = ut.Open("Acme", "Other");
-      LimitFiles(limit);
+      EXPECT_TRUE(LimitFiles(limit));
       void* session = ut.Open();
       for (int i = 0; i < 20; ++i) ut.AddToSession(session, "filler", std::string(500, 'x').c_str());
       if (Documents().size() == 2) FillTo(ut, session, 102'400);
       EXPECT_EQ(Documents().size(), 1u) << limit;
-      LimitFiles(~uint64_t{0});
+      EXPECT_TRUE(LimitFiles(~uint64_t{0}));
       EXPECT_EQ(UseSession(ut, session), UINT32_MAX);
       EXPECT_EQ(ut.CloseSession(&session), 0);
       UseSession(ut, other);
@@ -170,19 +140,14 @@ TEST_F(Fault, FailedWriteSilencesTheSession) {
 // A session needs more than ten mebibytes of free space when it starts.
 TEST_F(Fault, SmallVolume) {
   for (const int size : {10'485'760, 10'485'760 + 4096}) {
-    const auto unixPath = FindUnixPath();
-    const char* const logs = unixPath ? unixPath(Logs().c_str()) : "";
-    const std::string option = "size=" + std::to_string(size);
-    if (!unixPath || System(165, "tmpfs", logs, "tmpfs", nullptr, option.c_str()) != 0) {  // mount
-      GTEST_SKIP() << "no volume can be mounted here";
-    }
+    if (!MountVolume(Logs(), static_cast<uint64_t>(size))) GTEST_SKIP() << "no volume can be mounted here";
     RunHost([size](Library& ut) {
       void* session = ut.Open();
       EXPECT_EQ(UseSession(ut, session) == UINT32_MAX, size == 10'485'760);
       EXPECT_EQ(ut.CloseSession(&session), 0);
     });
     EXPECT_EQ(Documents().size(), size == 10'485'760 ? 0u : 1u);
-    EXPECT_EQ(System(166, logs, Number(2), nullptr, nullptr), 0);  // umount2, at once
+    EXPECT_TRUE(Unmount(Logs()));
   }
 }
 

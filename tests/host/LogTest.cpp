@@ -1,8 +1,7 @@
 // The diagnostic log: when it is written, and its lines.
 #include <windows.h>
 
-#include "Document.h"
-#include "Host.h"
+#include "HostTest.h"
 
 namespace vantra::test {
 namespace {

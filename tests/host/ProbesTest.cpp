@@ -3,8 +3,7 @@
 
 #include <algorithm>
 
-#include "Document.h"
-#include "Host.h"
+#include "HostTest.h"
 
 namespace vantra::test {
 namespace {
@@ -46,10 +45,10 @@ TEST_F(Probes, RegistryValues) {
   SetValue(Hive::kUser, std::string(kUsage) + "\\Demographic", "Common", "sz:unseen");
   RunHost([](Library& ut) { EXPECT_NE(ut.Open(), nullptr); });
   const Lines system = Block("SystemInfo");
-  EXPECT_TRUE(Has(system, "ProcessorName=Test &#60;CPU&#62;  ") && Has(system, "ProcessorModel=Family 6") &&
+  EXPECT_TRUE(Has(system, "ProcessorName=Test <CPU>  ") && Has(system, "ProcessorModel=Family 6") &&
               Has(system, "Speed=2400 MHz"))
       << testing::PrintToString(system);
-  EXPECT_EQ(Block("Demographics"), (Lines{"Age=42", "Role=R&#38;D \xE2\x82\xAC"}));
+  EXPECT_EQ(Block("Demographics"), (Lines{"Age=42", "Role=R&D \xE2\x82\xAC"}));
 }
 
 TEST_F(Probes, UserTypeAndIdentifier) {
@@ -57,7 +56,7 @@ TEST_F(Probes, UserTypeAndIdentifier) {
     const std::string text(511, 'x');
     const std::pair<std::string, std::string> rows[] = {{"sz:", ""},
                                                         {"dword:7", "7"},
-                                                        {"sz:A & <B>", "A &#38; &#60;B&#62;"},
+                                                        {"sz:A & <B>", "A & <B>"},
                                                         {"sz:" + text, text},
                                                         {"sz:" + text + "x", ""}};
     for (const auto& [stored, wanted] : rows) {

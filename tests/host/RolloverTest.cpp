@@ -1,8 +1,7 @@
 // How a session goes on in another file, and what becomes of its files in the end.
 #include <functional>
 
-#include "Document.h"
-#include "Host.h"
+#include "HostTest.h"
 
 namespace vantra::test {
 namespace {

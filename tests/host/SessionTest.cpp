@@ -3,8 +3,7 @@
 
 #include <cstring>
 
-#include "Document.h"
-#include "Host.h"
+#include "HostTest.h"
 
 namespace vantra::test {
 namespace {

@@ -5,8 +5,7 @@
 #include <random>
 #include <thread>
 
-#include "Document.h"
-#include "Host.h"
+#include "HostTest.h"
 
 namespace vantra::test {
 namespace {

@@ -1,5 +1,6 @@
-// The world of one test case: an empty folder for the host and its profile, registry hives, and a counter
-// that outlives a killed host. The same functions serve the test and the hosts that it starts.
+// The world of one case: an empty folder for the host and its profile, registry hives, and memory that
+// outlives a killed host. The same functions serve the program that sets the stage and the hosts that it
+// starts. What cannot be set up is thrown as std::runtime_error.
 #pragma once
 
 #include <atomic>
@@ -7,9 +8,12 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
-namespace vantra::test {
+#include "vantra/testkit.hpp"
+
+namespace vantra::stage {
 
 using Path = std::filesystem::path;
 using Lines = std::vector<std::string>;
@@ -17,9 +21,11 @@ using Lines = std::vector<std::string>;
 inline constexpr std::string_view kUsage = "Software\\Tolvex\\CommonFiles\\Usage";
 inline constexpr std::string_view kPolicy = "SOFTWARE\\Policies\\Tolvex\\ORPIX";
 
-// Makes a new world the current one, with Vantra.dll, the stand-in agent and the folder of documents in it.
+// Makes a new world the current one, with Vantra.dll, the agent and the folder of documents in it. The agent
+// is what lies beside this program, the library too or one folder up.
 void EnterNewCase();
-void LeaveCase();
+// Removes the world; false when somebody still uses it.
+[[nodiscard]] bool LeaveCase();
 // In a host: makes the world of that name the current one and puts its hives in place of the user's and the
 // machine's.
 void EnterCaseAsHost(const std::string& name);
@@ -29,7 +35,16 @@ void EnterCaseAsHost(const std::string& name);
 [[nodiscard]] Path AppData();      // the profile's roaming folder
 [[nodiscard]] Path AgentFolder();  // the agent's data folder
 [[nodiscard]] Path Logs();         // the documents' folder
-[[nodiscard]] std::atomic<int64_t>& Progress();
+
+inline constexpr size_t kSharedSize = size_t{64} * 1024;
+[[nodiscard]] void* SharedMemory();  // zero at first
+// What the processes of the case share. All of them must ask for the same type.
+template <class T>
+[[nodiscard]] T& Shared() {
+  static_assert(sizeof(T) <= kSharedSize && std::is_standard_layout_v<T>);
+  return *static_cast<T*>(SharedMemory());
+}
+[[nodiscard]] inline std::atomic<int64_t>& Progress() { return Shared<std::atomic<int64_t>>(); }
 
 [[nodiscard]] std::string ReadFile(const Path& path);  // empty when there is none
 void WriteFile(const Path& path, std::string_view content);
@@ -39,12 +54,16 @@ enum class Hive { kUser, kMachine };
 
 // Values are written as type and content: "sz:text", "expand:text", "dword:7".
 void SetValue(Hive hive, std::string_view key, std::string_view name, std::string_view value);
+// Writes any bytes as a value of any type.
+void SetBytes(Hive hive, std::string_view key, std::string_view name, uint32_t type, std::string_view bytes);
+// Removes the key and all below it.
+void RemoveKey(Hive hive, std::string_view key);
 // Empty when there is no such value.
 [[nodiscard]] std::string GetValue(Hive hive, std::string_view key, std::string_view name);
 // "subkey\name=value" for each value below the key, sorted; for each empty key "subkey\".
 [[nodiscard]] Lines ListValues(Hive hive, std::string_view key);
 
-[[nodiscard]] std::wstring Wide(std::string_view utf8);
-[[nodiscard]] std::string Utf8(std::wstring_view wide);
+using testkit::detail::Wide;
+[[nodiscard]] std::string Utf8(std::wstring_view wide);  // what is no text becomes U+FFFD
 
-}  // namespace vantra::test
+}  // namespace vantra::stage

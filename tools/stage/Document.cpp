@@ -1,12 +1,14 @@
-#include "Document.h"
-
-#include <gtest/gtest.h>
+#include "stage/Document.h"
 
 #include <algorithm>
 #include <map>
+#include <stdexcept>
+#include <utility>
 
-namespace vantra::test {
+namespace vantra::stage {
 namespace {
+
+using testkit::detail::Take;
 
 constexpr std::string_view kMarker = "R-M$ke#$vQPo5lupadix";
 constexpr std::string_view kTime = "dddd-dd-ddTdd:dd:ddZ";
@@ -21,25 +23,14 @@ bool Begins(std::string_view text, std::string_view pattern) {
   return text.size() >= pattern.size() && std::equal(pattern.begin(), pattern.end(), text.begin(), fits);
 }
 
-// Cuts what lies before the separator off the text, all of it when there is none.
-std::string_view Take(std::string_view& text, std::string_view separator) {
-  const size_t end = text.find(separator);
-  const std::string_view taken = text.substr(0, end);
-  text.remove_prefix(end == std::string_view::npos ? text.size() : end + separator.size());
-  return taken;
-}
-
 }  // namespace
-
-std::string Record::operator[](std::string_view name) const {
-  const auto found = std::ranges::find(attributes, name, &std::pair<std::string, std::string>::first);
-  return found == attributes.end() ? std::string() : found->second;
-}
 
 std::string ReadDocument(const Path& path) {
   std::string text = ReadFile(path);
   const bool isObfuscated = text.starts_with(kMarker);
-  EXPECT_TRUE(path.extension() == ".tmp" || isObfuscated == (path.extension() == ".rdy")) << path;
+  if (path.extension() != ".tmp" && isObfuscated != (path.extension() == ".rdy")) {
+    throw std::runtime_error(Utf8(path.native()) + " is not what its name says");
+  }
   if (!isObfuscated) return text;
   text.erase(0, kMarker.size());
   for (char& c : text) {
@@ -63,23 +54,13 @@ Path OpenFile() {
 
 std::string OnlyDocument() {
   const Lines names = Documents();
-  EXPECT_EQ(names.size(), 1u) << testing::PrintToString(names);
-  return names.size() == 1 ? ReadDocument(Logs() / Wide(names[0])) : std::string();
+  if (names.size() != 1) throw std::runtime_error(std::to_string(names.size()) + " documents instead of one");
+  return ReadDocument(Logs() / Wide(names[0]));
 }
 
 std::vector<Record> Records(std::string_view document) {
   std::vector<Record> records;
-  while (!document.empty()) {
-    std::string_view line = Take(document, " />\n");
-    line.remove_prefix(std::min(line.size(), line.find_last_of('<') + 1));
-    Record record{.element = std::string(Take(line, " ")), .attributes = {}};
-    while (!line.empty()) {
-      const std::string name(Take(line, "=\""));
-      record.attributes.emplace_back(name, Take(line, "\""));
-      Take(line, " ");
-    }
-    if (!record.attributes.empty()) records.push_back(std::move(record));
-  }
+  testkit::detail::AppendRecords(document, records);
   return records;
 }
 
@@ -144,4 +125,4 @@ Lines NewLog(const std::string& level) {
   return lines;
 }
 
-}  // namespace vantra::test
+}  // namespace vantra::stage

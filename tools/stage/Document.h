@@ -3,31 +3,23 @@
 
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "Case.h"
+#include "stage/Case.h"
 
-namespace vantra::test {
+namespace vantra::stage {
 
-// A record of a document, its attributes in the order written.
-struct Record {
-  std::string element;
-  std::vector<std::pair<std::string, std::string>> attributes;
+using testkit::Record;
 
-  // Value of an attribute; empty when there is none.
-  [[nodiscard]] std::string operator[](std::string_view name) const;
-};
-
-// The text of a document, made plain when it is obfuscated. What starts with the marker and does not end in
-// .rdy, or the other way round, fails the test; an open .tmp may be either.
+// The text of a document, made plain when it is obfuscated. Throws when it starts with the marker and does
+// not end in .rdy, or the other way round; an open .tmp may be either.
 [[nodiscard]] std::string ReadDocument(const Path& path);
 
 // Names of what lies in Logs, without the reports of a changed opt-in.
 [[nodiscard]] Lines Documents();
 // The first of them that is still open.
 [[nodiscard]] Path OpenFile();
-// The text of the only one of them.
+// The text of the only one of them; throws when there are more, or none.
 [[nodiscard]] std::string OnlyDocument();
 
 [[nodiscard]] std::vector<Record> Records(std::string_view document);
@@ -45,4 +37,4 @@ struct Record {
 Lines NewLog(const std::string& level);
 void SwitchLogOn(std::string_view config = "");
 
-}  // namespace vantra::test
+}  // namespace vantra::stage

@@ -1,13 +1,14 @@
-#include "Host.h"
+#include "stage/Host.h"
 
 #include <windows.h>
 
+#include <iostream>
 #include <sstream>
+#include <stdexcept>
+#include <string_view>
 #include <utility>
 
-#include "Document.h"
-
-namespace vantra::test {
+namespace vantra::stage {
 namespace {
 
 constexpr std::string_view kHostSwitch = "--host";
@@ -23,16 +24,22 @@ bool HasProcesses(HANDLE job) {
   return account.ActiveProcesses != 0;
 }
 
-// host.exe --host <case> <address of the body> <the bytes of its state>
-int RunAsHost(int count, char** arguments) {
-  EnterCaseAsHost(arguments[2]);
-  std::string state;
-  for (int i = 4; i < count; ++i) state += static_cast<char>(std::stoi(arguments[i]));
-  reinterpret_cast<void (*)(const void*)>(std::stoull(arguments[3]))(state.data());
-  return testing::UnitTest::GetInstance()->ad_hoc_test_result().Failed() ? 1 : 0;
-}
-
 }  // namespace
+
+// host.exe --host <case> <address of the body> <the bytes of its state>
+std::optional<int> RunAsHost(int count, char** arguments) {
+  if (count < 4 || arguments[1] != kHostSwitch) return {};
+  try {
+    EnterCaseAsHost(arguments[2]);
+    std::string state;
+    for (int i = 4; i < count; ++i) state += static_cast<char>(std::stoi(arguments[i]));
+    reinterpret_cast<void (*)(const void*)>(std::stoull(arguments[3]))(state.data());
+    return 0;
+  } catch (const std::exception& failure) {
+    std::cerr << "host: " << failure.what() << "\n";
+    return 1;
+  }
+}
 
 struct Host::Handles {
   Handle process;
@@ -47,13 +54,14 @@ Host::~Host() {
 
 void Host::Kill() { TerminateProcess(handles_->process.get(), 1); }
 
+bool Host::HasEnded() const { return WaitForSingleObject(handles_->process.get(), 0) == WAIT_OBJECT_0; }
+
 uint32_t Host::Wait(std::chrono::seconds limit) {
   const auto end = std::chrono::steady_clock::now() + limit;
   while (HasProcesses(handles_->job.get())) {
     if (std::chrono::steady_clock::now() > end) {
-      ADD_FAILURE() << "a host has not ended in time";
       TerminateJobObject(handles_->job.get(), 1);
-      break;
+      throw std::runtime_error("a host has not ended in time");
     }
     WaitForSingleObject(handles_->process.get(), 1);
   }
@@ -77,57 +85,18 @@ Host LaunchHost(void (*body)(const void*), const void* state, size_t size) {
   PROCESS_INFORMATION process{};
   if (!CreateProcessA(nullptr, command.str().data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
                       nullptr, &startup, &process)) {
-    ADD_FAILURE() << "host.exe does not start, error " << GetLastError();
+    throw std::runtime_error("host.exe does not start, error " + std::to_string(GetLastError()));
   }
   // The job holds the agents too. What serves the desktop must not be in it: it would never end.
   GetSystemMetrics(SM_CMONITORS);
   Handle job(CreateJobObjectW(nullptr, nullptr));
-  EXPECT_TRUE(AssignProcessToJobObject(job.get(), process.hProcess));
+  if (!AssignProcessToJobObject(job.get(), process.hProcess)) {
+    TerminateProcess(process.hProcess, 1);
+    throw std::runtime_error("host.exe gets no job, error " + std::to_string(GetLastError()));
+  }
   ResumeThread(process.hThread);
   CloseHandle(process.hThread);
-  return Host(std::make_unique<Host::Handles>(Handle(process.hProcess), std::move(job)));
+  return Host(std::unique_ptr<Host::Handles>(new Host::Handles{Handle(process.hProcess), std::move(job)}));
 }
 
-Library::Library(const char* file) : module_(LoadLibraryW((CaseFolder() / file).c_str())) {
-  EXPECT_NE(module_, nullptr) << "Vantra.dll does not load, error " << GetLastError();
-}
-
-Library::~Library() { FreeLibrary(static_cast<HMODULE>(module_)); }
-
-Library::Export Library::Find(const char* name) const {
-  void* const address = reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(module_), name));
-  EXPECT_NE(address, nullptr) << name << " is not exported";
-  return {address};
-}
-
-void* Library::Open(const char* family, const char* name) {
-  void* session = nullptr;
-  EXPECT_EQ(Initialize("MyProduct", false, nullptr), 0);
-  EXPECT_EQ(SetOptIn(1), 0);
-  EXPECT_EQ(StartSession(&session, family, name, "3.1", "412", "en-US"), 0);
-  EXPECT_NE(session, nullptr);
-  return session;
-}
-
-void FillTo(Library& ut, void* session, size_t bytes) {
-  const Path file = OpenFile();
-  bytes += ReadFile(file).size() - ReadDocument(file).size();
-  const auto left = [&] { return bytes - std::filesystem::file_size(file); };
-  const auto add = [&](size_t length) {
-    const size_t before = left();
-    EXPECT_EQ(ut.AddToSession(session, "filler", std::string(length, 'x').c_str()), 0);
-    return before;
-  };
-  while (left() > 1000) add(500);
-  const size_t overhead = add(1) - left() - 1;
-  add(left() / 2 - overhead);
-  add(left() - overhead);
-}
-
-}  // namespace vantra::test
-
-int main(int count, char** arguments) {
-  const bool isHost = count > 3 && arguments[1] == vantra::test::kHostSwitch;
-  testing::InitGoogleTest(&count, arguments);
-  return isHost ? vantra::test::RunAsHost(count, arguments) : RUN_ALL_TESTS();
-}
+}  // namespace vantra::stage

@@ -1,6 +1,5 @@
-#include "Case.h"
+#include "stage/Case.h"
 
-#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -8,19 +7,20 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 
-namespace vantra::test {
+namespace vantra::stage {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::wstring_view kCases = L"Software\\VantraTests\\";
+constexpr std::wstring_view kCases = L"Software\\VantraStage\\";
 
 struct World {
   std::string name;
   Path folder;
   HKEY hives[2]{};
-  std::atomic<int64_t>* progress = nullptr;
+  void* shared = nullptr;
 };
 
 std::optional<World> world;
@@ -52,9 +52,10 @@ void Enter(const std::string& name, Path folder) {
     world->hives[static_cast<int>(hive)] =
         CreateKey(HKEY_CURRENT_USER, std::wstring(kCases).append(Wide(name)).append(suffix));
   }
-  HANDLE const section =
-      CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, Wide(name).c_str());
-  world->progress = static_cast<std::atomic<int64_t>*>(MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, 0));
+  auto* const section =
+      CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, kSharedSize, Wide(name).c_str());
+  world->shared = MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, 0);
+  if (world->shared == nullptr) throw std::runtime_error("no memory can be shared");
 }
 
 Path Executable() {
@@ -63,7 +64,8 @@ Path Executable() {
 }
 
 std::string Describe(DWORD type, const std::string& bytes) {
-  if (type == REG_DWORD) return "dword:" + std::to_string(*reinterpret_cast<const DWORD*>(bytes.data()));
+  if (type == REG_DWORD && bytes.size() == sizeof(DWORD))
+    return "dword:" + std::to_string(*reinterpret_cast<const DWORD*>(bytes.data()));
   const std::wstring text(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / sizeof(wchar_t));
   if (!text.ends_with(L'\0')) return "unterminated:" + Utf8(text);
   return (type == REG_SZ ? "sz:" : "expand:") + Utf8({text.data(), text.size() - 1});
@@ -100,7 +102,8 @@ void EnterNewCase() {
   const Path built = Executable().parent_path();
   fs::copy_file(Executable(), CaseFolder() / "host.exe");
   fs::copy_file(built / "Sendrix2.exe", CaseFolder() / "Sendrix2.exe");
-  fs::copy_file(built.parent_path() / "Vantra.dll", CaseFolder() / "Vantra.dll");
+  const bool isBeside = fs::exists(built / "Vantra.dll");
+  fs::copy_file((isBeside ? built : built.parent_path()) / "Vantra.dll", CaseFolder() / "Vantra.dll");
   SetValue(Hive::kUser, "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
            "AppData", "sz:" + AppData().string());
   // The digests come from a provider that the machine's hive names.
@@ -109,14 +112,14 @@ void EnterNewCase() {
                Key(CreateKey(Root(Hive::kMachine), kProviders)).get());
 }
 
-void LeaveCase() {
+bool LeaveCase() {
   for (HKEY hive : world->hives) RegCloseKey(hive);
   RegDeleteTreeW(HKEY_CURRENT_USER, std::wstring(kCases).append(Wide(world->name)).c_str());
   // An image is in use for a moment after its process has ended.
   std::error_code failure;
   for (int i = 0; i < 100 && (fs::remove_all(world->folder, failure), failure); ++i) Sleep(10);
-  EXPECT_FALSE(failure) << world->folder << " is still in use";
   world.reset();
+  return !failure;
 }
 
 void EnterCaseAsHost(const std::string& name) {
@@ -130,7 +133,7 @@ Path CaseFolder() { return world->folder; }
 Path AppData() { return CaseFolder() / "AppData"; }
 Path AgentFolder() { return AppData() / "Tolvex" / "Sendrix2"; }
 Path Logs() { return AgentFolder() / "Logs"; }
-std::atomic<int64_t>& Progress() { return *world->progress; }
+void* SharedMemory() { return world->shared; }
 
 std::string ReadFile(const Path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -156,13 +159,20 @@ void SetValue(Hive hive, std::string_view key, std::string_view name, std::strin
   const std::string content(value.substr(type.size() + 1));
   const std::wstring text = Wide(content);
   const DWORD number = type == "dword" ? std::stoul(content) : 0;
-  const auto set = [&](DWORD kind, const void* data, size_t size) {
-    RegSetValueExW(Key(CreateKey(Root(hive), Wide(key))).get(), Wide(name).c_str(), 0, kind,
-                   static_cast<const BYTE*>(data), static_cast<DWORD>(size));
+  const auto bytes = [](const void* data, size_t size) {
+    return std::string_view(static_cast<const char*>(data), size);
   };
-  if (type == "dword") return set(REG_DWORD, &number, sizeof number);
-  set(type == "expand" ? REG_EXPAND_SZ : REG_SZ, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
+  if (type == "dword") return SetBytes(hive, key, name, REG_DWORD, bytes(&number, sizeof number));
+  SetBytes(hive, key, name, type == "expand" ? REG_EXPAND_SZ : REG_SZ,
+           bytes(text.c_str(), (text.size() + 1) * sizeof(wchar_t)));
 }
+
+void SetBytes(Hive hive, std::string_view key, std::string_view name, uint32_t type, std::string_view bytes) {
+  RegSetValueExW(Key(CreateKey(Root(hive), Wide(key))).get(), Wide(name).c_str(), 0, type,
+                 reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()));
+}
+
+void RemoveKey(Hive hive, std::string_view key) { RegDeleteTreeW(Root(hive), Wide(key).c_str()); }
 
 std::string GetValue(Hive hive, std::string_view key, std::string_view name) {
   const std::string start = std::string(name) + "=";
@@ -179,11 +189,12 @@ Lines ListValues(Hive hive, std::string_view key) {
   return lines;
 }
 
-std::wstring Wide(std::string_view utf8) { return Path(std::u8string(utf8.begin(), utf8.end())).wstring(); }
-
 std::string Utf8(std::wstring_view wide) {
-  const std::u8string text = Path(wide).u8string();
-  return {text.begin(), text.end()};
+  const int size = static_cast<int>(wide.size());
+  std::string text(wide.size() * 3, '\0');
+  text.resize(static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, text.data(),
+                                                      static_cast<int>(text.size()), nullptr, nullptr)));
+  return text;
 }
 
-}  // namespace vantra::test
+}  // namespace vantra::stage

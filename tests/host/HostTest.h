@@ -1,0 +1,31 @@
+// Tests that act through hosts, each case on a stage of its own.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "stage/Document.h"
+#include "stage/Host.h"
+
+namespace vantra::test {
+
+using namespace vantra::stage;  // NOLINT: the tests' own language
+
+// Runs a host to its end, which must be a good one: 0, without a failed expectation.
+template <class Body>
+void RunHost(Body body) {
+  EXPECT_EQ(StartHost(body).Wait(), 0u);
+}
+
+class HostTest : public testing::Test {
+ protected:
+  HostTest() { EnterNewCase(); }
+  ~HostTest() override { EXPECT_TRUE(LeaveCase()) << "the case's folder is still in use"; }
+};
+
+// A HostTest once for each row of a table. Rows have a name.
+template <class Row>
+class HostTable : public HostTest, public testing::WithParamInterface<Row> {};
+
+inline constexpr auto kRowName = [](const auto& row) { return std::string(row.param.test); };
+
+}  // namespace vantra::test
