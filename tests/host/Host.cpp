@@ -85,7 +85,7 @@ Host LaunchHost(void (*body)(const void*), const void* state, size_t size) {
   EXPECT_TRUE(AssignProcessToJobObject(job.get(), process.hProcess));
   ResumeThread(process.hThread);
   CloseHandle(process.hThread);
-  return Host(std::make_unique<Host::Handles>(Handle(process.hProcess), std::move(job)));
+  return Host(std::unique_ptr<Host::Handles>(new Host::Handles{Handle(process.hProcess), std::move(job)}));
 }
 
 Library::Library(const char* file) : module_(LoadLibraryW((CaseFolder() / file).c_str())) {
