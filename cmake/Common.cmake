@@ -1,9 +1,10 @@
-# Options of every target of ours, and of none of our consumers'.
+# Options of every target of ours, and of none of our consumers'. No path of this machine is in what they make.
 add_library(vantra_options INTERFACE)
 target_compile_options(vantra_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor
   -Wno-missing-field-initializers
-  -fvisibility=hidden -fstack-protector-strong -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
+  -fvisibility=hidden -fstack-protector-strong
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=.
   $<$<BOOL:${VANTRA_WERROR}>:-Werror>)
 target_compile_definitions(vantra_options INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 if(WIN32)

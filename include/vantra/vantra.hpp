@@ -50,6 +50,7 @@ class Text {
  public:
   static constexpr size_t kCapacity = 1023;
 
+  // NOLINTBEGIN(google-explicit-constructor): a call is given what a text can be made of.
   Text(const char* text) noexcept : text_(text) {}
   Text(const std::string& text) noexcept : text_(text.c_str()) {}
   Text(std::string_view text) noexcept : text_(text.data() == nullptr ? nullptr : buffer_) {
@@ -59,6 +60,7 @@ class Text {
   Text(N number) noexcept : text_(buffer_) {
     *std::to_chars(buffer_, buffer_ + kCapacity, number).ptr = '\0';
   }
+  // NOLINTEND(google-explicit-constructor)
   Text(const Text&) = delete;
   Text& operator=(const Text&) = delete;
 

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kPrefix = "SK_";
 
-constexpr std::array<bool, 256> kIdentifierBytes = [] {
+constexpr std::array<bool, 256> kIdentifierBytes = []() {
   std::array<bool, 256> allowed{};
   for (size_t i = 0; i < allowed.size(); ++i) {
     const char c = static_cast<char>(i);

@@ -24,7 +24,7 @@ struct Written {
 constexpr std::string_view kSpecial = "&<>\"'\\";
 constexpr size_t kLongestWritten = 5;
 
-constexpr std::array<Written, 256> kWritten = [] {
+constexpr std::array<Written, 256> kWritten = []() {
   std::array<Written, 256> written{};
   for (size_t i = 1; i < written.size(); ++i) written[i] = {{static_cast<char>(i)}, 1};
   for (const char c : kSpecial) {

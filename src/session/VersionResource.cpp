@@ -7,10 +7,20 @@
 
 #include "util/Files.h"
 #include "util/GlobalItems.h"
+#include "util/SystemModule.h"
 #include "util/Text.h"
 
 namespace vantra::session {
 namespace {
+
+struct VersionLibrary {
+  util::SystemModule module{L"version.dll"};
+  decltype(&GetFileVersionInfoSizeW) size = module.Find<decltype(size)>("GetFileVersionInfoSizeW");
+  decltype(&GetFileVersionInfoW) read = module.Find<decltype(read)>("GetFileVersionInfoW");
+  decltype(&VerQueryValueW) query = module.Find<decltype(query)>("VerQueryValueW");
+
+  explicit operator bool() const { return size != nullptr && read != nullptr && query != nullptr; }
+};
 
 struct Translation {
   WORD language;
@@ -23,14 +33,14 @@ size_t RoomAt(const std::vector<BYTE>& resource, const void* place) noexcept {
   return used < resource.size() ? resource.size() - used : 0;
 }
 
-std::string QueryText(const std::vector<BYTE>& resource, const Translation& translation,
-                      const wchar_t* name) {
+std::string QueryText(const VersionLibrary& library, const std::vector<BYTE>& resource,
+                      const Translation& translation, const wchar_t* name) {
   wchar_t block[64];
   swprintf(block, std::size(block), L"\\StringFileInfo\\%04x%04x\\%ls", translation.language,
            translation.codePage, name);
   void* text = nullptr;
   UINT length = 0;
-  if (!VerQueryValueW(resource.data(), block, &text, &length) || length == 0) return {};
+  if (!library.query(resource.data(), block, &text, &length) || length == 0) return {};
   const size_t room = RoomAt(resource, text) / sizeof(wchar_t);
   return util::ToUtf8(std::wstring(static_cast<const wchar_t*>(text), std::min<size_t>(length, room)));
 }
@@ -68,14 +78,16 @@ constinit KnownVersions* KnownVersions::instance = nullptr;
 }  // namespace
 
 VersionTexts ReadVersionTexts(const std::wstring& path) {
+  if (path.empty()) return {};
+  const VersionLibrary library;
   DWORD ignored = 0;
-  const DWORD size = path.empty() ? 0 : GetFileVersionInfoSizeW(path.c_str(), &ignored);
+  const DWORD size = library ? library.size(path.c_str(), &ignored) : 0;
   if (size == 0) return {};
   std::vector<BYTE> resource(size);
-  if (!GetFileVersionInfoW(path.c_str(), 0, size, resource.data())) return {};
+  if (!library.read(path.c_str(), 0, size, resource.data())) return {};
   void* found = nullptr;
   UINT length = 0;
-  if (!VerQueryValueW(resource.data(), L"\\VarFileInfo\\Translation", &found, &length) ||
+  if (!library.query(resource.data(), L"\\VarFileInfo\\Translation", &found, &length) ||
       std::min<size_t>(length, RoomAt(resource, found)) < sizeof(Translation)) {
     return {};
   }
@@ -83,9 +95,9 @@ VersionTexts ReadVersionTexts(const std::wstring& path) {
 
   wchar_t language[MAX_PATH];
   const DWORD languageLength = VerLanguageNameW(translation.language, language, MAX_PATH);
-  return {QueryText(resource, translation, L"ProductName"),
-          QueryText(resource, translation, L"ProductVersion"),
-          QueryText(resource, translation, L"PrivateBuild"),
+  return {QueryText(library, resource, translation, L"ProductName"),
+          QueryText(library, resource, translation, L"ProductVersion"),
+          QueryText(library, resource, translation, L"PrivateBuild"),
           languageLength == 0 || languageLength >= MAX_PATH ? std::string() : util::ToUtf8(language)};
 }
 

@@ -9,6 +9,7 @@
 #include "util/GlobalItems.h"
 #include "util/HostProcess.h"
 #include "util/Paths.h"
+#include "util/SystemModule.h"
 #include "util/Text.h"
 
 namespace vantra::settings {
@@ -30,20 +31,9 @@ constinit std::wstring* explicitAgentPath = nullptr;
 enum class Answer { kUnknown, kNo, kYes };
 constinit Answer protectedMode = Answer::kUnknown;
 
-template <class Function>
-Function Find(const util::UniqueModule& module, const char* name) {
-  if (!module) return nullptr;
-  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module.Get(), name)));
-}
-
-// From the system folder only: a file of that name in the current folder is nobody's business.
-util::UniqueModule LoadSystemModule(const wchar_t* name) {
-  return util::UniqueModule(LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
-}
-
 bool QueryProtectedMode() {
-  const util::UniqueModule ieframe = LoadSystemModule(L"ieframe.dll");
-  const auto query = Find<HRESULT(WINAPI*)(BOOL*)>(ieframe, "IEIsProtectedModeProcess");
+  const util::SystemModule ieframe(L"ieframe.dll");
+  const auto query = ieframe.Find<HRESULT(WINAPI*)(BOOL*)>("IEIsProtectedModeProcess");
   BOOL isProtected = FALSE;
   return query != nullptr && SUCCEEDED(query(&isProtected)) && isProtected;
 }
@@ -52,8 +42,8 @@ std::wstring GetLowIntegrityDataRoot() {
   constexpr GUID kLocalAppDataLow = {
       0xA520A1A4, 0x1780, 0x4FF6, {0xBD, 0x18, 0x16, 0x73, 0x43, 0xC5, 0xAF, 0x16}};
   using Query = HRESULT(WINAPI*)(const GUID&, DWORD, HANDLE, PWSTR*);
-  const util::UniqueModule shell = LoadSystemModule(L"Shell32.dll");
-  const auto query = Find<Query>(shell, "SHGetKnownFolderPath");
+  const util::SystemModule shell(L"Shell32.dll");
+  const auto query = shell.Find<Query>("SHGetKnownFolderPath");
   PWSTR found = nullptr;
   std::wstring root;
   if (query != nullptr && SUCCEEDED(query(kLocalAppDataLow, 0, nullptr, &found))) root = found;

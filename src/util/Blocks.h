@@ -13,32 +13,18 @@
 #include <cstdint>
 #include <cstring>
 
-// The address sanitizer knows no pages.
-#if defined(__SANITIZE_ADDRESS__)
-#define VANTRA_EXACT_READS
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define VANTRA_EXACT_READS
-#endif
-#endif
-
 namespace vantra::util {
 
 constexpr size_t kBlock = 16;
 
 // Whether the block at that place may be loaded whole, however short the text there is.
 [[nodiscard]] inline bool IsBlockReadable(const char* text) noexcept {
-#ifdef VANTRA_EXACT_READS
-  constexpr bool kMayReachBeyond = false;
-#else
-  constexpr bool kMayReachBeyond = true;
-#endif
   constexpr uintptr_t kPage = 4096;
-  return kMayReachBeyond && reinterpret_cast<uintptr_t>(text) % kPage <= kPage - kBlock;
+  return reinterpret_cast<uintptr_t>(text) % kPage <= kPage - kBlock;
 }
 
-// A block that is readable, or whole within its text.
-[[nodiscard]] inline __m128i LoadWholeBlock(const char* text) noexcept {
+// A block that is readable, or whole within its text. The address sanitizer knows no pages.
+[[nodiscard, gnu::no_sanitize_address]] inline __m128i LoadWholeBlock(const char* text) noexcept {
   asm("" : "+r"(text));  // or the compiler holds the read against the size of an object that it knows
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
 }
@@ -85,30 +71,20 @@ inline char* CopyBlocks(char* to, const char* text, size_t size) noexcept {
 }
 
 // The length of a text up to its first NUL, or limit when that comes first. Reads nothing at a limit of zero.
-#ifdef VANTRA_EXACT_READS
-[[nodiscard]] inline size_t BoundedLength(const char* text, size_t limit) noexcept {
-  size_t length = 0;
-  while (length < limit && text[length] != '\0') ++length;
-  return length;
-}
-#else
-[[nodiscard]] inline size_t BoundedLength(const char* text, size_t limit) noexcept {
+[[nodiscard, gnu::no_sanitize_address]] inline size_t BoundedLength(const char* text, size_t limit) noexcept {
   if (limit == 0) return 0;
   // Aligned blocks never cross a page.
   const size_t before = reinterpret_cast<uintptr_t>(text) % kBlock;
   const auto* block = reinterpret_cast<const __m128i*>(text - before);
-  const auto zeros = [](const __m128i* at) {
-    return Bits(_mm_cmpeq_epi8(_mm_load_si128(at), _mm_setzero_si128()));
-  };
-  unsigned found = zeros(block) >> before;
+  const auto zeros = [](__m128i bytes) { return Bits(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())); };
+  unsigned found = zeros(_mm_load_si128(block)) >> before;
   size_t length = 0;
   for (size_t next = kBlock - before; found == 0; next += kBlock) {
     length = next;
     if (length >= limit) return limit;
-    found = zeros(++block);
+    found = zeros(_mm_load_si128(++block));
   }
   return std::min(limit, length + static_cast<size_t>(std::countr_zero(found)));
 }
-#endif
 
 }  // namespace vantra::util

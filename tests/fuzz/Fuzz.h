@@ -14,6 +14,7 @@ inline void Require(bool holds) {
   if (!holds) std::abort();
 }
 
+// NOLINTNEXTLINE(misc-definitions-in-headers): a target is one file.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Run({AtPageEnd({reinterpret_cast<const char*>(data), size}), size});
   return 0;

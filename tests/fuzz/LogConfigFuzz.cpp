@@ -13,8 +13,10 @@ void Run(std::string_view input) {
   std::istringstream stream(text);
   std::string wanted;
   for (char line[512]; stream.getline(line, sizeof(line));) {
+    // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread.
     const char* key = std::strtok(line, " =;,");
     const char* value = key == nullptr ? nullptr : std::strtok(nullptr, " =;,");
+    // NOLINTEND(concurrency-mt-unsafe)
     if (value != nullptr && std::strcmp(key, "append") == 0) wanted = value;
   }
   Require(vantra::log::FindLogConfigValue(input, "append") == wanted);

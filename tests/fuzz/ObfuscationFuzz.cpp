@@ -4,7 +4,7 @@
 void Run(std::string_view input) {
   std::string wanted(input), text(input);
   for (size_t i = 0; i < wanted.size() && wanted[i] != '\0'; ++i) {
-    const int byte = static_cast<signed char>(wanted[i]);
+    const auto byte = static_cast<signed char>(wanted[i]);
     if (byte < 33 || byte == 127) continue;
     wanted[i] = static_cast<char>(byte + 47 > 126 ? byte + 47 - 94 : byte + 47);
   }

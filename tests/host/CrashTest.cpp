@@ -17,15 +17,17 @@ LONG WINAPI HostsFilter(EXCEPTION_POINTERS*) {
   return EXCEPTION_EXECUTE_HANDLER;
 }
 
-void WriteNowhere() { *static_cast<volatile int*>(nullptr) = 1; }
+// NOLINTBEGIN(clang-analyzer-core.NullDereference,clang-analyzer-core.DivideZero): crashes are wanted.
+[[gnu::no_sanitize_undefined]] void WriteNowhere() { *static_cast<volatile int*>(nullptr) = 1; }
 
-void CallWith(void (*crash)()) { std::thread(crash).join(); }
-
-void Divide() {
+[[gnu::no_sanitize_undefined]] void Divide() {
   volatile int zero = 0;
   volatile int result = 7 / zero;
   static_cast<void>(result);
 }
+// NOLINTEND(clang-analyzer-core.NullDereference,clang-analyzer-core.DivideZero)
+
+void CallWith(void (*crash)()) { std::thread(crash).join(); }
 
 // A session of a user who has opted in, in a host that wants its crashes recorded.
 void* OpenWatched(Library& ut, const char* name, int32_t state = 2) {

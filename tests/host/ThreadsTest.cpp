@@ -153,5 +153,27 @@ TEST_F(Threads, LoadAndUnload) {
   EXPECT_EQ(host.Wait(std::chrono::minutes(5)), 0u);
 }
 
+// A program that the host starts gets nothing that the library holds: it would keep the document from its
+// name.
+TEST_F(HostTest, NothingIsInherited) {
+  SwitchLogOn();
+  RunHost([](Library& ut) {
+    const auto inheritable = [] {
+      std::vector<size_t> handles;
+      for (size_t handle = 4; handle < 8192; handle += 4) {
+        DWORD flags = 0;
+        if (GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) &&
+            (flags & HANDLE_FLAG_INHERIT) != 0) {
+          handles.push_back(handle);
+        }
+      }
+      return handles;
+    };
+    const auto before = inheritable();
+    EXPECT_NE(ut.Open(), nullptr);
+    EXPECT_EQ(inheritable(), before);
+  });
+}
+
 }  // namespace
 }  // namespace vantra::test
