@@ -4,14 +4,25 @@
 
 namespace vantra::bench {
 void MeasureStarts(Figures& figures, const World& world) {
-  const int64_t before = Now();
+  const auto microseconds = [](int64_t from, int64_t to) { return static_cast<double>(to - from) / 1000; };
+  std::vector<double> loads;
+  std::vector<double> unloads;
+  for (int round = 0; round < figures.Rounds(); ++round) {
+    const int64_t before = Now();
+    const HMODULE module = LoadLibraryW(LibraryPath().c_str());
+    const int64_t loaded = Now();
+    FreeLibrary(module);
+    loads.push_back(microseconds(before, loaded));
+    unloads.push_back(microseconds(loaded, Now()));
+  }
+  figures.AddFact("load of the library", Figures::Median(loads), "us");
+  figures.AddFact("unload", Figures::Median(unloads), "us");
+
   const Library library(world);
-  const int64_t loaded = Now();
+  const int64_t before = Now();
   void* session = library.Start();
-  const int64_t started = Now();
+  figures.AddFact("first start of a process", microseconds(before, Now()), "us");
   library.CloseSession(&session);
-  figures.AddFact("load of the library", static_cast<double>(loaded - before) / 1000, "us");
-  figures.AddFact("first start of a process", static_cast<double>(started - loaded) / 1000, "us");
 
   Mirror mirror(world);
   constexpr int kStarts = 10;

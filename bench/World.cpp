@@ -75,7 +75,7 @@ fs::path OwnFolder() {
 HMODULE Load(bool withLog) {
   const fs::path switchFile = OwnFolder() / "SKLog.config";
   if (withLog) std::ofstream(switchFile) << "append=0\n";
-  const HMODULE module = LoadLibraryW((OwnFolder() / "Vantra.dll").c_str());
+  const HMODULE module = LoadLibraryW(LibraryPath().c_str());
   if (withLog) fs::remove(switchFile);
   if (module == nullptr) throw std::runtime_error("Vantra.dll does not load");
   return module;
@@ -142,6 +142,8 @@ Library::FullDisk::FullDisk() {
 }
 
 Library::FullDisk::~FullDisk() { Overwrite(FreeSpaceEntry(), saved_, sizeof saved_); }
+
+fs::path LibraryPath() { return OwnFolder() / "Vantra.dll"; }
 
 HANDLE OpenLikeADocument(const fs::path& path) {
   return CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,

@@ -84,6 +84,8 @@ class Library::FullDisk {
   unsigned char saved_[12];
 };
 
+[[nodiscard]] fs::path LibraryPath();
+
 // A file opened as the library opens a document.
 [[nodiscard]] HANDLE OpenLikeADocument(const fs::path& path);
 
