@@ -226,19 +226,34 @@ TEST_F(CrashTest, TheHostsFilter) {
 
 using Entry = std::array<unsigned char, 16>;
 
+unsigned char* EntryOfTheSetter() {
+  return reinterpret_cast<unsigned char*>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32"), "SetUnhandledExceptionFilter")));
+}
+
 Entry EntryBytes() {
   Entry bytes;
-  std::memcpy(
-      bytes.data(),
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32"), "SetUnhandledExceptionFilter")),
-      bytes.size());
+  std::memcpy(bytes.data(), EntryOfTheSetter(), bytes.size());
   return bytes;
+}
+
+LPTOP_LEVEL_EXCEPTION_FILTER WINAPI RefuseFilter(LPTOP_LEVEL_EXCEPTION_FILTER) { return nullptr; }
+
+// Turns calls of the setter to RefuseFilter, as some other component may: mov r11, imm64; jmp r11.
+void HookTheSetter() {
+  unsigned char hook[] = {0x49, 0xBB, 0, 0, 0, 0, 0, 0, 0, 0, 0x41, 0xFF, 0xE3};
+  auto* const target = &RefuseFilter;
+  std::memcpy(hook + 2, &target, sizeof target);
+  DWORD protection = 0;
+  VirtualProtect(EntryOfTheSetter(), sizeof hook, PAGE_EXECUTE_READWRITE, &protection);
+  std::memcpy(EntryOfTheSetter(), hook, sizeof hook);
 }
 
 struct UnloadRow {
   const char* test;
   bool hasFilter;
   int starts;
+  bool isHooked = false;
 };
 
 class Unload : public CrashTest, public testing::WithParamInterface<UnloadRow> {};
@@ -246,13 +261,16 @@ class Unload : public CrashTest, public testing::WithParamInterface<UnloadRow> {
 // A host that lives on has its entry, its filter and its crashes to itself, however often it loads the
 // library.
 TEST_P(Unload, LeavesTheProcessAsItWas) {
-  const uint32_t code = StartHost([hasFilter = GetParam().hasFilter, starts = GetParam().starts] {
+  const uint32_t code = StartHost([hasFilter = GetParam().hasFilter, starts = GetParam().starts,
+                                   isHooked = GetParam().isHooked] {
                           SetUnhandledExceptionFilter(hasFilter ? HostsFilter : nullptr);
+                          if (isHooked) HookTheSetter();
                           const Entry before = EntryBytes();
                           for (int load = 0; load < 3; ++load) {
                             Library ut;
                             for (int i = 0; i < starts; ++i) OpenWatched(ut, "Draw");
                             const Entry patched = EntryBytes();
+                            EXPECT_NE(patched, before);
                             EXPECT_EQ(patched[0] * 256 + patched[1], 0x49BB);
                             EXPECT_EQ(patched[10] * 65536 + patched[11] * 256 + patched[12], 0x41FFE3);
                           }
@@ -267,7 +285,8 @@ TEST_P(Unload, LeavesTheProcessAsItWas) {
 INSTANTIATE_TEST_SUITE_P(Filters, Unload,
                          testing::Values(UnloadRow{"OfTheHost", true, 1},
                                          UnloadRow{"OfTheHostTwice", true, 2}, UnloadRow{"None", false, 1},
-                                         UnloadRow{"NoneTwice", false, 2}),
+                                         UnloadRow{"NoneTwice", false, 2},
+                                         UnloadRow{"Hooked", true, 2, true}),
                          kRowName);
 
 // Two copies of the library in one process, as two parts of a host may bring them, go in any order.

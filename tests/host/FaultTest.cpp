@@ -1,6 +1,8 @@
 // Folders that are missing, names that cannot be, disks that refuse: calls succeed, and nothing else happens.
 #include <windows.h>
 
+#include <algorithm>
+
 #include "HostTest.h"
 #include "stage/Disk.h"
 
@@ -120,8 +122,12 @@ TEST_F(Fault, FailedWriteSilencesTheSession) {
     SetValue(Hive::kUser, kUsage, "obfuscate", obfuscate);
     RunHost([limit = static_cast<uint64_t>(limit)](Library& ut) {
       void* other = ut.Open("Acme", "Other");
+      const std::string key = std::string(kUsage) + "\\MyProduct";
+      RemoveKey(Hive::kUser, key + "\\Demographic");
       EXPECT_TRUE(LimitFiles(limit));
       void* session = ut.Open();
+      // One that fell silent before its header blocks does not look for what they would hold.
+      EXPECT_EQ(std::ranges::count(ListValues(Hive::kUser, key), "Demographic\\"), limit > 100) << limit;
       for (int i = 0; i < 20; ++i) ut.AddToSession(session, "filler", std::string(500, 'x').c_str());
       if (Documents().size() == 2) FillTo(ut, session, 102'400);
       EXPECT_EQ(Documents().size(), 1u) << limit;
