@@ -1,7 +1,7 @@
 # The bill of materials in SPDX 2.3. Input: lines of sha1sum, then lines of sha256sum, over the same files.
 def file_id: "SPDXRef-File-" + (ltrimstr("./") | gsub("[^A-Za-z0-9.]"; "-"));
 
-# What is linked into the library, with the licence under which it comes.
+# What is linked into the library and the agent, with the licence under which it comes.
 def part($name; $version; $supplier; $license; $home):
   {
     SPDXID: "SPDXRef-Package-\($name)", name: $name, versionInfo: $version, supplier: "Organization: \($supplier)",
@@ -22,7 +22,8 @@ def relation($from; $type; $to):
 map({
   SPDXID: (.[0].path | file_id), fileName: .[0].path,
   checksums: map({ algorithm: (if .sum | length == 40 then "SHA1" else "SHA256" end), checksumValue: .sum }),
-  licenseConcluded: "MIT", licenseInfoInFiles: ["NOASSERTION"], copyrightText: "NOASSERTION"
+  licenseConcluded: (if .[0].path | startswith("./licenses/") then "NOASSERTION" else "MIT" end),
+  licenseInfoInFiles: ["NOASSERTION"], copyrightText: "NOASSERTION"
 }) as $files |
 {
   spdxVersion: "SPDX-2.3", dataLicense: "CC0-1.0", SPDXID: "SPDXRef-DOCUMENT", name: $name,
@@ -42,6 +43,7 @@ map({
   relationships: (
     [relation("SPDXRef-DOCUMENT"; "DESCRIBES"; "SPDXRef-Package-vantra")] +
     ($files | map(relation("SPDXRef-Package-vantra"; "CONTAINS"; .SPDXID))) +
-    (parts | map(relation("SPDXRef-File-bin-Vantra.dll"; "STATIC_LINK"; .SPDXID)))
+    (parts | map(relation("SPDXRef-File-bin-Vantra.dll"; "STATIC_LINK"; .SPDXID))) +
+    (parts | map(select(.name != "boost") | relation("SPDXRef-File-agent-Sendrix2.exe"; "STATIC_LINK"; .SPDXID)))
   )
 }
