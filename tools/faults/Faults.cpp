@@ -21,8 +21,8 @@ Path Moved() { return AgentFolder() / "Moved"; }
 Path Ballast() { return Logs() / "ballast"; }
 std::string KeyOfProduct() { return std::string(kUsage) + "\\" + kUsageKey; }
 
-HANDLE Hold(const Path& path, DWORD sharing) {
-  return CreateFileW(path.c_str(), GENERIC_READ, sharing, nullptr, OPEN_ALWAYS, 0, nullptr);
+HANDLE Hold(const Path& path, DWORD sharing, DWORD disposition = OPEN_ALWAYS) {
+  return CreateFileW(path.c_str(), GENERIC_READ, sharing, nullptr, disposition, 0, nullptr);
 }
 
 std::vector<HANDLE> held;
@@ -222,7 +222,10 @@ void FreeNext(const Plan&) {
 }
 
 bool HoldOpen(const Plan&) {
-  ForOpenFiles(0, [](const Path& path) { held.push_back(Hold(path, FILE_SHARE_READ | FILE_SHARE_WRITE)); });
+  // By now the file may be finished, by another host: nothing must take its place.
+  ForOpenFiles(0, [](const Path& path) {
+    held.push_back(Hold(path, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING));
+  });
   return true;
 }
 
