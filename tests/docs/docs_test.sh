@@ -1,0 +1,95 @@
+#!/bin/sh
+# docs_test.sh CASE BUILD_FOLDER: what the documents show and promise, tried.
+set -eu
+source=$(cd "$(dirname "$0")/../.." && pwd)
+build=$2
+docs=$source/docs
+export VANTRA_PREFIX=examples
+world=$(mktemp -d)
+trap 'rm -rf "$world"' EXIT
+cd "$world"
+
+fail() { echo "failed: $*"; exit 1; }
+compiler() { [ "$1" = c ] && echo x86_64-w64-mingw32-gcc-posix -std=c99 || echo x86_64-w64-mingw32-g++-posix -std=c++20; }
+# Each fence "```c compile" or "```cpp compile" as a file of its own, named after its page.
+extract() {
+  for page in "$source"/*.md "$docs"/*.md "$docs"/reference/*.md; do
+    awk -v page="$(basename "$page" .md)" '
+      /^```$/ { file = "" }
+      file { print > file }
+      /^```(c|cpp) compile$/ { file = page "-" ++count "." substr($1, 4) }' "$page"
+  done
+}
+
+code() {
+  extract
+  for file in *.c *.cpp; do
+    $(compiler "${file##*.}") -Wall -Wextra -Werror -I"$source/include" -c "$file" -o compiled.o || fail "$file"
+  done
+  [ "$(ls -- *.c *.cpp | wc -l)" -ge 20 ] || fail "code is missing"
+}
+
+# Documents of the worked example, of a rollover, of an obfuscated session and of a changed choice.
+schema() {
+  extract
+  $(compiler c) -I"$source/include" document-format-1.c "$build/src/libVantra.dll.a" -o example.exe
+  cp "$build/Vantra.dll" "$build/Sendrix2.exe" "$build/vantra-demo.exe" .
+  profile=$source/build/wine/$VANTRA_PREFIX/drive_c/users/$(id -un)/AppData/Roaming/Tolvex
+  usage='HKCU\Software\Tolvex\CommonFiles\Usage'
+  wine() { "$source/cmake/wine-run" "$@" >output 2>&1 || fail "$* ended with $?: $(cat output)"; }
+  wine reg add "$usage" /v send /d 0 /f
+  wine reg add "$usage" /v obfuscate /d 0 /f
+  rm -rf "$profile"
+  mkdir -p "$profile/Sendrix2/Logs" tree
+  wine example.exe
+  wine reg delete "$usage" /v obfuscate /f
+  for i in $(seq 200); do echo "$i" >"tree/$i.txt"; done
+  wine vantra-demo.exe --consent yes tree
+  wine reg delete 'HKCU\Software\Tolvex' /f
+  for file in "$profile"/Sendrix2/Logs/ulog_*; do
+    name=$(basename "$file")
+    case $name in
+    *.rdy) tail -c +21 "$file" | LC_ALL=C tr '!-~' 'P-~!-O' >"$name.xml" ;;
+    *) cp "$file" "$name" ;;
+    esac
+  done
+  [ "$(ls ulog_*.xml | wc -l)" = 5 ] || fail "not five documents: $(ls ulog_*)"
+  xmllint --noout --schema "$docs/usage-document.xsd" "$docs/usage-document-example.xml" ulog_*.xml
+  # A schema that takes anything would prove nothing.
+  for spoil in 's/ seq="3"/ seq="2"/' 's/<EndSession .*//' 's/ group="1"//' 's/<DataRec/<DataRecord/'; do
+    sed "$spoil" "$docs/usage-document-example.xml" >spoilt.xml
+    ! xmllint --noout --schema "$docs/usage-document.xsd" spoilt.xml 2>/dev/null || fail "valid after $spoil"
+  done
+  # The worked example is what the library writes: only identifiers, times, digests and the machine differ.
+  shape() { sed -E 's/[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}|[0-9a-f]{32}|[0-9-]{10}T[0-9:]{8}Z/X/g' "$1"; }
+  hosts_part() { shape "$1" | grep -E 'group="1"|<EventRec|"Drawing"|"Circles"|Session|UsageDoc' | sed 's/seq="[0-9]*"//; s/group="[2-9]"//'; }
+  hosts_part "$docs/usage-document-example.xml" >shown
+  hosts_part ulog_Acme_Draw_*.xml >written
+  diff shown written || fail "the worked example has changed"
+}
+
+# The policy templates for administrators, which refer to each other by name.
+templates() {
+  xmllint --noout "$docs/admx/vantra.admx" "$docs/admx/en-US/vantra.adml"
+  grep -o 'string\.[A-Za-z0-9_]*' "$docs/admx/vantra.admx" | sort -u >used
+  sed -n 's/.*<string id="\([^"]*\)".*/string.\1/p' "$docs/admx/en-US/vantra.adml" | sort -u >defined
+  diff used defined || fail "strings differ"
+  grep -q 'key="SOFTWARE\\Policies\\Tolvex\\ORPIX" valueName="enabled"' "$docs/admx/vantra.admx" || fail "another value"
+}
+
+# Links within the repository lead to files, and to headings where they name one.
+links() {
+  anchors() { sed -n 's/^##* //p' "$1" | tr 'A-Z ' 'a-z-' | tr -cd 'a-z0-9_\n-'; }
+  cd "$source"
+  for page in *.md docs/*.md docs/reference/*.md; do
+    grep -o '](\([^):]*\))' "$page" | sed 's/^](//; s/)$//' | while read -r link; do
+      file=${link%%#*} heading=${link#"${link%%#*}"}
+      target=$(dirname "$page")/$file
+      [ -n "$file" ] || target=$page
+      [ -e "$target" ] || fail "$page: no $link"
+      [ -z "$heading" ] || anchors "$target" | grep -qx -- "${heading#?}" || fail "$page: no heading $link"
+    done
+  done
+}
+
+"$1"
