@@ -1,6 +1,7 @@
 // One exported call beside the bare write of the bytes that it writes.
-#include <array>
-#include <functional>
+#include <atomic>
+#include <memory>
+#include <string>
 #include <thread>
 
 #include "Figures.h"
@@ -12,7 +13,8 @@ constexpr int kDocumentRoom = 70'000;  // bytes of records in a document that ce
 constexpr int kWarmUp = 40;
 constexpr int kMostCalls = 300;
 
-using Call = std::function<void(const Library&, void* session, int i)>;
+// No more between the clock and the library than between the clock and the bare write.
+using Call = void (*)(const Library&, void* session, int i);
 
 struct Row {
   const char* name;
@@ -67,7 +69,7 @@ class Round {
 };
 
 // Bytes that one call writes; at least one, for calls that write none.
-size_t RecordSize(const World& world, const Library& library, const Call& call) {
+size_t RecordSize(const World& world, const Library& library, Call call) {
   constexpr int kCalls = 8;
   const Round round(world, library);
   const fs::path document = OpenDocument(world);
@@ -115,7 +117,7 @@ void MeasureRow(Figures& figures, const World& world, const Library& library, co
 void MeasureCalls(Figures& figures, const World& world) {
   static const std::string longValue(512, 'v');
   static const std::string escapes(200, '<');
-  constexpr char kPath[] = "C:\\plans\\house.dwg";
+  static constexpr char kPath[] = "C:\\plans\\house.dwg";
   const Call event = [](const Library& ut, void* s, int) {
     ut.LogEvent(s, "File", "Menu", "Save", nullptr, 0);
   };
@@ -124,7 +126,7 @@ void MeasureCalls(Figures& figures, const World& world) {
   const Row rows[] = {
       {"UTLogEvent, no document id", 1.15, false, false, event},
       {"UTLogEvent, same document id", 1.20, false, false,
-       [&](const Library& ut, void* s, int) {
+       [](const Library& ut, void* s, int) {
          ut.LogEvent(s, "File", "Menu", "Save", kPath, sizeof kPath - 1);
        }},
       {"UTLogEvent, new document id", 2.2, false, false,
@@ -163,14 +165,14 @@ void MeasureCalls(Figures& figures, const World& world) {
     }
   }
   const Library library(world);
-  void* silent = nullptr;
+  static void* silent = nullptr;
   {
     const Library::FullDisk fullDisk;
     silent = library.Start();
   }
   MeasureRow(figures, world, library,
              {"on a disabled session", 0, false, false,
-              [&](const Library& ut, void*, int) { ut.AddToSession(silent, "Theme", "dark"); }});
+              [](const Library& ut, void*, int) { ut.AddToSession(silent, "Theme", "dark"); }});
   library.CloseSession(&silent);
 }
 

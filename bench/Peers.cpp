@@ -56,6 +56,14 @@ void MeasurePeers(Figures& figures, const World& world) {
         kDoc, kCategory, kSubCategory, kName, kTime, i);
     std::fflush(file);
   });
+  std::string record;
+  MeasurePeer(figures, "fwrite, fflush", bare, [&](int i) {
+    record.assign("<EventRec doc=\"").append(kDoc).append("\" category=\"").append(kCategory);
+    record.append("\" subcategory=\"").append(kSubCategory).append("\" name=\"").append(kName);
+    record.append("\" time=\"").append(kTime).append("\" seq=\"").append(std::to_string(i)).append("\" />\n");
+    std::fwrite(record.data(), 1, record.size(), file);
+    std::fflush(file);
+  });
   std::fclose(file);
 
   const auto logger = spdlog::basic_logger_st("peer", (world.Folder() / "spdlog.txt").string());

@@ -15,6 +15,7 @@ void MeasureStarts(Figures& figures, const World& world) {
     loads.push_back(microseconds(before, loaded));
     unloads.push_back(microseconds(loaded, Now()));
   }
+  figures.AddFact("size of the library", static_cast<double>(fs::file_size(LibraryPath())), "bytes");
   figures.AddFact("load of the library", Figures::Median(loads), "us");
   figures.AddFact("unload", Figures::Median(unloads), "us");
 

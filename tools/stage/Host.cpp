@@ -83,8 +83,12 @@ Host LaunchHost(void (*body)(const void*), const void* state, size_t size) {
     SetHandleInformation(*handle, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
   }
   PROCESS_INFORMATION process{};
-  if (!CreateProcessA(nullptr, command.str().data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
-                      nullptr, &startup, &process)) {
+  const auto start = [&] {
+    return CreateProcessA(nullptr, command.str().data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
+                          nullptr, &startup, &process) != FALSE;
+  };
+  // Once in thousands of times Wine fails to start a process while others end.
+  if (!start() && (GetLastError() != ERROR_INTERNAL_ERROR || (Sleep(100), !start()))) {
     throw std::runtime_error("host.exe does not start, error " + std::to_string(GetLastError()));
   }
   // The job holds the agents too. What serves the desktop must not be in it: it would never end.
