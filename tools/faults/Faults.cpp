@@ -58,7 +58,7 @@ Made WithoutAgent(const Plan& plan) {
   return Made::kRefuses;
 }
 
-bool RemoveAgent(const Plan&) { return fs::remove(Agent()); }
+bool RemoveAgent(const Plan&) { return Remove(Agent()); }
 
 Made SendTo(const Path& agent) {
   CopyFileW(agent.c_str(), Agent().c_str(), FALSE);

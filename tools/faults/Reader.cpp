@@ -101,8 +101,7 @@ Surroundings LookAround() {
   for (const Hive hive : {Hive::kUser, Hive::kMachine}) {
     for (const std::string& line : ListValues(hive, "")) {
       const bool isLibrarys = hive == Hive::kUser && line.starts_with(kUsage);
-      const bool isPlatforms =
-          line.starts_with("Software\\Microsoft\\Windows");  // its shell keeps notes there
+      const bool isPlatforms = line.find("\\Microsoft\\Windows") != line.npos;  // its shell keeps notes there
       if (!isLibrarys && !isPlatforms) found["registry: " + line.substr(0, line.find('='))] = line;
     }
   }

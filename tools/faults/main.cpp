@@ -50,16 +50,15 @@ void SetTheStage() {
   fs::current_path(CaseFolder() / "Current");
 }
 
-// An image is in use for a moment after its process has ended.
-void Remove(const Path& path) {
-  std::error_code failure;
-  for (int i = 0; i < 500 && (fs::remove_all(path, failure), failure); ++i) Sleep(10);
-  if (failure) throw std::runtime_error(path.string() + " is still in use");
+void RemoveAll(std::initializer_list<Path> paths) {
+  for (const Path& path : paths) {
+    if (!Remove(path)) throw std::runtime_error(path.string() + " is still in use");
+  }
 }
 
 void ResetTheStage(const Plan& plan) {
-  for (const Path& path : {AppData(), CaseFolder() / "Sendrix2.exe", CaseFolder() / "Sendrix2.cfg"})
-    Remove(path);
+  RemoveAll({AppData(), CaseFolder() / "Sendrix2.exe", CaseFolder() / "Sendrix2.cfg",
+             CaseFolder() / "SKLog.config"});
   fs::create_directories(Logs() / "sub");
   for (const Path& folder :
        {AppData(), AppData() / "Tolvex", AgentFolder(), Logs() / "sub", CaseFolder() / "Temp"}) {
@@ -67,7 +66,6 @@ void ResetTheStage(const Plan& plan) {
   }
   CopyFileW((CaseFolder() / "Broken.exe").c_str(), (CaseFolder() / "Sendrix2.exe").c_str(), FALSE);
   WriteFile(AgentFolder() / "Sendrix2.cfg", kActiveConfig);
-  Remove(CaseFolder() / "SKLog.config");
   if (plan.isLogged) WriteFile(CaseFolder() / "SKLog.config", "");
   RemoveKey(Hive::kUser, kUsage);
   RemoveKey(Hive::kMachine, kPolicy);

@@ -115,11 +115,9 @@ void EnterNewCase() {
 bool LeaveCase() {
   for (HKEY hive : world->hives) RegCloseKey(hive);
   RegDeleteTreeW(HKEY_CURRENT_USER, std::wstring(kCases).append(Wide(world->name)).c_str());
-  // An image is in use for a moment after its process has ended.
-  std::error_code failure;
-  for (int i = 0; i < 100 && (fs::remove_all(world->folder, failure), failure); ++i) Sleep(10);
+  const bool isRemoved = Remove(world->folder);
   world.reset();
-  return !failure;
+  return isRemoved;
 }
 
 void EnterCaseAsHost(const std::string& name) {
@@ -134,6 +132,12 @@ Path AppData() { return CaseFolder() / "AppData"; }
 Path AgentFolder() { return AppData() / "Tolvex" / "Sendrix2"; }
 Path Logs() { return AgentFolder() / "Logs"; }
 void* SharedMemory() { return world->shared; }
+
+bool Remove(const Path& path) {
+  std::error_code failure;
+  for (int i = 0; i < 500 && (fs::remove_all(path, failure), failure); ++i) Sleep(10);
+  return !failure;
+}
 
 std::string ReadFile(const Path& path) {
   std::ifstream file(path, std::ios::binary);
