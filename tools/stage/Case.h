@@ -46,8 +46,8 @@ template <class T>
 }
 [[nodiscard]] inline std::atomic<int64_t>& Progress() { return Shared<std::atomic<int64_t>>(); }
 
-// Removes what is there, a folder with all that it holds; false when somebody goes on using it. An image is in
-// use for a moment after its process has ended.
+// Removes what is there, a folder with all that it holds; false when somebody goes on using it. An image is
+// in use for a moment after its process has ended.
 [[nodiscard]] bool Remove(const Path& path);
 [[nodiscard]] std::string ReadFile(const Path& path);  // empty when there is none
 void WriteFile(const Path& path, std::string_view content);
