@@ -31,8 +31,8 @@
  *   itself recorded in the document, as a "ValidationErrors" group (NULL is refused without one).
  * - "Identifier" means: at most 128 bytes of ASCII letters, digits and '_', beginning with a letter. Other
  *   bytes become '_', and a text that does not begin with a letter gets the prefix "SK_".
- * - Without consent no session starts, and every other session call then fails for want of one. Consent
- *   that is taken back while a session is open decides at the end of each document: it is deleted.
+ * - Without consent no session starts, and every other session call then fails for want of one. When consent
+ *   is taken back while a session is open, every file of the Logs folder is deleted as its document ends.
  * - With a file SKLog.config beside the host's executable, calls, refusals and failures are logged in
  *   %APPDATA%\Tolvex\Skylamp\SKLog-Vantra.txt.
  *
