@@ -72,13 +72,11 @@ fs::path OwnFolder() {
 }
 
 // The log is switched on by a file that need only be there during the load.
-HMODULE Load(bool withLog) {
-  const fs::path switchFile = OwnFolder() / "SKLog.config";
-  if (withLog) std::ofstream(switchFile) << "append=0\n";
-  const HMODULE module = LoadLibraryW(LibraryPath().c_str());
-  if (withLog) fs::remove(switchFile);
-  if (module == nullptr) throw std::runtime_error("Vantra.dll does not load");
-  return module;
+fs::path SwitchFile() { return OwnFolder() / "SKLog.config"; }
+
+fs::path ReadyToLoad(bool withLog) {
+  if (withLog) std::ofstream(SwitchFile()) << "append=0\n";
+  return LibraryPath();
 }
 
 }  // namespace
@@ -112,15 +110,14 @@ void World::EmptyLogs() const {
   for (const auto& entry : fs::directory_iterator(Logs())) fs::remove(entry.path(), ignored);
 }
 
-Library::Library(const World& world, bool withLog) : module_(Load(withLog)) {
-  void** const malloc = FindImport(module_, "malloc");
+Library::Library(const World& world, bool withLog) : stage::Library(ReadyToLoad(withLog)) {
+  fs::remove(SwitchFile());
+  void** const malloc = FindImport(GetModuleHandleW(LibraryPath().c_str()), "malloc");
   void* const counted = reinterpret_cast<void*>(&CountedMalloc);
   Overwrite(malloc, &counted, sizeof counted);
   Initialize(kUsage, false, world.Folder().string().c_str());
   SetOptIn(1);
 }
-
-Library::~Library() { FreeLibrary(module_); }
 
 void* Library::Start() const {
   void* session = nullptr;

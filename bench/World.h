@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <string>
 
-#include "vantra/vantra.h"
+#include "stage/Library.h"
 
 namespace vantra::bench {
 
@@ -35,12 +35,9 @@ class World {
 };
 
 // The loaded library, used by a host whose user has opted in.
-class Library {
+class Library : public stage::Library {
  public:
   explicit Library(const World& world, bool withLog = false);
-  ~Library();
-  Library(const Library&) = delete;
-  Library& operator=(const Library&) = delete;
 
   [[nodiscard]] void* Start() const;
 
@@ -49,28 +46,6 @@ class Library {
 
   // While one lives, the platform reports too little free space for a session to record.
   class FullDisk;
-
- private:
-  HMODULE module_;
-
-  struct Export {
-    FARPROC address;
-    template <class F>
-    operator F*() const {  // NOLINT: converts to the type that the member declares
-      return reinterpret_cast<F*>(reinterpret_cast<void*>(address));
-    }
-  };
-  [[nodiscard]] Export Find(const char* name) const { return {GetProcAddress(module_, name)}; }
-
- public:
-  decltype(&::UTInitialize) Initialize = Find("UTInitialize");
-  decltype(&::UTSetOptIn) SetOptIn = Find("UTSetOptIn");
-  decltype(&::UTStartSession) StartSession = Find("UTStartSession");
-  decltype(&::UTAddToSession) AddToSession = Find("UTAddToSession");
-  decltype(&::UTLogEvent) LogEvent = Find("UTLogEvent");
-  decltype(&::UTNewDataGroup) NewDataGroup = Find("UTNewDataGroup");
-  decltype(&::UTAddToGroup) AddToGroup = Find("UTAddToGroup");
-  decltype(&::UTCloseSession) CloseSession = Find("UTCloseSession");
 };
 
 class Library::FullDisk {
