@@ -8,6 +8,9 @@ target_compile_options(vantra_options INTERFACE
   $<$<BOOL:${VANTRA_WERROR}>:-Werror>)
 target_compile_definitions(vantra_options INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 if(WIN32)
+  # All data of ours lies in the same file and is reached directly, not through a pointer for what might lie in
+  # another one.
+  target_compile_options(vantra_options INTERFACE -mcmodel=small)
   # The C and C++ runtimes inside, no time of the build in the file.
   target_link_options(vantra_options INTERFACE -static -fstack-protector-strong -Wl,--no-insert-timestamp)
 endif()
