@@ -36,6 +36,15 @@ class Md5 {
   HCRYPTHASH hash_ = 0;
 };
 
+__m128i LowNibbles(__m128i bytes) noexcept { return _mm_and_si128(bytes, _mm_set1_epi8(15)); }
+
+__m128i HexDigits(__m128i nibbles) noexcept {
+  const __m128i isLetter = _mm_cmpgt_epi8(nibbles, _mm_set1_epi8(9));
+  const __m128i first =
+      _mm_add_epi8(_mm_set1_epi8('0'), _mm_and_si128(isLetter, _mm_set1_epi8('a' - '9' - 1)));
+  return _mm_add_epi8(first, nibbles);
+}
+
 }  // namespace
 
 SaltedDigest::~SaltedDigest() {
@@ -46,8 +55,9 @@ SaltedDigest::~SaltedDigest() {
 bool SaltedDigest::Make(std::string_view bytes) {
   known_ = kNothing;
   if (bytes.size() > kLongestRemembered) return Compute({bytes, salt_});
-  salted_.assign(bytes).append(salt_);
-  if (!Compute({salted_})) return false;
+  salted_.Clear();
+  Append(salted_, Raw{bytes}, Raw{salt_});
+  if (!Compute({salted_.Text()})) return false;
   known_ = bytes.size();
   return true;
 }
@@ -69,12 +79,11 @@ bool SaltedDigest::Compute(std::initializer_list<std::string_view> pieces) {
   }
   if (!hash.Finish(value)) return false;
 
-  constexpr char kHex[] = "0123456789abcdef";
-  char* at = text_;
-  for (const BYTE byte : value) {
-    *at++ = kHex[byte >> 4];
-    *at++ = kHex[byte & 15];
-  }
+  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(value));
+  const __m128i high = LowNibbles(_mm_srli_epi16(bytes, 4));
+  const __m128i low = LowNibbles(bytes);
+  StoreBlock(text_, HexDigits(_mm_unpacklo_epi8(high, low)));
+  StoreBlock(text_ + kBlock, HexDigits(_mm_unpackhi_epi8(high, low)));
   return true;
 }
 

@@ -9,6 +9,7 @@
 
 #include "util/Blocks.h"
 #include "util/GlobalItems.h"
+#include "util/TextBuffer.h"
 
 namespace vantra::util {
 
@@ -22,7 +23,7 @@ class SaltedDigest : public GlobalItem {
 
   // Empty when the platform cannot make one. The view is good until the next call.
   [[nodiscard]] std::string_view Of(std::string_view bytes) {
-    const bool isKnown = bytes.size() == known_ && SameBytes(bytes.data(), salted_.data(), known_);
+    const bool isKnown = bytes.size() == known_ && SameBytes(bytes.data(), salted_.Text().data(), known_);
     return {text_, isKnown || Make(bytes) ? sizeof text_ : 0};
   }
 
@@ -35,7 +36,7 @@ class SaltedDigest : public GlobalItem {
 
   const std::string salt_;
   uintptr_t provider_ = 0;
-  std::string salted_;       // the last bytes and the salt
+  TextBuffer salted_;        // the last bytes and the salt
   size_t known_ = kNothing;  // size of those bytes
   char text_[2 * kMd5Bytes];
 };
