@@ -3,11 +3,9 @@
 #include <utility>
 
 #include "session/DocumentName.h"
-#include "session/Obfuscation.h"
 #include "settings/OptInPolicy.h"
 #include "settings/SendrixUtilsWin.h"
 #include "settings/UsageSettings.h"
-#include "util/Files.h"
 #include "util/Text.h"
 
 namespace vantra::session {
@@ -39,13 +37,8 @@ bool SessionFile::Open() {
   return IsOpen();
 }
 
-bool SessionFile::Write(std::span<char> text) {
-  if (!IsOpen()) {
-    if (!Open()) return true;
-    if (obfuscate_ && !util::WriteAll(file_.Get(), kObfuscationMarker)) return false;
-  }
-  if (obfuscate_) Obfuscate(text);
-  return util::WriteAll(file_.Get(), {text.data(), text.size()});
+bool SessionFile::Begin() {
+  return !Open() || !obfuscate_ || util::WriteAll(file_.Get(), kObfuscationMarker);
 }
 
 bool SessionFile::Finish() {

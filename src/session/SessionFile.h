@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "session/Obfuscation.h"
+#include "util/Files.h"
 #include "util/UniqueHandle.h"
 
 namespace vantra::session {
@@ -20,7 +22,14 @@ class SessionFile {
 
   // Appends one record in one write, opening the file first when none is open. Obfuscates the text in place.
   // False only when a write fails, for which see Abandon; a text for which no file can be opened is dropped.
-  [[nodiscard]] bool Write(std::span<char> text);
+  [[nodiscard]] bool Write(std::span<char> text) {
+    if (!IsOpen()) {
+      const bool isFine = Begin();
+      if (!isFine || !IsOpen()) return isFine;
+    }
+    if (obfuscate_) Obfuscate(text);
+    return util::WriteAll(file_.Get(), {text.data(), text.size()});
+  }
 
   [[nodiscard]] bool IsOpen() const noexcept { return static_cast<bool>(file_); }
   void Close() noexcept { file_.Reset(); }
@@ -40,6 +49,8 @@ class SessionFile {
  private:
   [[nodiscard]] std::wstring PathWithExtension(std::wstring_view extension) const;
   [[nodiscard]] bool Open();
+  // Opens the file and writes the marker of an obfuscated one. False only when that write fails.
+  [[nodiscard]] bool Begin();
 
   util::UniqueFile file_;
   std::wstring path_;
