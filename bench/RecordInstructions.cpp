@@ -20,15 +20,20 @@ const std::string longValue(512, 'v');
 const std::string escapes(200, '<');
 
 util::TextBuffer record;
-util::TimeStamp stamp;
+session::RecordStamp stamp;
+util::Counter group(0);
 
-session::RecordStamp Stamp(int i) { return {stamp.At(1'299'215'167 + i / 1000), i}; }
+const session::RecordStamp& Stamp(int i) {
+  stamp.time.Set(1'299'215'167 + i / 1000);
+  stamp.seq.Increment();
+  return stamp;
+}
 
 constexpr api::TextCheck kLabel = CheckFor(api::kLimit128 | api::kNullAllowed | api::kEmptyAllowed);
 constexpr api::TextCheck kValue = CheckFor(api::kLimit512 | api::kNullAllowed | api::kEmptyAllowed);
 constexpr api::TextCheck kKey = CheckFor(api::kIdentifier);
 
-void Event(int i, const char* doc) {
+void Event(int i, const session::FreeText& doc) {
   const CheckedText category("File", kLabel);
   const CheckedText subcategory("Menu", kLabel);
   const CheckedText name("Save", kLabel);
@@ -50,8 +55,8 @@ struct Kind {
 };
 
 constexpr Kind kKinds[] = {
-    {"event", [](int i) { Event(i, "0"); }},
-    {"event-with-document", [](int i) { Event(i, "73f319ab4389e4c8f85cf407435972ff"); }},
+    {"event", [](int i) { Event(i, api::kNoDocument); }},
+    {"event-with-document", [](int i) { Event(i, util::Whole{"73f319ab4389e4c8f85cf407435972ff"}); }},
     {"data", [](int i) { Data(i, "dark"); }},
     {"data-512-bytes", [](int i) { Data(i, longValue.c_str()); }},
     {"data-200-escapes", [](int i) { Data(i, escapes.c_str()); }},
@@ -59,13 +64,18 @@ constexpr Kind kKinds[] = {
      [](int i) {
        const CheckedText category("Drawing", kKey);
        const CheckedText name("Shapes", kKey);
-       session::AppendNewGroup(
-           record, {.category = category.Value(), .subcategory = "Size", .name = name.Value(), .doc = "0"}, i,
-           Stamp(i));
+       const CheckedText subcategory("Size", kLabel);
+       group.Increment();
+       session::AppendNewGroup(record,
+                               {.category = category.Value(),
+                                .subcategory = subcategory.Value(),
+                                .name = name.Value(),
+                                .doc = api::kNoDocument},
+                               group, Stamp(i));
      }},
     {"event-obfuscated",
      [](int i) {
-       Event(i, "0");
+       Event(i, api::kNoDocument);
        session::Obfuscate(record.Bytes());
      }},
 };

@@ -18,7 +18,7 @@ bool GetDemographicHelper(const char* subkey, const char* pcKey, char* buffer, s
   Trace(entry::kGetDemographicHelper);
   const CheckedText key(pcKey, CheckFor(kLimit64));
   if (!key.IsAccepted()) {
-    Report(refusal::kGetDemographicKey, key.Value());
+    Report(refusal::kGetDemographicKey, key.Value().text);
     return false;
   }
   if (buffer == nullptr || size == nullptr) {
@@ -29,7 +29,7 @@ bool GetDemographicHelper(const char* subkey, const char* pcKey, char* buffer, s
     *buffer = '\0';
     return true;
   }
-  const auto text = settings::GetDemographic(OrEmpty(subkey), key.Value());
+  const auto text = settings::GetDemographic(OrEmpty(subkey), key.Value().text);
   if (!text) {
     Report(refusal::kGetDemographicHelper);
     return false;
@@ -45,15 +45,15 @@ bool SetDemographicHelper(const char* subkey, const char* pcKey, const char* pcV
   Trace(entry::kSetDemographicHelper);
   const CheckedText key(pcKey, CheckFor(kLimit64));
   if (!key.IsAccepted()) {
-    Report(refusal::kSetDemographicKey, key.Value());
+    Report(refusal::kSetDemographicKey, key.Value().text);
     return false;
   }
   const CheckedText value(pcValue, CheckFor(kLimit128Also | kNullAllowed | kEmptyAllowed));
   if (!value.IsAccepted()) {
-    Report(refusal::kSetDemographicValue, value.Value());
+    Report(refusal::kSetDemographicValue, value.Value().text);
     return false;
   }
-  if (!settings::SetDemographic(OrEmpty(subkey), key.Value(), value.Value())) {
+  if (!settings::SetDemographic(OrEmpty(subkey), key.Value().text, value.Value().text)) {
     Report(refusal::kSetDemographicHelper);
     return false;
   }

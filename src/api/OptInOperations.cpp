@@ -45,11 +45,11 @@ std::string_view OptInWord(int32_t value) noexcept {
 bool OptInGet(const char* usageKey, int32_t& value) {
   const CheckedText key(usageKey, CheckFor(kUsageKey));
   if (!key.IsAccepted()) {
-    Report(refusal::kOptInGetKey, key.Value());
+    Report(refusal::kOptInGetKey, key.Value().text);
     return false;
   }
-  value = settings::GetOptIn(key.Value());
-  Refresh(values::kOptInGet, key.Value(), value);
+  value = settings::GetOptIn(key.Value().text);
+  Refresh(values::kOptInGet, key.Value().text, value);
   return true;
 }
 
@@ -60,15 +60,15 @@ bool OptInSet(const char* usageKey, int32_t value) {
   }
   const CheckedText key(usageKey, CheckFor(kUsageKey));
   if (!key.IsAccepted()) {
-    Report(refusal::kOptInSetKey, key.Value());
+    Report(refusal::kOptInSetKey, key.Value().text);
     return false;
   }
-  if (!Store(key.Value(), value)) {
-    Report(refusal::kOptInNotStored, key.Value());
+  if (!Store(key.Value().text, value)) {
+    Report(refusal::kOptInNotStored, key.Value().text);
     return false;
   }
-  settings::StampFirstUse(key.Value());
-  Refresh(values::kOptInSet, key.Value(), value);
+  settings::StampFirstUse(key.Value().text);
+  Refresh(values::kOptInSet, key.Value().text, value);
   return true;
 }
 

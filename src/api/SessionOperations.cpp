@@ -111,13 +111,15 @@ bool StartSession(void** handle, const ProductTexts& product) {
   return true;
 }
 
-std::string_view DigestOf(std::string_view text) {
+session::FreeText DigestOf(std::string_view text) {
   if (digest == nullptr && !MakeDigest()) return {};
-  return digest->Of(text);
+  const std::string_view made = digest->Of(text);
+  return made.empty() ? session::FreeText() : util::Whole{made};
 }
 
-bool AddToGroup(UsageSession* session, uint32_t group, std::string_view key, std::string_view value) {
-  if (session == nullptr || key.data() == nullptr || value.data() == nullptr) {
+bool AddToGroup(UsageSession* session, uint32_t group, const session::FreeText& key,
+                const session::FreeText& value) {
+  if (session == nullptr || key.text.data() == nullptr || value.text.data() == nullptr) {
     Report(refusal::kGroupPartMissing);
     return false;
   }
@@ -132,7 +134,7 @@ bool AddToGroup(UsageSession* session, uint32_t group, std::string_view key, std
       {.category = "Skylamp", .subcategory = {}, .name = "ValidationErrors", .doc = kNoDocument});
   char text[12];
   RecordValidationError(session, kInvalidGroupId,
-                        {text, std::to_chars(text, text + sizeof text, opened).ptr});
+                        std::string_view(text, std::to_chars(text, text + sizeof text, opened).ptr));
   return false;
 }
 

@@ -15,16 +15,17 @@ namespace vantra::api {
 [[nodiscard]] bool StartSession(void** handle, const session::ProductTexts& product);
 
 // The digest of a document id's text, empty when none can be made. The view is good until the next call.
-[[nodiscard]] std::string_view DigestOf(std::string_view text);
+[[nodiscard]] session::FreeText DigestOf(std::string_view text);
 
 // The document id that records carry: "0" without a text, else its digest.
-[[nodiscard]] inline std::string_view HashedDocumentId(std::string_view text) {
+[[nodiscard]] inline session::FreeText HashedDocumentId(std::string_view text) {
   return text.data() == nullptr ? kNoDocument : DigestOf(text);
 }
 
 // Adds a record to a group that the session has issued. A number that names no group leaves two error groups;
 // failure is reported.
-bool AddToGroup(session::UsageSession* session, uint32_t group, std::string_view key, std::string_view value);
+bool AddToGroup(session::UsageSession* session, uint32_t group, const session::FreeText& key,
+                const session::FreeText& value);
 
 // Ends the session, gives its memory back and sets the handle to NULL.
 void CloseSession(session::UsageSession& session, void** handle);

@@ -24,46 +24,48 @@ constexpr std::array<bool, 256> kIdentifierBytes = []() {
 
 constexpr bool IsIdentifierByte(char c) noexcept { return kIdentifierBytes[static_cast<unsigned char>(c)]; }
 
-// Whether these bytes of an identifier may stay as they are: letters, digits and underscores.
-bool IsIdentifierBlock(__m128i block, size_t size) noexcept {
-  const auto isWithin = [](__m128i bytes, char first, char count) {
-    const __m128i offset = _mm_sub_epi8(bytes, _mm_set1_epi8(first));
-    return _mm_cmpeq_epi8(_mm_min_epu8(offset, _mm_set1_epi8(static_cast<char>(count - 1))), offset);
-  };
-  const __m128i isLetter = isWithin(_mm_or_si128(block, _mm_set1_epi8('a' - 'A')), 'a', 26);
-  const __m128i isDigit = isWithin(block, '0', 10);
-  const __m128i isUnderscore = _mm_cmpeq_epi8(block, _mm_set1_epi8('_'));
-  const unsigned allowed = util::Bits(_mm_or_si128(isLetter, _mm_or_si128(isDigit, isUnderscore)));
-  return (~allowed & util::TextBits(size)) == 0;
-}
-
 bool IsIdentifierText(const char* text, size_t size) noexcept {
   for (size_t done = 0; done < size; done += util::kBlock) {
-    if (!IsIdentifierBlock(util::LoadBlock(text + done, size - done), size - done)) return false;
+    const unsigned other = FindNonIdentifier(util::LoadBlock(text + done, size - done));
+    if ((other & util::TextBits(size - done)) != 0) return false;
   }
   return true;
+}
+
+// The length of a text up to its first NUL, or limit when that comes first, and whether nothing before is
+// special.
+struct Scanned {
+  size_t length;
+  bool isPlain;
+};
+
+[[gnu::no_sanitize_address]] Scanned Scan(const char* text, size_t limit) noexcept {
+  // Aligned blocks never cross a page.
+  const size_t before = reinterpret_cast<uintptr_t>(text) % util::kBlock;
+  const auto* block = reinterpret_cast<const __m128i*>(text - before);
+  unsigned special = session::FindSpecial(_mm_load_si128(block)) >> before;
+  size_t length = 0;
+  for (size_t next = util::kBlock - before; special == 0; next += util::kBlock) {
+    length = next;
+    if (length >= limit) return {limit, true};
+    special = session::FindSpecial(_mm_load_si128(++block));
+  }
+  length += static_cast<size_t>(std::countr_zero(special));
+  if (length >= limit) return {limit, true};
+  if (text[length] == '\0') return {length, true};
+  return {length + util::BoundedLength(text + length, limit - length), false};
 }
 
 }  // namespace
 
-// Most texts are short and right: one block tells.
-inline bool CheckedText::AcceptShort(const char* text, const TextCheck& check) noexcept {
-  if (text == nullptr || check.isBackslashRefused || !util::IsBlockReadable(text)) return false;
-  const __m128i block = util::LoadWholeBlock(text);
-  const unsigned ends = util::Bits(_mm_cmpeq_epi8(block, _mm_setzero_si128()));
-  if (ends == 0 || (ends & 1) != 0) return false;
-  const auto size = static_cast<size_t>(std::countr_zero(ends));
-  if (check.rule != TextRule::kLimit && (check.rule != TextRule::kIdentifier || !util::IsAsciiLetter(*text) ||
-                                         !IsIdentifierBlock(block, size))) {
-    return false;
-  }
-  value_ = {text, size};
-  return true;
+void CheckedText::Take(const char* text, size_t size, bool isPlain) noexcept {
+  value_.text = {text, size};
+  value_.isPlain = isPlain && (size >= util::kBlock || util::IsBlockReadable(text));
 }
 
 inline void CheckedText::ApplyLimit(const char* text, size_t limit) noexcept {
-  const size_t length = util::BoundedLength(text, limit + 1);
-  value_ = {text, std::min(length, limit)};
+  const auto [length, isPlain] = Scan(text, limit + 1);
+  Take(text, std::min(length, limit), isPlain);
   if (length > limit) code_ = TextCode::kCut;
 }
 
@@ -71,7 +73,7 @@ inline void CheckedText::ApplyIdentifier(const char* text, size_t limit) noexcep
   const std::string_view prefix = util::IsAsciiLetter(*text) ? std::string_view() : kPrefix;
   size_t length = util::BoundedLength(text, limit + 1);
   if (prefix.empty() && length <= limit && IsIdentifierText(text, length)) {
-    value_ = {text, length};
+    Take(text, length, true);
     return;
   }
   if (prefix.size() + length > limit) code_ = TextCode::kCut;
@@ -79,7 +81,7 @@ inline void CheckedText::ApplyIdentifier(const char* text, size_t limit) noexcep
   prefix.copy(repaired_, prefix.size());
   std::transform(text, text + length, repaired_ + prefix.size(),
                  [](char c) { return IsIdentifierByte(c) ? c : '_'; });
-  value_ = {repaired_, prefix.size() + length};
+  Take(repaired_, prefix.size() + length, true);
 }
 
 inline void CheckedText::ApplyName(const char* text, size_t limit) noexcept {
@@ -88,11 +90,7 @@ inline void CheckedText::ApplyName(const char* text, size_t limit) noexcept {
   const size_t kept = std::min(length, limit);
   std::transform(text, text + kept, repaired_,
                  [](char c) { return IsIdentifierByte(c) || c == ' ' ? c : '_'; });
-  value_ = {repaired_, kept};
-}
-
-CheckedText::CheckedText(const char* text, const TextCheck& check) noexcept {
-  if (!AcceptShort(text, check)) Apply(text, check);
+  Take(repaired_, kept, true);
 }
 
 void CheckedText::Apply(const char* text, const TextCheck& check) noexcept {
@@ -103,12 +101,12 @@ void CheckedText::Apply(const char* text, const TextCheck& check) noexcept {
     value_ = check.isEmptyAllowed ? kNoValue : kEmptyText;
     code_ = check.isEmptyAllowed ? TextCode::kAccepted : TextCode::kEmptyRefused;
   } else if (check.isBackslashRefused && std::strchr(text, '\\') != nullptr) {
-    value_ = text;
+    value_ = session::FreeText(text);
     code_ = TextCode::kBackslashRefused;
   } else {
     switch (check.rule) {
       case TextRule::kNone:
-        value_ = text;
+        value_ = session::FreeText(text);
         break;
       case TextRule::kLimit:
         ApplyLimit(text, check.limit);

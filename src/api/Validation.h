@@ -1,20 +1,27 @@
 // The rules by which every text of a host is checked and, where possible, repaired. Pure.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
+#include "session/FreeText.h"
+#include "util/Ascii.h"
 #include "util/Blocks.h"
 
 namespace vantra::api {
 
-constexpr std::string_view kNullText = "SK_STR_NULL";
-constexpr std::string_view kEmptyText = "SK_STR_EMPTY";
-constexpr std::string_view kInvalidText = "SK_INVALID_STRING";
-constexpr std::string_view kInvalidGroupId = "SK_INVALID_GROUPID";
-constexpr std::string_view kNoValue = "NOVALUE";
-constexpr std::string_view kNoDocument = "0";
+inline constexpr session::FreeText kNullText = "SK_STR_NULL";
+inline constexpr session::FreeText kEmptyText = "SK_STR_EMPTY";
+inline constexpr session::FreeText kInvalidText = "SK_INVALID_STRING";
+inline constexpr session::FreeText kInvalidGroupId = "SK_INVALID_GROUPID";
+
+// Most records carry one of these: each has a block of its own.
+inline constexpr char kNoValueBlock[util::kBlock] = "NOVALUE";
+inline constexpr char kNoDocumentBlock[util::kBlock] = "0";
+inline constexpr session::FreeText kNoValue = util::Whole{kNoValueBlock};
+inline constexpr session::FreeText kNoDocument = util::Whole{kNoDocumentBlock};
 
 // What to ask of a text: the first of the rule bits in the order of this list, and any of the others.
 enum TextFlag : uint32_t {
@@ -86,15 +93,29 @@ struct TextCheck {
   return check;
 }
 
+// One bit for each byte of the block that is no ASCII letter, digit or underscore.
+[[nodiscard]] inline unsigned FindNonIdentifier(__m128i block) noexcept {
+  const auto isWithin = [](__m128i bytes, char first, char count) {
+    const __m128i offset = _mm_sub_epi8(bytes, _mm_set1_epi8(first));
+    return _mm_cmpeq_epi8(_mm_min_epu8(offset, _mm_set1_epi8(static_cast<char>(count - 1))), offset);
+  };
+  const __m128i isLetter = isWithin(_mm_or_si128(block, _mm_set1_epi8('a' - 'A')), 'a', 26);
+  const __m128i isDigit = isWithin(block, '0', 10);
+  const __m128i isUnderscore = _mm_cmpeq_epi8(block, _mm_set1_epi8('_'));
+  return util::Bits(_mm_or_si128(isLetter, _mm_or_si128(isDigit, isUnderscore))) ^ 0xFFFFu;
+}
+
 // A host's text after its check: the text itself, a repaired copy, or a sentinel. Never allocates. The value
 // refers to the host's text or to this object.
 class CheckedText {
  public:
-  CheckedText(const char* text, const TextCheck& check) noexcept;
+  [[gnu::always_inline]] CheckedText(const char* text, const TextCheck& check) noexcept {
+    if (!AcceptShort(text, check)) Apply(text, check);
+  }
   CheckedText(const CheckedText&) = delete;
   CheckedText& operator=(const CheckedText&) = delete;
 
-  [[nodiscard]] std::string_view Value() const noexcept { return value_; }
+  [[nodiscard]] const session::FreeText& Value() const noexcept { return value_; }
   [[nodiscard]] TextCode Code() const noexcept { return code_; }
   [[nodiscard]] bool IsAccepted() const noexcept {
     return code_ == TextCode::kAccepted || code_ == TextCode::kCut;
@@ -103,13 +124,27 @@ class CheckedText {
  private:
   static constexpr size_t kLongestRepaired = 128;
 
-  [[nodiscard]] bool AcceptShort(const char* text, const TextCheck& check) noexcept;
+  // Most texts are short, right and plain: one block tells, in place. No such text has a backslash.
+  [[nodiscard, gnu::always_inline]] bool AcceptShort(const char* text, const TextCheck& check) noexcept {
+    const bool isIdentifier = check.rule == TextRule::kIdentifier;
+    if (!isIdentifier && check.rule != TextRule::kLimit) return false;
+    if (text == nullptr || !util::IsBlockReadable(text)) return false;
+    const __m128i block = util::LoadWholeBlock(text);
+    const unsigned others = isIdentifier ? FindNonIdentifier(block) : session::FindSpecial(block);
+    const auto size = static_cast<size_t>(std::countr_zero(others | 1u << util::kBlock));
+    if (size == 0 || size == util::kBlock || text[size] != '\0') return false;
+    if (isIdentifier && !util::IsAsciiLetter(*text)) return false;
+    value_ = util::Whole{{text, size}};
+    return true;
+  }
   [[gnu::noinline]] void Apply(const char* text, const TextCheck& check) noexcept;
+  // A text that is not empty, and whether nothing in it is special.
+  void Take(const char* text, size_t size, bool isPlain) noexcept;
   void ApplyLimit(const char* text, size_t limit) noexcept;
   void ApplyIdentifier(const char* text, size_t limit) noexcept;
   void ApplyName(const char* text, size_t limit) noexcept;
 
-  std::string_view value_;
+  session::FreeText value_;
   TextCode code_ = TextCode::kAccepted;
   char repaired_[kLongestRepaired];
 };

@@ -4,8 +4,9 @@
 
 namespace vantra::api {
 
-bool RecordValidationError(session::UsageSession* session, std::string_view type, std::string_view value) {
-  if (session == nullptr || type.data() == nullptr || value.data() == nullptr) return false;
+bool RecordValidationError(session::UsageSession* session, const session::FreeText& type,
+                           const session::FreeText& value) {
+  if (session == nullptr || type.text.data() == nullptr || value.text.data() == nullptr) return false;
   const int32_t group = session->NewGroup(
       {.category = "Skylamp", .subcategory = {}, .name = "ValidationErrors", .doc = kNoDocument});
   session->AddToGroup(group, "ErrorType", type);
@@ -15,11 +16,11 @@ bool RecordValidationError(session::UsageSession* session, std::string_view type
 
 void CheckedArgument::Tell(session::UsageSession* session, const char* text, const Message& refusal) const {
   if (session != nullptr) {
-    RecordValidationError(session, kInvalidText, text == nullptr ? std::string_view() : text);
+    RecordValidationError(session, kInvalidText, text == nullptr ? session::FreeText() : text);
   } else if (text_.IsAccepted()) {
-    Report(refusal::kCutText, text_.Value());
+    Report(refusal::kCutText, text_.Value().text);
   }
-  if (!text_.IsAccepted()) Report(refusal, text_.Value());
+  if (!text_.IsAccepted()) Report(refusal, text_.Value().text);
 }
 
 }  // namespace vantra::api

@@ -11,7 +11,8 @@ namespace vantra::api {
 
 // Records one "ValidationErrors" group of its own. False, and nothing recorded, when session, type or value
 // is absent.
-bool RecordValidationError(session::UsageSession* session, std::string_view type, std::string_view value);
+bool RecordValidationError(session::UsageSession* session, const session::FreeText& type,
+                           const session::FreeText& value);
 
 // A text argument: checked, a cut or refusal recorded at once against the session, a refusal reported.
 // Without a session a cut is reported in the log instead.
@@ -24,7 +25,7 @@ class CheckedArgument {
   }
 
   [[nodiscard]] bool IsAccepted() const noexcept { return text_.IsAccepted(); }
-  [[nodiscard]] std::string_view Value() const noexcept { return text_.Value(); }
+  [[nodiscard]] const session::FreeText& Value() const noexcept { return text_.Value(); }
 
  private:
   [[gnu::cold]] void Tell(session::UsageSession* session, const char* text, const Message& refusal) const;

@@ -49,7 +49,7 @@ int32_t WrapperUTInitialize(const char* pcUsagekey, bool crashHandling, const ch
   const CheckedArgument key(nullptr, pcUsagekey, kUsageKeyCheck, refusal::kUsageKey);
   if (!key.IsAccepted()) return kFailure;
   settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
-  if (policy.UsageKey() != key.Value()) policy.SetUsageKey(key.Value());
+  if (policy.UsageKey() != key.Value().text) policy.SetUsageKey(key.Value().text);
   policy.SetCrashReporting(crashHandling);
   settings::SetAgentFolder(agentFolder);
   return kSuccess;
@@ -70,8 +70,8 @@ int32_t WrapperUTStartSession(void** session, const char* pcAppFamily, const cha
   if (!build.IsAccepted()) return kFailure;
   const CheckedArgument language(nullptr, pcApplanguage, kOptionalProductCheck, refusal::kAppLanguage);
   if (!language.IsAccepted()) return kFailure;
-  return Result(StartSession(
-      session, {family.Value(), name.Value(), version.Value(), build.Value(), language.Value()}));
+  return Result(StartSession(session, {family.Value().text, name.Value().text, version.Value().text,
+                                       build.Value().text, language.Value().text}));
 }
 
 int32_t WrapperUTAddToSession(void* session, const char* pcKey, const char* pcValue) {

@@ -116,6 +116,7 @@ void MiniSession::Append(std::string_view bytes) {
 
 void MiniSession::Write() {
   logger->Info("MiniSession::Write", kSource, kWriteLine);
+  stamp_.seq.Increment();
   if (obfuscate_) session::Obfuscate(record_.Bytes());
   Append(record_.Text());
   record_.Clear();
@@ -123,27 +124,27 @@ void MiniSession::Write() {
 
 void MiniSession::Start() {
   Open();
-  const session::RecordStamp stamp = NextStamp();
+  const session::RecordStamp& stamp = Stamp();
   session::AppendPrologue(record_);
   session::AppendStartSession(record_, texts_.third, stamp);
   Write();
 }
 
 void MiniSession::End() {
-  session::AppendEndSession(record_, texts_.third, NextStamp());
+  session::AppendEndSession(record_, texts_.third, Stamp());
   Write();
   file_.Reset();
 }
 
 void MiniSession::OpenGroup(std::string_view category, std::string_view subcategory, std::string_view name) {
+  group_.Increment();
   session::AppendNewGroupWithoutDoc(
-      record_, {.category = category, .subcategory = subcategory, .name = name, .doc = {}}, ++group_,
-      NextStamp());
+      record_, {.category = category, .subcategory = subcategory, .name = name, .doc = {}}, group_, Stamp());
   Write();
 }
 
 void MiniSession::AddData(std::string_view name, std::string_view value) {
-  session::AppendDataRec(record_, group_, name, value, NextStamp());
+  session::AppendDataRec(record_, group_.Value(), name, value, Stamp());
   Write();
 }
 
@@ -152,6 +153,9 @@ void MiniSession::AddData(std::string_view name, int32_t number) {
   AddData(name, {text, std::to_chars(text, text + sizeof text, number).ptr});
 }
 
-session::RecordStamp MiniSession::NextStamp() noexcept { return {time_.At(util::UtcSeconds()), ++sequence_}; }
+const session::RecordStamp& MiniSession::Stamp() noexcept {
+  stamp_.time.Set(util::UtcSeconds());
+  return stamp_;
+}
 
 }  // namespace vantra::crash

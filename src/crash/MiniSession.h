@@ -6,7 +6,6 @@
 
 #include "session/UsageDocument.h"
 #include "util/TextBuffer.h"
-#include "util/TimeStamp.h"
 #include "util/UniqueHandle.h"
 
 namespace vantra::crash {
@@ -59,17 +58,17 @@ class MiniSession {
   // Appends the record that was built, and makes room for the next.
   void Write();
 
-  [[nodiscard]] session::RecordStamp NextStamp() noexcept;
+  // The present time and the number of the next record, good until it is written.
+  [[nodiscard]] const session::RecordStamp& Stamp() noexcept;
 
   MiniSessionTexts texts_;
   bool obfuscate_;
   std::wstring_view folder_;
   MiniSessionBuffers& buffers_;
-  int32_t sequence_ = -1;
-  int32_t group_ = 0;
+  util::Counter group_{0};
   util::UniqueFile file_;
   util::TextBuffer record_;
-  util::TimeStamp time_;
+  session::RecordStamp stamp_;
 };
 
 }  // namespace vantra::crash

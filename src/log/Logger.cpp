@@ -121,8 +121,8 @@ std::ostream* Logger::WriteLine(std::string_view level, std::string_view value,
   try {
     char storage[1024];
     util::TextBuffer line(storage);
-    util::TimeStamp stamp;
-    AppendLogLine(line, level, GetCurrentProcessId(), stamp.At(util::UtcSeconds()), value, detail);
+    const util::TimeStamp now(util::UtcSeconds());
+    AppendLogLine(line, level, GetCurrentProcessId(), now.Text().text, value, detail);
     const std::string_view text = line.Text();
     stream_->write(text.data(), static_cast<std::streamsize>(text.size())).flush();
   } catch (...) {

@@ -16,18 +16,14 @@ char Rotated(char c) noexcept {
 }
 
 __m128i Rotated(__m128i block) noexcept {
-  const __m128i offset = _mm_sub_epi8(block, _mm_set1_epi8(kFirst));
-  const auto isBelow = [offset](char count) {
-    return _mm_cmpeq_epi8(_mm_min_epu8(offset, _mm_set1_epi8(static_cast<char>(count - 1))), offset);
-  };
+  // One up, so that all that is not printable compares as too small, 0x7f and what follows it as negative.
+  const __m128i shifted = _mm_add_epi8(block, _mm_set1_epi8(1));
+  const auto isFrom = [shifted](char first) { return _mm_cmpgt_epi8(shifted, _mm_set1_epi8(first)); };
   // Up by half, but down by half in the upper half, which is up by half less the whole count.
-  const __m128i up = _mm_and_si128(isBelow(kCount), _mm_set1_epi8(kHalf));
-  const __m128i down =
-      _mm_andnot_si128(isBelow(kHalf), _mm_and_si128(isBelow(kCount), _mm_set1_epi8(kCount)));
+  const __m128i up = _mm_and_si128(isFrom(kFirst), _mm_set1_epi8(kHalf));
+  const __m128i down = _mm_and_si128(isFrom(kFirst + kHalf), _mm_set1_epi8(kCount));
   return _mm_add_epi8(block, _mm_sub_epi8(up, down));
 }
-
-bool HasNul(__m128i block) noexcept { return util::Bits(_mm_cmpeq_epi8(block, _mm_setzero_si128())) != 0; }
 
 // Ones in the last bytes of the block, so many of them, zeros before.
 __m128i LastBytes(size_t count) noexcept {
@@ -44,11 +40,11 @@ void Obfuscate(std::span<char> text) noexcept {
       text.size() < util::kBlock ? _mm_setzero_si128() : util::LoadWholeBlock(end - util::kBlock);
   for (; end - at >= static_cast<ptrdiff_t>(util::kBlock); at += util::kBlock) {
     const __m128i block = util::LoadWholeBlock(at);
-    if (HasNul(block)) break;
+    if (util::FindNul(block) != 0) break;
     util::StoreBlock(at, Rotated(block));
   }
   const auto left = static_cast<size_t>(end - at);
-  if (left < util::kBlock && !HasNul(last)) {
+  if (left < util::kBlock && util::FindNul(last) == 0) {
     // The bytes before those that are left are rotated already.
     const __m128i mask = LastBytes(left);
     const __m128i done = util::LoadWholeBlock(end - util::kBlock);

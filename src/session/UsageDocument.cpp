@@ -10,6 +10,7 @@ using util::Append;
 using util::Decimal;
 using util::Literal;
 using util::Raw;
+using util::Whole;
 
 constexpr char kRecordEnd[] = "\" />\n";
 constexpr char kDocumentEnd[] = "\" />\n</UsageDoc>\n";
@@ -35,82 +36,53 @@ constexpr std::array<Written, 256> kWritten = []() {
   return written;
 }();
 
-// One bit for each byte of the block that is special or NUL.
-unsigned FindSpecial(__m128i block) noexcept {
-  const auto isOneOf = [block](char c, char ignoredBit) {
-    const __m128i compared = ignoredBit == 0 ? block : _mm_andnot_si128(_mm_set1_epi8(ignoredBit), block);
-    return _mm_cmpeq_epi8(compared, _mm_set1_epi8(c));
-  };
-  static_assert(('&' | 1) == '\'' && ('<' | 2) == '>');
-  __m128i hits = _mm_or_si128(isOneOf('\0', 0), isOneOf('"', 0));
-  hits = _mm_or_si128(hits, _mm_or_si128(isOneOf('&', 1), isOneOf('<', 2)));
-  return util::Bits(_mm_or_si128(hits, isOneOf('\\', 0)));
-}
-
 // A caller's text as an attribute value.
 struct Free {
-  std::string_view text;
+  const FreeText& value;
 
-  [[nodiscard]] size_t MaxSize() const noexcept { return text.size() * kLongestWritten + util::kBlock; }
+  [[nodiscard]] size_t MaxSize() const noexcept { return value.text.size() * kLongestWritten + util::kBlock; }
 
-  // Most texts are short and plain.
+  // Most texts are known to be plain.
   [[nodiscard, gnu::always_inline]] char* Write(char* at) const noexcept {
-    if (text.size() - 1 < util::kBlock && util::IsBlockReadable(text.data())) [[likely]] {
-      const __m128i block = util::LoadWholeBlock(text.data());
-      if ((FindSpecial(block) & util::TextBits(text.size())) == 0) [[likely]] {
-        util::StoreBlock(at, block);
-        return at + text.size();
-      }
-    }
-    return WriteLong(at, text.data(), text.size());
+    return value.isPlain ? Whole{value.text}.Write(at) : WriteAny(at, value.text.data(), value.text.size());
   }
 
  private:
-  [[nodiscard, gnu::noinline]] static char* WriteLong(char* start, const char* text, size_t size) noexcept {
+  [[nodiscard, gnu::noinline]] static char* WriteAny(char* start, const char* text, size_t size) noexcept {
     char* at = start;
-    for (size_t done = 0; size - done >= util::kBlock; done += util::kBlock, at += util::kBlock) {
-      const __m128i block = util::LoadWholeBlock(text + done);
-      if (FindSpecial(block) != 0) break;
-      util::StoreBlock(at, block);
-    }
-    const auto plain = static_cast<size_t>(at - start);
-    return plain == size && size != 0 ? at : WriteAny(start, at, text + plain, size - plain);
-  }
-
-  [[nodiscard, gnu::noinline]] static char* WriteAny(char* start, char* at, const char* text,
-                                                     size_t length) noexcept {
-    for (size_t done = 0; done < length; done += util::kBlock) {
-      const size_t size = std::min(length - done, util::kBlock);
-      const char* const from = text + done;
-      const __m128i block = util::LoadBlock(from, size);
-      if ((FindSpecial(block) & util::TextBits(size)) == 0) {
+    const char* const end = text + size;
+    const auto put = [&at](char c) {
+      const Written& written = kWritten[static_cast<uint8_t>(c)];
+      std::memcpy(at, &written, sizeof written);
+      at += written.size;
+    };
+    for (; end - text >= static_cast<ptrdiff_t>(util::kBlock); text += util::kBlock) {
+      const __m128i block = util::LoadWholeBlock(text);
+      if (FindSpecial(block) == 0) {
         util::StoreBlock(at, block);
-        at += size;
+        at += util::kBlock;
         continue;
       }
-      const size_t end = util::BoundedLength(from, size);
-      for (size_t i = 0; i < end; ++i) {
-        const Written& written = kWritten[static_cast<uint8_t>(from[i])];
-        std::memcpy(at, &written, sizeof written);
-        at += written.size;
+      if (util::FindNul(block) != 0) break;
+      for (size_t i = 0; i < util::kBlock; i += 4) {
+        put(text[i]);
+        put(text[i + 1]);
+        put(text[i + 2]);
+        put(text[i + 3]);
       }
-      if (end != size) break;
     }
-    return Finish(start, at);
-  }
-
-  static char* Finish(char* start, char* end) noexcept {
-    return end == start ? Literal{kNoValue}.Write(start) : end;
+    for (; text != end && *text != '\0'; ++text) put(*text);
+    return at == start ? Literal{kNoValue}.Write(start) : at;
   }
 };
 
 template <class Doc>
-void AppendGroup(util::TextBuffer& out, const Labels& labels, const Doc& doc, int32_t group,
+void AppendGroup(util::TextBuffer& out, const Labels& labels, const Doc& doc, const util::Counter& group,
                  const RecordStamp& stamp) {
   Append(out, Literal{"<NewGroup category=\""}, Free{labels.category}, Literal{"\" subcategory=\""},
          Free{labels.subcategory}, Literal{"\" name=\""}, Free{labels.name}, Literal{"\" time=\""},
-         Raw{stamp.time}, Literal{"\" group=\""}, Decimal{group}, Literal{"\" doc=\""}, doc,
-         Literal{"\" seq=\""}, Decimal{stamp.seq}, Literal{kRecordEnd});
+         stamp.time.Text(), Literal{"\" group=\""}, group.Text(), Literal{"\" doc=\""}, doc,
+         Literal{"\" seq=\""}, stamp.seq.Text(), Literal{kRecordEnd});
 }
 
 }  // namespace
@@ -120,15 +92,16 @@ void AppendPrologue(util::TextBuffer& out) {
 }
 
 void AppendStartSession(util::TextBuffer& out, std::string_view id, const RecordStamp& stamp) {
-  Append(out, Literal{"<StartSession id=\""}, Raw{id}, Literal{"\" time=\""}, Raw{stamp.time},
-         Literal{"\" seq=\""}, Decimal{stamp.seq}, Literal{kRecordEnd});
+  Append(out, Literal{"<StartSession id=\""}, Raw{id}, Literal{"\" time=\""}, stamp.time.Text(),
+         Literal{"\" seq=\""}, stamp.seq.Text(), Literal{kRecordEnd});
 }
 
-void AppendNewGroup(util::TextBuffer& out, const Labels& labels, int32_t group, const RecordStamp& stamp) {
+void AppendNewGroup(util::TextBuffer& out, const Labels& labels, const util::Counter& group,
+                    const RecordStamp& stamp) {
   AppendGroup(out, labels, Free{labels.doc}, group, stamp);
 }
 
-void AppendNewGroupWithoutDoc(util::TextBuffer& out, const Labels& labels, int32_t group,
+void AppendNewGroupWithoutDoc(util::TextBuffer& out, const Labels& labels, const util::Counter& group,
                               const RecordStamp& stamp) {
   AppendGroup(out, labels, Raw{}, group, stamp);
 }
@@ -136,25 +109,25 @@ void AppendNewGroupWithoutDoc(util::TextBuffer& out, const Labels& labels, int32
 void AppendEventRec(util::TextBuffer& out, const Labels& labels, const RecordStamp& stamp) {
   Append(out, Literal{"<EventRec doc=\""}, Free{labels.doc}, Literal{"\" category=\""}, Free{labels.category},
          Literal{"\" subcategory=\""}, Free{labels.subcategory}, Literal{"\" name=\""}, Free{labels.name},
-         Literal{"\" time=\""}, Raw{stamp.time}, Literal{"\" seq=\""}, Decimal{stamp.seq},
+         Literal{"\" time=\""}, stamp.time.Text(), Literal{"\" seq=\""}, stamp.seq.Text(),
          Literal{kRecordEnd});
 }
 
-void AppendDataRec(util::TextBuffer& out, int32_t group, std::string_view name, std::string_view data,
+void AppendDataRec(util::TextBuffer& out, int32_t group, const FreeText& name, const FreeText& data,
                    const RecordStamp& stamp) {
-  Append(out, Literal{"<DataRec time=\""}, Raw{stamp.time}, Literal{"\" group=\""}, Decimal{group},
+  Append(out, Literal{"<DataRec time=\""}, stamp.time.Text(), Literal{"\" group=\""}, Decimal{group},
          Literal{"\" name=\""}, Free{name}, Literal{"\" data=\""}, Free{data}, Literal{"\" seq=\""},
-         Decimal{stamp.seq}, Literal{kRecordEnd});
+         stamp.seq.Text(), Literal{kRecordEnd});
 }
 
 void AppendEndSession(util::TextBuffer& out, std::string_view id, const RecordStamp& stamp) {
-  Append(out, Literal{"<EndSession id=\""}, Raw{id}, Literal{"\" time=\""}, Raw{stamp.time},
-         Literal{"\" seq=\""}, Decimal{stamp.seq}, Literal{kDocumentEnd});
+  Append(out, Literal{"<EndSession id=\""}, Raw{id}, Literal{"\" time=\""}, stamp.time.Text(),
+         Literal{"\" seq=\""}, stamp.seq.Text(), Literal{kDocumentEnd});
 }
 
 void AppendSplitSession(util::TextBuffer& out, std::string_view id, const RecordStamp& stamp) {
-  Append(out, Literal{"<SplitSession id=\""}, Raw{id}, Literal{"\" time=\""}, Raw{stamp.time},
-         Literal{"\" seq=\""}, Decimal{stamp.seq}, Literal{kDocumentEnd});
+  Append(out, Literal{"<SplitSession id=\""}, Raw{id}, Literal{"\" time=\""}, stamp.time.Text(),
+         Literal{"\" seq=\""}, stamp.seq.Text(), Literal{kDocumentEnd});
 }
 
 void AppendResumeSession(util::TextBuffer& out, std::string_view id, const ProductTexts& product,
@@ -163,8 +136,8 @@ void AppendResumeSession(util::TextBuffer& out, std::string_view id, const Produ
          Literal{"\" ProductName=\""}, Raw{product.name}, Literal{"\" ProductVersion=\""},
          Raw{product.version}, Literal{"\" ProductBuild=\""}, Raw{product.build},
          Literal{"\" ProductLanguage=\""}, Raw{product.language}, Literal{"\" SessionStartTime=\""},
-         Raw{startTime}, Literal{"\" User=\""}, Raw{user}, Literal{"\" time=\""}, Raw{stamp.time},
-         Literal{"\" seq=\""}, Decimal{stamp.seq}, Literal{kRecordEnd});
+         Raw{startTime}, Literal{"\" User=\""}, Raw{user}, Literal{"\" time=\""}, stamp.time.Text(),
+         Literal{"\" seq=\""}, stamp.seq.Text(), Literal{kRecordEnd});
 }
 
 }  // namespace vantra::session

@@ -8,22 +8,26 @@
 #include <cstdint>
 #include <string_view>
 
+#include "session/FreeText.h"
+#include "util/Counter.h"
 #include "util/TextBuffer.h"
+#include "util/TimeStamp.h"
 
 namespace vantra::session {
 
 // What every record carries.
 struct RecordStamp {
-  std::string_view time;
-  int32_t seq;
+  util::TimeStamp time;
+  util::Counter seq{0};
 };
 
-// Free text that classifies a group or an event; any of it may be absent.
+// What classifies a group or an event; any of it may be absent. Refers to its texts, so it lives for one
+// call.
 struct Labels {
-  std::string_view category;
-  std::string_view subcategory;
-  std::string_view name;
-  std::string_view doc;
+  const FreeText& category;
+  const FreeText& subcategory;
+  const FreeText& name;
+  const FreeText& doc;
 };
 
 struct ProductTexts {
@@ -37,12 +41,13 @@ struct ProductTexts {
 void AppendPrologue(util::TextBuffer& out);
 
 void AppendStartSession(util::TextBuffer& out, std::string_view id, const RecordStamp& stamp);
-void AppendNewGroup(util::TextBuffer& out, const Labels& labels, int32_t group, const RecordStamp& stamp);
+void AppendNewGroup(util::TextBuffer& out, const Labels& labels, const util::Counter& group,
+                    const RecordStamp& stamp);
 // A group whose doc attribute is empty, as in the small documents that are written at one go.
-void AppendNewGroupWithoutDoc(util::TextBuffer& out, const Labels& labels, int32_t group,
+void AppendNewGroupWithoutDoc(util::TextBuffer& out, const Labels& labels, const util::Counter& group,
                               const RecordStamp& stamp);
 void AppendEventRec(util::TextBuffer& out, const Labels& labels, const RecordStamp& stamp);
-void AppendDataRec(util::TextBuffer& out, int32_t group, std::string_view name, std::string_view data,
+void AppendDataRec(util::TextBuffer& out, int32_t group, const FreeText& name, const FreeText& data,
                    const RecordStamp& stamp);
 
 // Both with the end tag.

@@ -46,8 +46,9 @@ UsageSession::UsageSession(const ProductTexts& product, std::wstring logsFolder,
 
 ProductTexts UsageSession::Product() const noexcept { return {family_, name_, version_, build_, language_}; }
 
-RecordStamp UsageSession::NextStamp() noexcept {
-  return {time_.At(util::UtcSeconds()), static_cast<int32_t>(nextSeq_++)};
+const RecordStamp& UsageSession::Stamp() noexcept {
+  stamp_.time.Set(util::UtcSeconds());
+  return stamp_;
 }
 
 util::TextBuffer& UsageSession::Fresh() noexcept {
@@ -56,6 +57,7 @@ util::TextBuffer& UsageSession::Fresh() noexcept {
 }
 
 bool UsageSession::Write() {
+  stamp_.seq.Increment();
   const bool written = file_.Write(record_.Bytes());
   if (!written) {
     enabled_ = false;
@@ -73,8 +75,8 @@ void UsageSession::Record() {
 
 void UsageSession::Start() {
   if (!enabled_) return;
-  const RecordStamp stamp = NextStamp();
-  startTime_ = stamp.time;
+  const RecordStamp& stamp = Stamp();
+  startTime_ = stamp.time.Text().text;
   AppendPrologue(Fresh());
   AppendStartSession(record_, id_, stamp);
   Record();
@@ -83,32 +85,32 @@ void UsageSession::Start() {
 
 void UsageSession::LogEvent(const Labels& labels) {
   if (!enabled_) return;
-  AppendEventRec(Fresh(), labels, NextStamp());
+  AppendEventRec(Fresh(), labels, Stamp());
   Record();
 }
 
 int32_t UsageSession::NewGroup(const Labels& labels) {
   if (!enabled_) return -1;
-  const auto group = static_cast<int32_t>(++lastGroup_);
-  AppendNewGroup(Fresh(), labels, group, NextStamp());
+  lastGroup_.Increment();
+  AppendNewGroup(Fresh(), labels, lastGroup_, Stamp());
   Record();
-  return group;
+  return lastGroup_.Value();
 }
 
-void UsageSession::AddToGroup(int32_t group, std::string_view name, std::string_view value) {
-  if (!enabled_ || name.data() == nullptr || value.data() == nullptr) return;
-  AppendDataRec(Fresh(), group, name, value, NextStamp());
+void UsageSession::AddToGroup(int32_t group, const FreeText& name, const FreeText& value) {
+  if (!enabled_ || name.text.data() == nullptr || value.text.data() == nullptr) return;
+  AppendDataRec(Fresh(), group, name, value, Stamp());
   Record();
 }
 
 void UsageSession::EndSession() {
-  AppendEndSession(Fresh(), id_, NextStamp());
+  AppendEndSession(Fresh(), id_, Stamp());
   Record();
 }
 
 // The limit is not checked after the ResumeSession, so a split never leads to another at once.
 void UsageSession::Split() {
-  AppendSplitSession(Fresh(), id_, NextStamp());
+  AppendSplitSession(Fresh(), id_, Stamp());
   if (!Write()) return;
   // Should memory run out before the next document can begin, the session falls silent instead of writing
   // behind the end of this one.
@@ -117,7 +119,7 @@ void UsageSession::Split() {
   if (file_.Finish()) bytesInFile_ = 0;
 
   AppendPrologue(Fresh());
-  AppendResumeSession(record_, id_, Product(), startTime_, user_, NextStamp());
+  AppendResumeSession(record_, id_, Product(), startTime_, user_, Stamp());
   enabled_ = true;
   bytesInFile_ += record_.Bytes().size();
   static_cast<void>(Write());

@@ -9,6 +9,7 @@
 
 #include "session/SessionFile.h"
 #include "session/UsageDocument.h"
+#include "util/Counter.h"
 #include "util/TextBuffer.h"
 #include "util/TimeStamp.h"
 
@@ -35,7 +36,7 @@ class UsageSession {
   int32_t NewGroup(const Labels& labels);
 
   // Writes nothing when name or value is absent. The group's number is not checked.
-  void AddToGroup(int32_t group, std::string_view name, std::string_view value);
+  void AddToGroup(int32_t group, const FreeText& name, const FreeText& value);
 
   // Ends the document and finishes its file, when there is one.
   void Close();
@@ -43,7 +44,7 @@ class UsageSession {
   [[nodiscard]] bool IsEnabled() const noexcept { return enabled_; }
   [[nodiscard]] int32_t SessionGroup() const noexcept { return sessionGroup_; }
   void SetSessionGroup(int32_t group) noexcept { sessionGroup_ = group; }
-  [[nodiscard]] int32_t LastGroup() const noexcept { return static_cast<int32_t>(lastGroup_); }
+  [[nodiscard]] int32_t LastGroup() const noexcept { return lastGroup_.Value(); }
 
   [[nodiscard]] ProductTexts Product() const noexcept;
   [[nodiscard]] const std::string& User() const noexcept { return user_; }
@@ -55,22 +56,23 @@ class UsageSession {
   UsageSession(const ProductTexts& product, std::wstring logsFolder, bool enabled, std::string user,
                std::string id);
 
-  [[nodiscard]] RecordStamp NextStamp() noexcept;
+  // The present time and the number of the next record, good until it is written.
+  [[nodiscard]] const RecordStamp& Stamp() noexcept;
   void Start();
   void EndSession();
   void Split();
 
   // The buffer for a new record, whatever became of the last one.
   [[nodiscard]] util::TextBuffer& Fresh() noexcept;
-  // Writes the built record; false when that failed and the session is disabled now.
+  // Writes the built record, whose number is spent then; false when that failed and the session is disabled
+  // now.
   bool Write();
   // Writes the built record, counts it, and splits the document when it is full.
   void Record();
 
   SessionFile file_;
   bool enabled_;
-  uint32_t nextSeq_ = 0;
-  uint32_t lastGroup_ = 0;
+  util::Counter lastGroup_{0};
   int32_t sessionGroup_ = 0;
   uint64_t bytesInFile_ = 0;
   std::string id_;
@@ -82,7 +84,7 @@ class UsageSession {
   std::string language_;
   std::string startTime_;
   util::TextBuffer record_;
-  util::TimeStamp time_;
+  RecordStamp stamp_;
 };
 
 // The open sessions of the process, in the order of their starts.

@@ -55,10 +55,27 @@ inline void StoreBlock(char* to, __m128i block) noexcept {
   return static_cast<unsigned>(_mm_movemask_epi8(mask));
 }
 
+// One bit for each byte of the block that is NUL.
+[[nodiscard]] inline unsigned FindNul(__m128i block) noexcept {
+  return Bits(_mm_cmpeq_epi8(block, _mm_setzero_si128()));
+}
+
 // Copies the text; up to a block more is written behind it.
 inline char* CopyBlocks(char* to, const char* text, size_t size) noexcept {
   for (size_t done = 0; done < size; done += kBlock)
     StoreBlock(to + done, LoadBlock(text + done, size - done));
+  return to + size;
+}
+
+// Copies a text of a block or more, or one whose block is readable; up to a block more is written behind it.
+inline char* CopyWhole(char* to, const char* text, size_t size) noexcept {
+  StoreBlock(to, LoadWholeBlock(text));
+  if (size > kBlock) {
+    const size_t last = size - kBlock;
+    for (size_t done = kBlock; done < last; done += kBlock)
+      StoreBlock(to + done, LoadWholeBlock(text + done));
+    StoreBlock(to + last, LoadWholeBlock(text + last));
+  }
   return to + size;
 }
 
@@ -76,13 +93,12 @@ inline char* CopyBlocks(char* to, const char* text, size_t size) noexcept {
   // Aligned blocks never cross a page.
   const size_t before = reinterpret_cast<uintptr_t>(text) % kBlock;
   const auto* block = reinterpret_cast<const __m128i*>(text - before);
-  const auto zeros = [](__m128i bytes) { return Bits(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())); };
-  unsigned found = zeros(_mm_load_si128(block)) >> before;
+  unsigned found = FindNul(_mm_load_si128(block)) >> before;
   size_t length = 0;
   for (size_t next = kBlock - before; found == 0; next += kBlock) {
     length = next;
     if (length >= limit) return limit;
-    found = zeros(_mm_load_si128(++block));
+    found = FindNul(_mm_load_si128(++block));
   }
   return std::min(limit, length + static_cast<size_t>(std::countr_zero(found)));
 }

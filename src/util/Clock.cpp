@@ -14,9 +14,6 @@ int64_t UtcSeconds() noexcept {
   return static_cast<int64_t>(ticks / kTicksPerSecond) - kFrom1601To1970;
 }
 
-std::string UtcNow() {
-  TimeStamp stamp;
-  return std::string(stamp.At(UtcSeconds()));
-}
+std::string UtcNow() { return std::string(TimeStamp(UtcSeconds()).Text().text); }
 
 }  // namespace vantra::util

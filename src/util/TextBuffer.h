@@ -74,11 +74,25 @@ struct Raw {
   }
 };
 
+// A text of a block or more, or one whose block is readable: copied without looking where it ends.
+struct Whole {
+  std::string_view text;
+
+  [[nodiscard]] constexpr size_t MaxSize() const noexcept { return text.size() + kBlock; }
+  [[nodiscard, gnu::always_inline]] char* Write(char* at) const noexcept {
+    return CopyWhole(at, text.data(), text.size());
+  }
+};
+
 struct Decimal {
   int64_t value;
 
   [[nodiscard]] static constexpr size_t MaxSize() noexcept { return 20; }
-  [[nodiscard]] char* Write(char* at) const noexcept { return Print(at, value); }
+  [[nodiscard]] char* Write(char* at) const noexcept {
+    if (value < 0 || value > 9) return Print(at, value);
+    *at = static_cast<char>('0' + value);
+    return at + 1;
+  }
 
  private:
   [[nodiscard, gnu::noinline]] static char* Print(char* at, int64_t value) noexcept {

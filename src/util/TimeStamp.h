@@ -5,17 +5,23 @@
 #include <limits>
 #include <string_view>
 
+#include "util/TextBuffer.h"
+
 namespace vantra::util {
 
 // The text of one moment, made anew only when the second changes.
 class TimeStamp {
  public:
-  // The text for this many seconds since 1970-01-01 UTC; empty outside the years 0 to 9999. The view is good
-  // until the next call.
-  [[nodiscard]] std::string_view At(int64_t seconds) noexcept {
+  TimeStamp() noexcept = default;
+  explicit TimeStamp(int64_t seconds) noexcept { Format(seconds); }
+
+  // To this many seconds since 1970-01-01 UTC.
+  void Set(int64_t seconds) noexcept {
     if (seconds != seconds_) Format(seconds);
-    return {text_, length_};
   }
+
+  // Good until the moment changes; empty when none is set, and outside the years 0 to 9999.
+  [[nodiscard]] Whole Text() const noexcept { return {{text_, length_}}; }
 
  private:
   void Format(int64_t seconds) noexcept;
@@ -24,7 +30,7 @@ class TimeStamp {
 
   int64_t seconds_ = std::numeric_limits<int64_t>::min();
   size_t length_ = 0;
-  char text_[kLength];
+  char text_[kLength] = {};
 };
 
 }  // namespace vantra::util

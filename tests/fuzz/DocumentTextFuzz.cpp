@@ -33,10 +33,10 @@ std::map<std::string, std::string> ReadAttributes(const std::string& record) {
 void Run(std::string_view input) {
   const std::string_view first = input.substr(0, input.size() / 2), second = input.substr(input.size() / 2);
   vantra::util::TextBuffer out;
-  vantra::session::AppendNewGroup(out, {first, second, input, {}}, 1, {"t", 2});
+  vantra::session::AppendNewGroup(out, {first, second, input, {}}, vantra::util::Counter(1), {});
   Require(out.Text() == "<NewGroup category=\"" + EscapePlainly(first) + "\" subcategory=\"" +
                             EscapePlainly(second) + "\" name=\"" + EscapePlainly(input) +
-                            "\" time=\"t\" group=\"1\" doc=\"NOVALUE\" seq=\"2\" />\n");
+                            "\" time=\"\" group=\"1\" doc=\"NOVALUE\" seq=\"0\" />\n");
   const std::string_view name = input.substr(0, input.find('\0'));
   Require(ReadAttributes(std::string(out.Text()))["name"] == (name.empty() ? "NOVALUE" : name));
 }

@@ -39,8 +39,10 @@ void Run(std::string_view input) {
   for (uint32_t bit = 1; bit != 0; bit <<= 1) {
     for (const uint32_t flags : {bit, bit | own, bit ^ own}) {
       const CheckedText checked(host, CheckFor(flags));
-      Require(std::pair(static_cast<int>(checked.Code()), std::string(checked.Value())) ==
+      Require(std::pair(static_cast<int>(checked.Code()), std::string(checked.Value().text)) ==
               CheckPlainly(text, flags));
+      const auto [value, isPlain] = checked.Value();
+      Require(!isPlain || (!value.empty() && value.find_first_of("&<>\"'\\") == value.npos));
     }
   }
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "PageEnd.h"
+#include "api/Validation.h"
 #include "session/DocumentName.h"
 #include "session/Obfuscation.h"
 #include "session/UsageDocument.h"
@@ -15,49 +16,65 @@ namespace vantra {
 using namespace session;
 using namespace util;
 
+RecordStamp StampOf(int32_t seq) { return {TimeStamp(1299215167), Counter(seq)}; }
+
 TEST(UsageDocument, RecordTexts) {
-  constexpr RecordStamp kStamp{"2011-03-04T05:06:07Z", 7};
-  constexpr Labels kLabels{"Cat", "S>", "a<b & \"c\"", "it's"};
+  const RecordStamp stamp = StampOf(7), none{TimeStamp(), Counter(-1)};
+  const Labels labels{"Cat", "S>", "a<b & \"c\"", "it's"};
   const std::string wanted = R"(<?xml version="1.0" encoding="utf-8"?>
 
 <UsageDoc version="0.5.4">
 <StartSession id="0a1b-c2" time="2011-03-04T05:06:07Z" seq="0" />
 <NewGroup category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" group="12" doc="it&#39;s" seq="7" />
-<NewGroup category="NOVALUE" subcategory="NOVALUE" name="NOVALUE" time="" group="-1" doc="NOVALUE" seq="2147483647" />
+<NewGroup category="NOVALUE" subcategory="NOVALUE" name="NOVALUE" time="2011-03-04T05:06:07Z" group="-1" doc="NOVALUE" seq="2147483647" />
 <NewGroup category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" group="1" doc="" seq="7" />
 <EventRec doc="it&#39;s" category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" seq="7" />
-<DataRec time="t" group="-2147483648" name="NOVALUE" data="D:&#92;x" seq="-1" />
+<DataRec time="" group="-2147483648" name="NOVALUE" data="D:&#92;x" seq="-1" />
+<DataRec time="" group="9" name="n" data="d" seq="-1" />
+<DataRec time="" group="10" name="n" data="d" seq="-1" />
 <SplitSession id="i<" time="2011-03-04T05:06:07Z" seq="7" />
 </UsageDoc>
 <ResumeSession id="i&" ProductFamily="F<>" ProductName="N&"n"" ProductVersion="" ProductBuild="7\8" ProductLanguage="l" SessionStartTime="then" User="u'r" time="2011-03-04T05:06:07Z" seq="7" />
-<EndSession id="i" time="" seq="10" />
+<EndSession id="i" time="" seq="-1" />
 </UsageDoc>
 )";
   char storage[50];
   TextBuffer out(storage);
   for (const std::string& all : {wanted, wanted + wanted, wanted}) {
     AppendPrologue(out);
-    AppendStartSession(out, "0a1b-c2", {"2011-03-04T05:06:07Z", 0});
-    AppendNewGroup(out, kLabels, 12, kStamp);
-    AppendNewGroup(out, {}, -1, {"", INT32_MAX});
-    AppendNewGroupWithoutDoc(out, kLabels, 1, kStamp);
-    AppendEventRec(out, kLabels, kStamp);
-    AppendDataRec(out, INT32_MIN, "", "D:\\x", {"t", -1});
-    AppendSplitSession(out, "i<", kStamp);
-    AppendResumeSession(out, "i&", {"F<>", "N&\"n\"", "", "7\\8", "l"}, "then", "u'r", kStamp);
-    AppendEndSession(out, "i", {"", 10});
+    AppendStartSession(out, "0a1b-c2", StampOf(0));
+    AppendNewGroup(out, labels, Counter(12), stamp);
+    AppendNewGroup(out, {{}, {}, {}, {}}, Counter(-1), StampOf(INT32_MAX));
+    AppendNewGroupWithoutDoc(out, labels, Counter(1), stamp);
+    AppendEventRec(out, labels, stamp);
+    AppendDataRec(out, INT32_MIN, "", "D:\\x", none);
+    for (const int32_t group : {9, 10}) AppendDataRec(out, group, "n", "d", none);
+    AppendSplitSession(out, "i<", stamp);
+    AppendResumeSession(out, "i&", {"F<>", "N&\"n\"", "", "7\\8", "l"}, "then", "u'r", stamp);
+    AppendEndSession(out, "i", none);
     EXPECT_EQ(out.Text(), all);
     if (all != wanted) out.ShrinkBeyond(wanted.size());
   }
 }
 
 // The attribute value that a record makes of the text.
-std::string Escaped(std::string_view text) {
+std::string NameOfRecord(const FreeText& text) {
   TextBuffer out;
-  AppendDataRec(out, 1, {AtPageEnd(text), text.size()}, "", {"", 2});
+  AppendDataRec(out, 1, text, "", StampOf(2));
   const std::string record(out.Text());
   const size_t start = record.find(" name=\"") + 7;
   return record.substr(start, record.rfind("\" data=\"NOVALUE\" seq=\"2\" />\n") - start);
+}
+
+// The same whether or not the text has been checked before, and wherever it lies.
+std::string Escaped(std::string_view text) {
+  const std::string escaped = NameOfRecord(std::string_view(AtPageEnd(text), text.size()));
+  const std::string host(text);
+  for (const char* const place : {host.c_str(), AtPageEnd({host.c_str(), host.size() + 1})}) {
+    const api::CheckedText checked(place, api::CheckFor(api::kLimit512 | api::kEmptyAllowed));
+    EXPECT_EQ(NameOfRecord(checked.Value()), escaped);
+  }
+  return escaped;
 }
 
 TEST(UsageDocument, EscapedTexts) {
@@ -125,9 +142,23 @@ TEST(TimeStamp, Texts) {
       {INT64_MAX, ""}, {INT64_MIN, ""}};
   // clang-format on
   TimeStamp kept;
+  EXPECT_EQ(kept.Text().text, "");
   for (const auto& [seconds, wanted] : kRows) {
-    EXPECT_EQ(kept.At(seconds), wanted) << seconds;
-    EXPECT_EQ(kept.At(seconds), wanted) << seconds << " again";
+    for (const auto* time : {"first", "again"}) {
+      kept.Set(seconds);
+      EXPECT_EQ(kept.Text().text, wanted) << seconds << ' ' << time;
+    }
+  }
+}
+
+TEST(Counter, Texts) {
+  for (const int32_t start : {-101, -1, 0, 8, 98, 999, 2147483000, INT32_MAX}) {
+    Counter counter(start);
+    for (int64_t wanted = start; wanted < start + int64_t{1200}; ++wanted, counter.Increment()) {
+      const auto value = static_cast<int32_t>(wanted);
+      ASSERT_EQ(counter.Value(), value);
+      ASSERT_EQ(counter.Text().text, std::to_string(value));
+    }
   }
 }
 

@@ -16,9 +16,9 @@ std::string Checked(const char* text, uint32_t flags) {
   const CheckedText atPageEnd(text == nullptr ? nullptr : AtPageEnd({text, std::strlen(text) + 1}),
                               CheckFor(flags));
   EXPECT_EQ(checked.Code(), atPageEnd.Code());
-  EXPECT_EQ(checked.Value(), atPageEnd.Value());
+  EXPECT_EQ(checked.Value().text, atPageEnd.Value().text);
   EXPECT_EQ(checked.IsAccepted(), checked.Code() < TextCode::kNullRefused);
-  return std::to_string(static_cast<int>(checked.Code())) + ' ' + std::string(checked.Value());
+  return std::to_string(static_cast<int>(checked.Code())) + ' ' + std::string(checked.Value().text);
 }
 
 // Each rule bit counts alone, and before all bits that come later.
