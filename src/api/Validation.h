@@ -109,8 +109,9 @@ struct TextCheck {
 // refers to the host's text or to this object.
 class CheckedText {
  public:
-  [[gnu::always_inline]] CheckedText(const char* text, const TextCheck& check) noexcept {
-    if (!AcceptShort(text, check)) Apply(text, check);
+  [[gnu::always_inline]] CheckedText(const char* text, const TextCheck& check) noexcept
+      : value_(ShortText(text, check)) {
+    if (!value_.isPlain) Apply(text, check);
   }
   CheckedText(const CheckedText&) = delete;
   CheckedText& operator=(const CheckedText&) = delete;
@@ -124,18 +125,18 @@ class CheckedText {
  private:
   static constexpr size_t kLongestRepaired = 128;
 
-  // Most texts are short, right and plain: one block tells, in place. No such text has a backslash.
-  [[nodiscard, gnu::always_inline]] bool AcceptShort(const char* text, const TextCheck& check) noexcept {
+  // Most texts are short, right and plain: one block tells, in place. Anything else comes back empty.
+  [[nodiscard, gnu::always_inline]] static session::FreeText ShortText(const char* text,
+                                                                       const TextCheck& check) noexcept {
     const bool isIdentifier = check.rule == TextRule::kIdentifier;
-    if (!isIdentifier && check.rule != TextRule::kLimit) return false;
-    if (text == nullptr || !util::IsBlockReadable(text)) return false;
+    if (!isIdentifier && check.rule != TextRule::kLimit) return {};
+    if (text == nullptr || !util::IsBlockReadable(text)) return {};
     const __m128i block = util::LoadWholeBlock(text);
     const unsigned others = isIdentifier ? FindNonIdentifier(block) : session::FindSpecial(block);
     const auto size = static_cast<size_t>(std::countr_zero(others | 1u << util::kBlock));
-    if (size == 0 || size == util::kBlock || text[size] != '\0') return false;
-    if (isIdentifier && !util::IsAsciiLetter(*text)) return false;
-    value_ = util::Whole{{text, size}};
-    return true;
+    if (size == 0 || size == util::kBlock || text[size] != '\0') return {};
+    if (isIdentifier && !util::IsAsciiLetter(*text)) return {};
+    return util::Whole{{text, size}};
   }
   [[gnu::noinline]] void Apply(const char* text, const TextCheck& check) noexcept;
   // A text that is not empty, and whether nothing in it is special.
