@@ -16,9 +16,11 @@ namespace vantra::session {
 // nothing in it special, and copied as it is.
 struct FreeText {
   constexpr FreeText() noexcept = default;
+  // NOLINTBEGIN(google-explicit-constructor): a record is given any text.
   template <std::convertible_to<std::string_view> Text>
   constexpr FreeText(const Text& any) noexcept : text(any) {}
-  constexpr FreeText(util::Whole plain) noexcept : text(plain.text), isPlain(true) {}
+  constexpr FreeText(const util::Whole& plain) noexcept : text(plain.text), isPlain(true) {}
+  // NOLINTEND(google-explicit-constructor)
 
   std::string_view text;
   bool isPlain = false;
