@@ -25,34 +25,33 @@ __m128i Rotated(__m128i block) noexcept {
   return _mm_add_epi8(block, _mm_sub_epi8(up, down));
 }
 
-// Ones in the last bytes of the block, so many of them, zeros before.
-__m128i LastBytes(size_t count) noexcept {
-  const __m128i place = _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-  return _mm_cmplt_epi8(place, _mm_set1_epi8(static_cast<char>(count)));
+void RotateEach(std::span<char> text) noexcept {
+  for (char& c : text) c = Rotated(c);
+}
+
+// Of a block or more. The last block overlaps the one before it.
+void RotateBlocks(std::span<char> text) noexcept {
+  char* const lastBlock = text.data() + text.size() - util::kBlock;
+  const __m128i last = util::LoadWholeBlock(lastBlock);
+  __m128i least = last;
+  for (char* at = text.data(); at < lastBlock; at += util::kBlock) {
+    const __m128i block = util::LoadWholeBlock(at);
+    least = _mm_min_epu8(least, block);
+    util::StoreBlock(at, Rotated(block));
+  }
+  util::StoreBlock(lastBlock, Rotated(last));
+  // Rotated twice is not rotated.
+  if (util::FindNul(least) != 0) RotateEach(text.subspan(util::BoundedLength(text.data(), text.size())));
 }
 
 }  // namespace
 
 void Obfuscate(std::span<char> text) noexcept {
-  char* at = text.data();
-  char* const end = at + text.size();
-  const __m128i last =
-      text.size() < util::kBlock ? _mm_setzero_si128() : util::LoadWholeBlock(end - util::kBlock);
-  for (; end - at >= static_cast<ptrdiff_t>(util::kBlock); at += util::kBlock) {
-    const __m128i block = util::LoadWholeBlock(at);
-    if (util::FindNul(block) != 0) break;
-    util::StoreBlock(at, Rotated(block));
+  if (text.size() < util::kBlock) {
+    RotateEach(text.first(util::BoundedLength(text.data(), text.size())));
+  } else {
+    RotateBlocks(text);
   }
-  const auto left = static_cast<size_t>(end - at);
-  if (left < util::kBlock && util::FindNul(last) == 0) {
-    // The bytes before those that are left are rotated already.
-    const __m128i mask = LastBytes(left);
-    const __m128i done = util::LoadWholeBlock(end - util::kBlock);
-    util::StoreBlock(end - util::kBlock,
-                     _mm_or_si128(_mm_and_si128(mask, Rotated(last)), _mm_andnot_si128(mask, done)));
-    return;
-  }
-  for (; at != end && *at != '\0'; ++at) *at = Rotated(*at);
 }
 
 }  // namespace vantra::session

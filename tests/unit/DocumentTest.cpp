@@ -117,6 +117,14 @@ TEST(Obfuscation, Texts) {
   for (const char c : all) bytewise += Obfuscated({c});
   EXPECT_EQ(Obfuscated(all), bytewise);
   EXPECT_EQ(Obfuscated(bytewise), all);
+  for (size_t size = 0; size < 50; ++size) {
+    for (size_t nul = 0; nul <= size; ++nul) {
+      std::string text(size, '!'), wanted(size, 'P');
+      text.replace(nul, 1, nul < size ? 1 : 0, '\0');
+      wanted.replace(nul, wanted.npos, text, nul);
+      ASSERT_EQ(Obfuscated(text), wanted) << size << ' ' << nul;
+    }
+  }
 }
 
 TEST(DocumentName, Texts) {
