@@ -1,14 +1,14 @@
-// What surrounds the work of every exported call: the exception guard outside, the lock and the entry trace
-// inside, and the way in which the work reports.
+// What surrounds the work of every exported call: the exception guard and the lock, and the way in which the
+// work reports.
 #pragma once
 
 #include <cstdint>
 #include <string_view>
 
 #include "api/Messages.h"
-#include "api/Mutex.h"
 #include "log/Logger.h"
 #include "util/GlobalItems.h"
+#include "util/Mutex.h"
 
 namespace vantra::api {
 
@@ -31,15 +31,6 @@ void Trace(const Message& message, std::string_view usageKey, int64_t optIn) noe
 void Report(const Message& message, std::string_view value) noexcept;
 void Report(const Message& message, int64_t number) noexcept;
 
-// Held by a wrapper from its first action to its last.
-class Frame {
- public:
-  explicit Frame(const Message& entryTrace) noexcept { Trace(entryTrace); }
-
- private:
-  MutexScope lock_;
-};
-
 // What the exception guard of an export says and returns.
 struct ExportRow {
   Message exception;
@@ -49,14 +40,14 @@ struct ExportRow {
 // Logs for the unit of the exports, at DEBUG.
 void ReportException(const Message& message) noexcept;
 
-// The export's own result, or the failure of its row when anything is thrown, and when a host calls as the
-// process ends, after the library has been torn down. Hardware faults are not caught: they go on to the
-// process's filter.
+// The export's own result, worked out while the lock is held; the failure of its row when anything is thrown,
+// and when a host calls as the process ends, after the library has been torn down. Hardware faults are not
+// caught: they go on to the host's handlers and to the process's filter.
 template <class Work>
 int32_t Guard(const ExportRow& row, Work&& work) noexcept {
   if (util::GlobalItems::AreReleased()) return row.failure;
   try {
-    return work();
+    return util::WithLock(work);
   } catch (...) {
     ReportException(row.exception);
     return row.failure;

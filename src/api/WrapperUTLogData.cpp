@@ -45,7 +45,7 @@ int32_t Result(bool isDone, const Message& failure) noexcept {
 }  // namespace
 
 int32_t WrapperUTInitialize(const char* pcUsagekey, bool crashHandling, const char* agentFolder) {
-  const Frame frame(entry::kInitialize);
+  Trace(entry::kInitialize);
   const CheckedArgument key(nullptr, pcUsagekey, kUsageKeyCheck, refusal::kUsageKey);
   if (!key.IsAccepted()) return kFailure;
   settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
@@ -57,7 +57,7 @@ int32_t WrapperUTInitialize(const char* pcUsagekey, bool crashHandling, const ch
 
 int32_t WrapperUTStartSession(void** session, const char* pcAppFamily, const char* pcAppName,
                               const char* pcAppversion, const char* pcAppbuild, const char* pcApplanguage) {
-  const Frame frame(entry::kStartSession);
+  Trace(entry::kStartSession);
   if (session == nullptr) return kFailure;
   *session = nullptr;
   const CheckedArgument family(nullptr, pcAppFamily, kProductCheck, refusal::kAppFamily);
@@ -75,7 +75,7 @@ int32_t WrapperUTStartSession(void** session, const char* pcAppFamily, const cha
 }
 
 int32_t WrapperUTAddToSession(void* session, const char* pcKey, const char* pcValue) {
-  const Frame frame(entry::kAddToSession);
+  Trace(entry::kAddToSession);
   UsageSession* const open = FindSession(session, progress::kAddToSessionValid);
   if (open == nullptr) return kFailure;
   const CheckedArgument key(open, pcKey, kKeyCheck, refusal::kKey);
@@ -88,7 +88,7 @@ int32_t WrapperUTAddToSession(void* session, const char* pcKey, const char* pcVa
 
 int32_t WrapperUTLogEvent(void* session, const char* pcCategory, const char* pcSubCategory,
                           const char* pcEventName, const char* docId, uint32_t docIdLength) {
-  const Frame frame(entry::kLogEvent);
+  Trace(entry::kLogEvent);
   UsageSession* const open = FindSession(session, progress::kLogEventValid);
   if (open == nullptr) return kFailure;
   const CheckedDocumentId document = CheckDocumentId(docId, docIdLength);
@@ -109,7 +109,7 @@ int32_t WrapperUTLogEvent(void* session, const char* pcCategory, const char* pcS
 int32_t WrapperUTNewDataGroup(void* session, const char* pcCategory, const char* pcSubCategory,
                               const char* pcGroupName, uint32_t* groupId, const char* docId,
                               uint32_t docIdLength) {
-  const Frame frame(entry::kNewDataGroup);
+  Trace(entry::kNewDataGroup);
   UsageSession* const open = FindSession(session, progress::kNewDataGroupValid);
   if (open == nullptr) return kFailure;
   const CheckedDocumentId document = CheckDocumentId(docId, docIdLength);
@@ -129,7 +129,7 @@ int32_t WrapperUTNewDataGroup(void* session, const char* pcCategory, const char*
 }
 
 int32_t WrapperUTAddToGroup(void* session, uint32_t groupId, const char* pcKey, const char* pcValue) {
-  const Frame frame(entry::kAddToGroup);
+  Trace(entry::kAddToGroup);
   UsageSession* const open = FindSession(session, progress::kAddToGroupValid);
   if (open == nullptr) return kFailure;
   const CheckedArgument key(open, pcKey, kKeyCheck, refusal::kKey);
@@ -140,7 +140,7 @@ int32_t WrapperUTAddToGroup(void* session, uint32_t groupId, const char* pcKey, 
 }
 
 int32_t WrapperUTCloseSession(void** session) {
-  const Frame frame(entry::kCloseSession);
+  Trace(entry::kCloseSession);
   UsageSession* const open =
       session == nullptr ? nullptr : FindSession(*session, progress::kCloseSessionValid);
   if (open == nullptr) return kFailure;
@@ -149,48 +149,48 @@ int32_t WrapperUTCloseSession(void** session) {
 }
 
 int32_t WrapperUTGetOptIn(int32_t* value) {
-  const Frame frame(entry::kGetOptIn);
+  Trace(entry::kGetOptIn);
   return Result(OptInGet(settings::OptInPolicy::Instance().UsageKey().c_str(), *value));
 }
 
 int32_t WrapperUTSetOptIn(int32_t value) {
-  const Frame frame(entry::kSetOptIn);
+  Trace(entry::kSetOptIn);
   return Result(OptInSet(settings::OptInPolicy::Instance().UsageKey().c_str(), value));
 }
 
 int32_t WrapperUTOptInGet(const char* pcUsagekey, int32_t* value) {
-  const Frame frame(entry::kOptInGet);
+  Trace(entry::kOptInGet);
   return Result(OptInGet(pcUsagekey, *value));
 }
 
 int32_t WrapperUTOptInSet(const char* pcUsagekey, int32_t value) {
-  const Frame frame(entry::kOptInSet);
+  Trace(entry::kOptInSet);
   return Result(OptInSet(pcUsagekey, value));
 }
 
 int32_t WrapperUTGetDemographic(const char* pcKey, char* buffer, size_t* size) {
-  const Frame frame(entry::kGetDemographic);
+  Trace(entry::kGetDemographic);
   return Result(GetDemographicHelper(nullptr, pcKey, buffer, size), refusal::kGetDemographic);
 }
 
 int32_t WrapperUTSetDemographic(const char* pcKey, const char* pcValue) {
-  const Frame frame(entry::kSetDemographic);
+  Trace(entry::kSetDemographic);
   return Result(SetDemographicHelper(nullptr, pcKey, pcValue), refusal::kSetDemographic);
 }
 
 int32_t WrapperUTGetNonDefaultDemographic(const char* pcSubkey, const char* pcKey, char* buffer,
                                           size_t* size) {
-  const Frame frame(entry::kGetNonDefaultDemographic);
+  Trace(entry::kGetNonDefaultDemographic);
   return Result(GetDemographicHelper(pcSubkey, pcKey, buffer, size), refusal::kGetNonDefaultDemographic);
 }
 
 int32_t WrapperUTSetNonDefaultDemographic(const char* pcSubkey, const char* pcKey, const char* pcValue) {
-  const Frame frame(entry::kSetNonDefaultDemographic);
+  Trace(entry::kSetNonDefaultDemographic);
   return Result(SetDemographicHelper(pcSubkey, pcKey, pcValue), refusal::kSetNonDefaultDemographic);
 }
 
 int32_t WrapperUTSetSerializationState(int32_t state) {
-  const Frame frame(entry::kSetSerializationState);
+  Trace(entry::kSetSerializationState);
   settings::OptInPolicy::Instance().SetReleaseState(state);
   Trace(values::kSerializationState, state);
   return kSuccess;

@@ -1,5 +1,5 @@
-// The validating workers behind the exports, one each. A worker holds the lock, traces its entry, checks its
-// arguments in their order and does its work; it may throw, which its export contains.
+// The validating workers behind the exports, one each. A worker runs while its export holds the lock, traces
+// its entry, checks its arguments in their order and does its work; it may throw, which its export contains.
 #pragma once
 
 #include <cstddef>
