@@ -8,12 +8,15 @@
 
 namespace vantra::util {
 
+// The most precise clock that this Windows has, set as the library is loaded; the plain one until then.
+extern decltype(&GetSystemTimeAsFileTime) getSystemTime;
+
 // Whole seconds since 1970-01-01 UTC.
 [[nodiscard]] inline int64_t UtcSeconds() noexcept {
   constexpr uint64_t kTicksPerSecond = 10'000'000;
   constexpr int64_t kFrom1601To1970 = 11'644'473'600;
   FILETIME now;
-  GetSystemTimePreciseAsFileTime(&now);
+  getSystemTime(&now);
   const uint64_t ticks = (static_cast<uint64_t>(now.dwHighDateTime) << 32) | now.dwLowDateTime;
   return static_cast<int64_t>(ticks / kTicksPerSecond) - kFrom1601To1970;
 }

@@ -1,8 +1,8 @@
-// The only file that includes windows.h.
+// The only file that includes windows.h. What is newer than Windows 7 is looked up at run time, never imported.
 #pragma once
 
 #ifndef _WIN32_WINNT
-#define _WIN32_WINNT 0x0602
+#define _WIN32_WINNT 0x0601
 #endif
 #ifndef WIN32_LEAN_AND_MEAN
 #define WIN32_LEAN_AND_MEAN
