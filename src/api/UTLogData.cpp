@@ -47,6 +47,11 @@ bool IsTrue(const bool& flag) noexcept {
 
 using namespace vantra::api;
 
+// Of the C++ runtime: gives back the memory that it keeps for exceptions thrown when there is none.
+namespace __gnu_cxx {
+void __freeres() noexcept;
+}
+
 extern "C" {
 
 int32_t UTInitialize(const char* pcUsagekey, bool crashHandling, const char* agentFolder) {
@@ -137,6 +142,8 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID reserved) {
   } catch (...) {
     ReportException(kDetachException);
   }
+  // The end of the process gives back everything at once.
+  if (reserved == nullptr) __gnu_cxx::__freeres();
   return TRUE;
 }
 
