@@ -21,18 +21,23 @@ std::wstring Stem(std::string_view family, std::string_view name, std::string_vi
 
 }  // namespace
 
-SessionFile::SessionFile(std::wstring logsFolder, bool obfuscate, std::string_view family,
-                         std::string_view name, std::string_view user, std::string_view sessionId)
-    : folder_(std::move(logsFolder)), stem_(Stem(family, name, user, sessionId)), obfuscate_(obfuscate) {}
+SessionFile::SessionFile(std::wstring logsFolder, bool obfuscate, std::string_view usageKey,
+                         std::string_view family, std::string_view name, std::string_view user,
+                         std::string_view sessionId)
+    : folder_(std::move(logsFolder)),
+      stem_(Stem(family, name, user, sessionId)),
+      usageKey_(usageKey),
+      obfuscate_(obfuscate) {}
 
 std::wstring SessionFile::PathWithExtension(std::wstring_view extension) const {
   return (folder_ + stem_).append(L"_").append(std::to_wstring(index_)).append(extension);
 }
 
 bool SessionFile::Open() {
-  if (!IsFolderKnown() || stem_.empty() || !util::IsFolder(folder_)) return false;
+  if (isSealed_ || !IsFolderKnown() || stem_.empty() || !util::IsFolder(folder_)) return false;
   path_ = PathWithExtension(L".tmp");
   file_ = util::OpenReadWrite(path_);
+  if (IsOpen() && isNameUsed_ && !SetEndOfFile(file_.Get())) Close();
   if (!IsOpen()) path_.clear();
   return IsOpen();
 }
@@ -42,8 +47,9 @@ bool SessionFile::Begin() {
 }
 
 bool SessionFile::Finish() {
-  if (settings::GetAgentPath().empty() || !settings::OptInPolicy::Instance().IsConsentGiven()) {
-    if (IsFolderKnown()) util::DeleteMatching(folder_, L"*.*", false);
+  if (settings::GetAgentPath().empty() || !IsDeliveryAllowed()) {
+    EmptyFolder();
+    isNameUsed_ = true;
     return false;
   }
   const std::wstring target = PathWithExtension(obfuscate_ ? L".rdy" : L".xml");
@@ -57,6 +63,18 @@ bool SessionFile::Finish() {
     if (settings::IsSendOn()) settings::StartTransportAgent(target);
   }
   return true;
+}
+
+bool SessionFile::IsDeliveryAllowed() const {
+  return settings::OptInPolicy::Instance().IsDeliveryAllowed(usageKey_);
+}
+
+void SessionFile::EmptyFolder() {
+  if (IsFolderKnown()) util::DeleteMatching(folder_, L"*.*", false);
+}
+
+void SessionFile::HeedWithdrawal() {
+  if (!IsDeliveryAllowed()) EmptyFolder();
 }
 
 void SessionFile::Abandon() {

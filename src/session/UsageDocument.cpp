@@ -136,8 +136,9 @@ void AppendResumeSession(util::TextBuffer& out, std::string_view id, const Produ
          Literal{"\" ProductName=\""}, Raw{product.name}, Literal{"\" ProductVersion=\""},
          Raw{product.version}, Literal{"\" ProductBuild=\""}, Raw{product.build},
          Literal{"\" ProductLanguage=\""}, Raw{product.language}, Literal{"\" SessionStartTime=\""},
-         Raw{startTime}, Literal{"\" User=\""}, Raw{user}, Literal{"\" time=\""}, stamp.time.Text(),
-         Literal{"\" seq=\""}, stamp.seq.Text(), Literal{kRecordEnd});
+         Raw{startTime}, Literal{"\" User=\""}, Raw{user.empty() ? std::string_view(kNoValue) : user},
+         Literal{"\" time=\""}, stamp.time.Text(), Literal{"\" seq=\""}, stamp.seq.Text(),
+         Literal{kRecordEnd});
 }
 
 }  // namespace vantra::session

@@ -54,7 +54,8 @@ void AppendDataRec(util::TextBuffer& out, int32_t group, const FreeText& name, c
 void AppendEndSession(util::TextBuffer& out, std::string_view id, const RecordStamp& stamp);
 void AppendSplitSession(util::TextBuffer& out, std::string_view id, const RecordStamp& stamp);
 
-// The product texts are written as they are, unlike in the session's header block.
+// Product texts and user are written as they are, unlike in the session's header block; an unknown user is
+// "NOVALUE".
 void AppendResumeSession(util::TextBuffer& out, std::string_view id, const ProductTexts& product,
                          std::string_view startTime, std::string_view user, const RecordStamp& stamp);
 

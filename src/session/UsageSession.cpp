@@ -34,7 +34,8 @@ std::unique_ptr<UsageSession> UsageSession::Create(const ProductTexts& product,
 
 UsageSession::UsageSession(const ProductTexts& product, std::wstring logsFolder, bool enabled,
                            std::string user, std::string id)
-    : file_(std::move(logsFolder), settings::IsObfuscationOn(), product.family, product.name, user, id),
+    : file_(std::move(logsFolder), settings::IsObfuscationOn(), settings::OptInPolicy::Instance().UsageKey(),
+            product.family, product.name, user, id),
       enabled_(enabled),
       id_(std::move(id)),
       user_(std::move(user)),
@@ -126,12 +127,19 @@ void UsageSession::Split() {
 }
 
 void UsageSession::Close() {
-  if (!enabled_ || !file_.IsOpen()) return;
-  EndSession();
-  if (!enabled_ || !file_.IsOpen()) return;
+  if (IsWriting()) EndSession();
+  if (!IsWriting()) {
+    file_.HeedWithdrawal();
+    return;
+  }
   enabled_ = false;
   file_.Close();
   static_cast<void>(file_.Finish());
+}
+
+void UsageSession::Silence() noexcept {
+  enabled_ = false;
+  file_.Seal();
 }
 
 }  // namespace vantra::session

@@ -1,6 +1,7 @@
 // One run of a host product's recording, from its start call to its close call.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <list>
 #include <memory>
@@ -38,8 +39,16 @@ class UsageSession {
   // Writes nothing when name or value is absent. The group's number is not checked.
   void AddToGroup(int32_t group, const FreeText& name, const FreeText& value);
 
-  // Ends the document and finishes its file, when there is one.
+  // Ends the document and finishes its file, when there is one. A user who has withdrawn is heeded in any
+  // case.
   void Close();
+
+  // Closes the file and records nothing from now on. Also for the crash filter, which may come in the middle
+  // of another thread's call.
+  void Silence() noexcept;
+
+  // True for the first caller, which writes the session's crash document.
+  [[nodiscard]] bool ClaimCrashDocument() noexcept { return !isCrashDocumentClaimed_.test_and_set(); }
 
   [[nodiscard]] bool IsEnabled() const noexcept { return enabled_; }
   [[nodiscard]] int32_t SessionGroup() const noexcept { return sessionGroup_; }
@@ -56,6 +65,7 @@ class UsageSession {
   UsageSession(const ProductTexts& product, std::wstring logsFolder, bool enabled, std::string user,
                std::string id);
 
+  [[nodiscard]] bool IsWriting() const noexcept { return enabled_ && file_.IsOpen(); }
   // The present time and the number of the next record, good until it is written.
   [[nodiscard]] const RecordStamp& Stamp() noexcept;
   void Start();
@@ -85,6 +95,7 @@ class UsageSession {
   std::string startTime_;
   util::TextBuffer record_;
   RecordStamp stamp_;
+  std::atomic_flag isCrashDocumentClaimed_;
 };
 
 // The open sessions of the process, in the order of their starts.

@@ -31,6 +31,11 @@ bool OptInPolicy::IsAllowedByGroupPolicy() {
   return key.Query(L"enabled") != L"0";
 }
 
+bool OptInPolicy::IsDeliveryAllowed(std::string_view usageKey) {
+  optIn_ = GetOptIn(usageKey_);
+  return IsConsentGiven() && (usageKey == usageKey_ || GetOptIn(usageKey) != kOptedOut);
+}
+
 const std::string& OptInPolicy::FetchUserIdentifier() {
   if (userIdentifier_.empty()) userIdentifier_ = GetUserIdentifier();
   return userIdentifier_;

@@ -29,6 +29,11 @@ class OptInPolicy : public util::GlobalItem {
     return optIn_ == kOptedIn || (optIn_ == kUndecided && releaseState_ == 0);
   }
 
+  // Whether a document that was recorded under the usage key may leave, by what is stored now: another
+  // process may have changed it. The declared key must consent, and the document's own must not be opted out.
+  // Logs nothing.
+  [[nodiscard]] bool IsDeliveryAllowed(std::string_view usageKey);
+
   // Numbers other than 0 to 3 are ignored.
   void SetReleaseState(int32_t state) noexcept {
     if (state >= 0 && state < 4) releaseState_ = static_cast<uint32_t>(state);
