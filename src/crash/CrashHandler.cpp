@@ -7,6 +7,7 @@
 #include "settings/OptInPolicy.h"
 #include "util/Files.h"
 #include "util/GlobalItems.h"
+#include "util/Mutex.h"
 #include "util/UniqueHandle.h"
 
 namespace vantra::crash::CrashHandler {
@@ -28,35 +29,65 @@ struct State {
 };
 constinit State state;
 
-// Threads may crash together; each that finds a set free records. What does not find one lets the process
-// die.
-struct CrashBuffers {
-  volatile LONG isTaken = FALSE;
-  MiniSessionBuffers buffers{};
-};
-constinit CrashBuffers crashBuffers[4];
+// One set, since one thread at a time works for a crash.
+constinit MiniSessionBuffers buffers;
 
-class TakenBuffers {
+// Repeats the attempt until it succeeds or the time is over.
+template <class Attempt>
+bool TryFor(ULONGLONG milliseconds, Attempt&& attempt) noexcept {
+  const ULONGLONG end = GetTickCount64() + milliseconds;
+  while (!attempt()) {
+    if (GetTickCount64() >= end) return false;
+    Sleep(1);
+  }
+  return true;
+}
+
+// Threads may crash together. One works at a time; the others wait for it, since the process ends when the
+// first of them leaves the filter. Not given to a thread whose own work has crashed.
+class Turn {
  public:
-  TakenBuffers() noexcept {
-    for (CrashBuffers& set : crashBuffers) {
-      if (InterlockedExchange(&set.isTaken, TRUE) != FALSE) continue;
-      set_ = &set;
-      return;
-    }
+  Turn() noexcept {
+    constexpr ULONGLONG kLongestWait = 3000;
+    const auto self = static_cast<LONG>(GetCurrentThreadId());
+    LONG worker = 0;
+    TryFor(kLongestWait, [&] {
+      worker = InterlockedCompareExchange(&worker_, self, 0);
+      return worker == 0 || worker == self;
+    });
+    isGiven_ = worker == 0;
   }
-  TakenBuffers(const TakenBuffers&) = delete;
-  TakenBuffers& operator=(const TakenBuffers&) = delete;
-  ~TakenBuffers() {
-    if (set_ != nullptr) InterlockedExchange(&set_->isTaken, FALSE);
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+  ~Turn() {
+    if (isGiven_) InterlockedExchange(&worker_, 0);
   }
 
-  [[nodiscard]] MiniSessionBuffers* Get() const noexcept {
-    return set_ == nullptr ? nullptr : &set_->buffers;
+  [[nodiscard]] explicit operator bool() const noexcept { return isGiven_; }
+
+ private:
+  static constinit volatile LONG worker_;
+
+  bool isGiven_;
+};
+constinit volatile LONG Turn::worker_ = 0;
+
+// Keeps other threads out of the sessions while the filter goes through them. A thread that does not leave in
+// time, because it crashed in a call itself perhaps, is not waited for.
+class LockIfFree {
+ public:
+  LockIfFree() noexcept : mutex_(util::Mutex::Instance()) {
+    constexpr ULONGLONG kLongestWait = 50;
+    if (mutex_ != nullptr && !TryFor(kLongestWait, [this] { return mutex_->TryLock(); })) mutex_ = nullptr;
+  }
+  LockIfFree(const LockIfFree&) = delete;
+  LockIfFree& operator=(const LockIfFree&) = delete;
+  ~LockIfFree() {
+    if (mutex_ != nullptr) mutex_->Unlock();
   }
 
  private:
-  CrashBuffers* set_ = nullptr;
+  util::Mutex* mutex_;
 };
 
 void Log(std::string_view step, int line) noexcept { logger->Info(step, "..\\CrashHandler", line); }
@@ -191,14 +222,17 @@ bool RecoverSetUnhandledExceptionFilter() {
 
 LONG WINAPI CustomUnhandledExceptionFilter(EXCEPTION_POINTERS* exception) noexcept {
   Log("CrashHandler::CustomUnhandledExceptionFilter", 158);
-  try {
-    if (settings::OptInPolicy::Instance().IsConsentGiven()) {
-      LogCrashInfo(exception);
-    } else {
-      DeleteLogs();
+  if (const Turn turn; turn) {
+    const LockIfFree lock;
+    try {
+      if (settings::OptInPolicy::Instance().IsConsentGiven()) {
+        LogCrashInfo(exception);
+      } else {
+        DeleteLogs();
+      }
+    } catch (...) {
+      // The process is dying already; what could be recorded is.
     }
-  } catch (...) {
-    // The process is dying already; what could be recorded is.
   }
   SetUnhandledExceptionFilter(nullptr);
   state.previousFilter = nullptr;
@@ -210,24 +244,24 @@ void LogCrashInfo(const EXCEPTION_POINTERS* exception) {
   Log(kStep, 183);
   if (exception == nullptr) return;
   Log(kStep, 189);
-  const TakenBuffers taken;
-  if (taken.Get() == nullptr) return;
   const std::string& user = settings::OptInPolicy::Instance().KnownUserIdentifier();
-  for (const session::UsageSession* open : *state.openSessions) {
+  for (session::UsageSession* open : *state.openSessions) {
     Log(kStep, 194);
+    if (!open->ClaimCrashDocument()) continue;
     const session::ProductTexts product = open->Product();
     MiniSession crash({.first = product.family, .second = product.name, .third = open->Id(), .user = user},
-                      open->File().Obfuscated(), open->File().Folder(), *taken.Get());
+                      open->File().Obfuscated(), open->File().Folder(), buffers);
     crash.CreateCrashFile();
   }
 }
 
 void DeleteLogs() {
   Log("CrashHandler::DeleteLogs", 216);
+  // All of them before anything is deleted: another thread would make its file anew.
   const std::wstring* folder = nullptr;
   for (session::UsageSession* open : *state.openSessions) {
     if (folder == nullptr && open->File().IsFolderKnown()) folder = &open->File().Folder();
-    open->File().Close();
+    open->Silence();
   }
   if (folder != nullptr) util::DeleteMatching(*folder, L"*.*", false);
 }

@@ -1,8 +1,8 @@
 // Records a crash of the host, and keeps the filter that does so in place.
 //
-// Everything reached from the filter is written for a dying process: no lock, no registry, no shell, no
-// waiting, memory that was there before the crash. Other threads may still run, so it works on the sessions
-// as they stand.
+// Everything reached from the filter is written for a dying process: no registry, no shell, memory that was
+// there before the crash. Other threads may still run: the filter takes the lock if it gets it soon, and else
+// works on the sessions as they stand.
 #pragma once
 
 #include "session/UsageSession.h"
@@ -18,10 +18,10 @@ bool SetCrashHandler(const session::SessionList& openSessions);
 // dies as it would have, and the filter that was there before is not called.
 LONG WINAPI CustomUnhandledExceptionFilter(EXCEPTION_POINTERS* exception) noexcept;
 
-// One crash document for each open session.
+// One crash document for each open session that has none yet.
 void LogCrashInfo(const EXCEPTION_POINTERS* exception);
 
-// Closes the sessions' files and deletes every file of their folder.
+// Silences the sessions and deletes every file of their folder.
 void DeleteLogs();
 
 // Overwrites the entry of SetUnhandledExceptionFilter, so that nobody replaces the filter. Nonzero on
