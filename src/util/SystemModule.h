@@ -2,16 +2,25 @@
 // all.
 #pragma once
 
+#include <iterator>
+#include <string_view>
+
 #include "util/UniqueHandle.h"
 
 namespace vantra::util {
 
 // Loaded from the system folder alone, as long as this lives: a file of that name anywhere else is nobody's
-// business.
+// business. By its path, since an unpatched Windows 7 knows no flag for that folder.
 class SystemModule {
  public:
-  explicit SystemModule(const wchar_t* name) noexcept
-      : module_(LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {}
+  explicit SystemModule(std::wstring_view name) noexcept {
+    wchar_t path[2 * MAX_PATH];
+    const UINT length = GetSystemDirectoryW(path, MAX_PATH);
+    if (length == 0 || length + 1 + name.size() >= std::size(path)) return;
+    path[length] = L'\\';
+    path[length + 1 + name.copy(path + length + 1, name.size())] = L'\0';
+    module_.Reset(LoadLibraryExW(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+  }
 
   // Null when the function or the whole module is not there.
   template <class Function>

@@ -26,6 +26,10 @@ headers() {
     strangers=$(echo "$headers" | sed -n 's/^.*DLL Name: //p' | grep -Evx "($known)\.dll" || true)
     [ "$strangers" = "$([ $image != vantra-demo.exe ] || echo Vantra.dll)" ] || fail "$image imports $strangers"
   done
+  # A new import joins the list once Windows 7 is known to have it; what it has not is looked up at run time.
+  $tool-objdump -p "$build/Vantra.dll" | sed -n 's/^\t[0-9a-f]*\t *[0-9]*  \([A-Za-z_]\)/\1/p' | sort >imported
+  newer=$(comm -23 imported "$source/tests/package/windows-7.txt")
+  [ -s imported ] && [ -z "$newer" ] || fail "Vantra.dll imports $newer: is it in Windows 7?"
   $tool-objdump -p "$build/Vantra.dll" | sed -n 's/^\t\[ *[0-9]*\] \([A-Za-z_].*\)$/\1/p' | sort >exported
   sed -n 's/^.*[ *]\(UT[A-Za-z]*\)(.*$/\1/p' "$source/include/vantra/vantra.h" | sort -u >declared
   [ "$(wc -l <exported)" = 16 ] && diff declared exported || fail "these are not the sixteen"
