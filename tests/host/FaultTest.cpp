@@ -143,6 +143,26 @@ TEST_F(Fault, FailedWriteSilencesTheSession) {
   EXPECT_EQ(AgentStarts().size(), 4u);
 }
 
+// A session that has no file, or is silent, heeds a withdrawal at its close all the same.
+TEST_F(Fault, WithdrawalWithoutAFile) {
+  if (!LimitFiles(~uint64_t{0})) GTEST_SKIP() << "no limit can be set here";
+  RunHost([](Library& ut) {
+    for (const bool isSilent : {false, true}) {
+      fs::rename(Logs(), AgentFolder() / "Moved");
+      if (isSilent) fs::create_directories(Logs());
+      EXPECT_TRUE(LimitFiles(100));
+      void* session = ut.Open();
+      EXPECT_TRUE(LimitFiles(~uint64_t{0}));
+      if (!isSilent) fs::create_directories(Logs());
+      WriteFile(Logs() / "other.xml", "x");
+      ut.SetOptIn(0);
+      EXPECT_EQ(ut.CloseSession(&session), 0);
+      EXPECT_EQ(FilesIn(Logs()), Lines()) << isSilent;
+      fs::remove_all(AgentFolder() / "Moved");
+    }
+  });
+}
+
 // A session needs more than ten mebibytes of free space when it starts.
 TEST_F(Fault, SmallVolume) {
   for (const int size : {10'485'760, 10'485'760 + 4096}) {

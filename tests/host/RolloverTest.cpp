@@ -1,4 +1,6 @@
 // How a session goes on in another file, and what becomes of its files in the end.
+#include <windows.h>
+
 #include <functional>
 
 #include "HostTest.h"
@@ -99,6 +101,7 @@ TEST_F(Rollover, CloseKeepsOrDeletesAllFiles) {
         {"OptedIn", [] {}, "TRUE"}, {"OptedOut", [&] { ut.SetOptIn(0); }, ""},
         {"OptedOutElsewhere", [] { SetValue(Hive::kUser, std::string(kUsage) + "\\MyProduct", "OptIn", "sz:0"); }, ""},
         {"Undecided", [&] { ut.SetOptIn(-1); }, ""}, {"OtherKey", [&] { ut.OptInSet("Other", 0); }, "TRUE"},
+        {"OwnKeyBeforeAnother", [&] { ut.SetOptIn(0), ut.Initialize("Next", false, nullptr), ut.SetOptIn(1); }, ""},
         {"AgentGone", [&] { fs::rename(agent, gone); }, ""},
         {"OptedOutPreRelease", [&] { ut.SetSerializationState(0), ut.SetOptIn(0); }, ""},
         {"UndecidedPreRelease", [&] { ut.SetSerializationState(0), ut.SetOptIn(-1); }, "UNKNOWN"}};
@@ -123,13 +126,19 @@ TEST_F(Rollover, CloseKeepsOrDeletesAllFiles) {
   });
 }
 
-// Without consent a full document is deleted, and its successor counts as full from the first.
+// Without consent, which another process takes back here, a full document is deleted, and its successor
+// counts as full from the first. One that somebody reads cannot be deleted, and nothing of it is left in its
+// successor.
 TEST_F(Rollover, WithoutConsentDeletes) {
   RunHost([](Library& ut) {
     void* session = ut.Open();
     WriteFile(Logs() / "other.xml", "x");
-    ut.SetOptIn(0);
+    SetValue(Hive::kUser, std::string(kUsage) + "\\MyProduct", "OptIn", "sz:0");
+    const HANDLE reader = CreateFileW(OpenFile().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                      nullptr, OPEN_EXISTING, 0, nullptr);
     FillTo(ut, session, kFull);
+    EXPECT_EQ(Records(ReadFile(OpenFile())).size(), 1u);
+    CloseHandle(reader);
     for (int i = 0; i < 3; ++i) {
       EXPECT_EQ(FilesIn(Logs()).size(), 1u);
       EXPECT_TRUE(OpenFile().string().ends_with("_0.tmp"));

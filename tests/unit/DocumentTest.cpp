@@ -35,6 +35,7 @@ TEST(UsageDocument, RecordTexts) {
 <SplitSession id="i<" time="2011-03-04T05:06:07Z" seq="7" />
 </UsageDoc>
 <ResumeSession id="i&" ProductFamily="F<>" ProductName="N&"n"" ProductVersion="" ProductBuild="7\8" ProductLanguage="l" SessionStartTime="then" User="u'r" time="2011-03-04T05:06:07Z" seq="7" />
+<ResumeSession id="" ProductFamily="" ProductName="" ProductVersion="" ProductBuild="" ProductLanguage="" SessionStartTime="" User="NOVALUE" time="" seq="-1" />
 <EndSession id="i" time="" seq="-1" />
 </UsageDoc>
 )";
@@ -51,6 +52,7 @@ TEST(UsageDocument, RecordTexts) {
     for (const int32_t group : {9, 10}) AppendDataRec(out, group, "n", "d", none);
     AppendSplitSession(out, "i<", stamp);
     AppendResumeSession(out, "i&", {"F<>", "N&\"n\"", "", "7\\8", "l"}, "then", "u'r", stamp);
+    AppendResumeSession(out, "", {}, "", "", none);
     AppendEndSession(out, "i", none);
     EXPECT_EQ(out.Text(), all);
     if (all != wanted) out.ShrinkBeyond(wanted.size());
