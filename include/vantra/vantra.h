@@ -65,10 +65,10 @@ extern "C" {
  *                       recorded (or, without consent, that the documents are deleted). The previous
  *                       unhandled-exception filter is not called any more, and later calls of
  *                       SetUnhandledExceptionFilter have no effect until the library is unloaded.
- * @param agentFolder    Folder of Sendrix2.exe; a relative one counts from the folder that is current now. NULL
- *                       keeps the present choice (at first: none). Without a usable one the agent is looked
- *                       for beside the host's executable, then in the folder that the registry value Agent
- *                       names.
+ * @param agentFolder    Folder of Sendrix2.exe; a relative one counts from the folder that is current now.
+ *                       NULL keeps the present choice (at first: none). Without a usable one the agent is
+ *                       looked for beside the host's executable, then in the folder that the registry value
+ *                       Agent names.
  * @return 0, or 1 when the usage key is refused.
  */
 int32_t UTInitialize(const char* pcUsagekey, bool crashHandling, const char* agentFolder);
