@@ -1,10 +1,13 @@
 /**
  * For the tests of a host: what did an action record? Needs no test framework.
  *
- *     vantra::testkit::World world("MyProduct");  // a user of its own, who consents
- *     SaveDrawing();                              // the host's code, which calls Vantra as ever
- *     EXPECT_TRUE(world.HasEvent("File", "Menu", "Save"));
+ *     using namespace vantra::testkit;
+ *     World world("MyProduct");  // a user of its own, who consents
+ *     SaveDrawing();             // the host's code, which calls Vantra as ever
+ *     EXPECT_TRUE(world.HasEvent("File", "Menu", "Save")) << world.Print();
  *     EXPECT_EQ(world.Value("Shapes", "Circles"), "17");
+ *     EXPECT_EQ(world.Difference({Event("File", "Menu", "Save"), Group("Drawing", "Size", "Shapes"),
+ *                                 Value("Shapes", "Circles", "17")}), "");  // these, and nothing else
  *
  * C++20, for Windows; includes windows.h. Failures to make a world are thrown as std::runtime_error.
  */
@@ -15,12 +18,15 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <optional>
+#include <ostream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -32,6 +38,7 @@ namespace vantra::testkit {
 struct Record {
   std::string session;  // the identifier of its session
   std::string element;  // "EventRec", "NewGroup", "DataRec", ...
+  std::string group;    // the name of its group, from World::Records
   std::map<std::string, std::string, std::less<>> attributes;
 
   /** An attribute's value; empty when there is none. */
@@ -88,15 +95,62 @@ inline std::wstring Wide(std::string_view utf8) {
   return std::filesystem::path(std::u8string(utf8.begin(), utf8.end())).wstring();
 }
 
+// A label or a value as the library records it.
+inline std::string Free(std::string_view text, size_t limit) {
+  text = text.substr(0, std::min(text.find('\0'), limit));
+  return std::string(text.empty() ? "NOVALUE" : text);
+}
+
+inline bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+
+// A key, category or name as the library records it; an empty one is refused, and stays empty here.
+inline std::string Identifier(std::string_view text) {
+  std::string name(text.substr(0, text.find('\0')));
+  if (!name.empty() && !IsLetter(name.front())) name.insert(0, "SK_");
+  name.resize(std::min<size_t>(name.size(), 128));
+  std::ranges::replace_if(
+      name, [](char c) { return !IsLetter(c) && !(c >= '0' && c <= '9'); }, '_');
+  return name;
+}
+
 }  // namespace detail
+
+/** What a call of the host recorded. Made by the three functions below; printed as one line. */
+struct Item {
+  std::string_view kind;  // "event", "group" or "value"
+  std::array<std::string, 3> texts;
+
+  bool operator==(const Item&) const = default;
+  friend std::ostream& operator<<(std::ostream& out, const Item& item) {
+    out << item.kind;
+    for (const std::string& text : item.texts) out << " \"" << text << '"';
+    return out;
+  }
+};
+
+/**
+ * An event, a data group, and a value in a group of this name ("Session" is the session's own). Texts are
+ * those that the host passes: they are cut and repaired here as the library does, so "" and "NOVALUE" are the
+ * same.
+ */
+inline Item Event(std::string_view category, std::string_view subCategory, std::string_view name) {
+  return {"event", {detail::Free(category, 128), detail::Free(subCategory, 128), detail::Free(name, 128)}};
+}
+inline Item Group(std::string_view category, std::string_view subCategory, std::string_view name) {
+  return {"group", {detail::Identifier(category), detail::Free(subCategory, 128), detail::Identifier(name)}};
+}
+inline Item Value(std::string_view group, std::string_view key, std::string_view value) {
+  return {"value", {detail::Identifier(group), detail::Identifier(key), detail::Free(value, 512)}};
+}
 
 /**
  * While it lives, this process has a user of its own: an empty HKEY_CURRENT_USER and an empty AppData folder,
  * both removed at its end. There the transport agent is installed as a file that does not start, nothing is
  * sent, and documents are plain. The real user's choice, documents and settings are not touched.
  *
- * One World at a time. Close sessions before it ends. The policy of the machine still counts, and so does a
- * Sendrix2.cfg beside the program: either can forbid recording.
+ * One World at a time. Close sessions before it ends. What a test leaves behind that crashes or is killed,
+ * the next World of the same user removes. The policy of the machine still counts, and so does a Sendrix2.cfg
+ * beside the program: either can forbid recording.
  */
 class World {
  public:
@@ -105,19 +159,16 @@ class World {
    * @param consents  Whether the user has opted in; otherwise the user has not chosen yet.
    */
   explicit World(std::string_view usageKey, bool consents = true) {
-    const std::wstring name =
-        L"vantra-test-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(GetTickCount64());
-    keyPath_ = L"Software\\VantraTestkit\\" + name;
-    folder_ = std::filesystem::temp_directory_path() / name;
+    RemoveLeftovers();
     std::filesystem::create_directories(Logs());
-    std::ofstream(folder_ / "Sendrix2.exe").flush();
+    RegCreateKeyW(HKEY_CURRENT_USER, KeyPath(name_).c_str(), &key_);
+    std::ofstream(Folder() / "Sendrix2.exe").flush();
     const std::wstring usage = L"Software\\Tolvex\\CommonFiles\\Usage";
     Set(L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders", L"AppData", AppData());
-    Set(usage, L"Agent", folder_);
+    Set(usage, L"Agent", Folder());
     Set(usage, L"send", L"0");
     Set(usage, L"obfuscate", L"0");
     if (consents) Set(usage + L"\\" + detail::Wide(usageKey), L"OptIn", L"1");
-    RegCreateKeyW(HKEY_CURRENT_USER, keyPath_.c_str(), &key_);
     isRedirected_ = key_ != nullptr && RegOverridePredefKey(HKEY_CURRENT_USER, key_) == ERROR_SUCCESS;
     wchar_t root[MAX_PATH] = L"";
     SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, root);
@@ -146,49 +197,134 @@ class World {
       std::ifstream file(entry.path(), std::ios::binary);
       detail::AppendRecords(std::string(std::istreambuf_iterator<char>(file), {}), records);
     }
+    std::map<std::string, std::string> names;  // of groups, by session and number
+    for (Record& record : records) {
+      std::string& name = names[record.session + record["group"]];
+      if (record.element == "NewGroup") name = record["name"];
+      record.group = name;
+    }
     return records;
+  }
+
+  /**
+   * What the host's calls recorded, in their order within a session; validation errors too. Left out is what
+   * every session has: the header blocks, the opt-in, start and end.
+   */
+  [[nodiscard]] std::vector<Item> Items() const {
+    std::vector<Item> items;
+    bool isHeader = false;
+    for (const Record& r : Records()) {
+      if (r.element == "StartSession") isHeader = true;
+      if (r.element == "ResumeSession") isHeader = false;
+      if (!isHeader && r.group != "OptInInfo") {
+        if (r.element == "EventRec") items.push_back(Event(r["category"], r["subcategory"], r["name"]));
+        if (r.element == "NewGroup") items.push_back(Group(r["category"], r["subcategory"], r["name"]));
+        if (r.element == "DataRec") items.push_back(testkit::Value(r.group, r["name"], r["data"]));
+      }
+      if (r.group == "UsageVersionInfo" && r["name"] == "Vantra.dll") isHeader = false;  // the last of it
+    }
+    return items;
+  }
+
+  /** How often this was recorded. */
+  [[nodiscard]] size_t Count(const Item& item) const {
+    const std::vector<Item> items = Items();
+    return static_cast<size_t>(std::ranges::count(items, item));
   }
 
   /** Whether such an event was recorded. */
   [[nodiscard]] bool HasEvent(std::string_view category, std::string_view subCategory,
                               std::string_view name) const {
-    return std::ranges::any_of(Records(), [&](const Record& record) {
-      return record.element == "EventRec" && record["category"] == category &&
-             record["subcategory"] == subCategory && record["name"] == name;
-    });
+    return Count(Event(category, subCategory, name)) != 0;
+  }
+
+  /** Whether these were recorded in this order, whatever lies between them. */
+  [[nodiscard]] bool HasInOrder(const std::vector<Item>& wanted) const {
+    auto next = wanted.begin();
+    for (const Item& item : Items()) next += next != wanted.end() && item == *next;
+    return next == wanted.end();
+  }
+
+  /**
+   * Empty when the host recorded these, in this order, and nothing else. Otherwise the items, one a line:
+   * "-" what is wanted and was not recorded there, "+" what was recorded and is not wanted there.
+   */
+  [[nodiscard]] std::string Difference(const std::vector<Item>& wanted) const {
+    const std::vector<Item> items = Items();
+    if (items == wanted) return "";
+    const auto [want, item] = std::ranges::mismatch(wanted, items);
+    const auto [wantEnd, itemEnd] = std::mismatch(wanted.rbegin(), std::reverse_iterator(want),
+                                                  items.rbegin(), std::reverse_iterator(item));
+    return Lines("  ", wanted.begin(), want) + Lines("- ", want, wantEnd.base()) +
+           Lines("+ ", item, itemEnd.base()) + Lines("  ", wantEnd.base(), wanted.end());
+  }
+
+  /** All items, one a line: what to show when an assertion fails. */
+  [[nodiscard]] std::string Print() const {
+    const std::vector<Item> items = Items();
+    return Lines("", items.begin(), items.end());
   }
 
   /** The value last added under this key to a group of this name; "Session" is the session's own group. */
   [[nodiscard]] std::optional<std::string> Value(std::string_view group, std::string_view key) const {
-    std::map<std::string, std::string> names;  // of groups, by session and number
     std::optional<std::string> value;
-    for (const Record& record : Records()) {
-      std::string& name = names[record.session + record["group"]];
-      if (record.element == "NewGroup") name = record["name"];
-      if (record.element == "DataRec" && name == group && record["name"] == key) value = record["data"];
+    for (const Record& r : Records()) {
+      if (r.element != "DataRec" || r.group != detail::Identifier(group)) continue;
+      // The library's own keys need not be identifiers.
+      if (r["name"] == key || r["name"] == detail::Identifier(key)) value = r["data"];
     }
     return value;
   }
 
  private:
-  [[nodiscard]] std::filesystem::path AppData() const { return folder_ / "AppData"; }
+  static std::wstring KeyPath(const std::wstring& name) { return L"Software\\VantraTestkit\\" + name; }
+
+  // The mutex of its name tells that a world's process lives.
+  static void RemoveLeftovers() {
+    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path())) {
+      const std::wstring name = entry.path().filename().wstring();
+      if (!name.starts_with(L"vantra-test-")) continue;
+      const HANDLE mutex = OpenMutexW(SYNCHRONIZE, FALSE, (L"Global\\" + name).c_str());
+      if (mutex == nullptr && GetLastError() == ERROR_FILE_NOT_FOUND) Remove(name);
+      if (mutex != nullptr) CloseHandle(mutex);
+    }
+  }
+
+  // The folder goes last, since by it the key is found.
+  static void Remove(const std::wstring& name) noexcept {
+    RegDeleteTreeW(HKEY_CURRENT_USER, KeyPath(name).c_str());
+    RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\VantraTestkit");  // refused while others use it
+    std::error_code ignored;
+    std::filesystem::remove_all(std::filesystem::temp_directory_path(ignored) / name, ignored);
+  }
+
+  template <class Iterator>
+  static std::string Lines(std::string_view mark, Iterator begin, Iterator end) {
+    std::ostringstream lines;
+    for (; begin != end; ++begin) lines << mark << *begin << '\n';
+    return lines.str();
+  }
+
+  [[nodiscard]] std::filesystem::path Folder() const {
+    return std::filesystem::temp_directory_path() / name_;
+  }
+  [[nodiscard]] std::filesystem::path AppData() const { return Folder() / "AppData"; }
 
   void Set(const std::wstring& path, const wchar_t* name, const std::wstring& text) const {
-    RegSetKeyValueW(HKEY_CURRENT_USER, (keyPath_ + L"\\" + path).c_str(), name, REG_SZ, text.c_str(),
+    RegSetKeyValueW(key_, path.c_str(), name, REG_SZ, text.c_str(),
                     static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
   }
 
   void Leave() noexcept {
     if (isRedirected_) RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
     if (key_ != nullptr) RegCloseKey(key_);
-    RegDeleteTreeW(HKEY_CURRENT_USER, keyPath_.c_str());
-    RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\VantraTestkit");  // refused while others use it
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
+    Remove(name_);
+    if (mutex_ != nullptr) CloseHandle(mutex_);
   }
 
-  std::wstring keyPath_;
-  std::filesystem::path folder_;
+  std::wstring name_ =
+      L"vantra-test-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(GetTickCount64());
+  HANDLE mutex_ = CreateMutexW(nullptr, FALSE, (L"Global\\" + name_).c_str());
   HKEY key_ = nullptr;
   bool isRedirected_ = false;
 };

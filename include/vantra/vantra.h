@@ -22,17 +22,21 @@
  *
  * What holds for every function:
  *
- * - Text is UTF-8, NUL-terminated, read during the call and never kept; lengths are in bytes.
+ * - Text is UTF-8, NUL-terminated, read during the call and never kept; lengths are in bytes. A control
+ *   character other than tab and line breaks, bytes that are no UTF-8, or a cut inside a character make the
+ *   whole document unreadable as XML.
  * - The result is 0 for success and 1 for failure unless the function says otherwise. A failure harms
  *   nothing: a host may ignore every result. Nothing is thrown, and the thread's last-error value carries
  *   no information.
- * - Any thread may call at any time; calls are serialised by one lock inside the process.
+ * - Any thread may call at any time; calls are serialised by one lock inside the process. But call from no
+ *   DllMain, TLS callback or destructor of a thread_local object: they can deadlock with a start.
  * - Text beyond a limit is cut to the limit and the call goes on; a cut or a refusal inside a session is
  *   itself recorded in the document, as a "ValidationErrors" group (NULL is refused without one).
  * - "Identifier" means: at most 128 bytes of ASCII letters, digits and '_', beginning with a letter. Other
  *   bytes become '_', and a text that does not begin with a letter gets the prefix "SK_".
  * - Without consent no session starts, and every other session call then fails for want of one. When consent
- *   is taken back while a session is open, every file of the Logs folder is deleted as its document ends.
+ *   is taken back while a session is open, in this process or another, every file of the Logs folder is
+ *   deleted as its document ends.
  * - With a file SKLog.config beside the host's executable, calls, refusals and failures are logged in
  *   %APPDATA%\Tolvex\Skylamp\SKLog-Vantra.txt.
  *
@@ -61,9 +65,10 @@ extern "C" {
  *                       recorded (or, without consent, that the documents are deleted). The previous
  *                       unhandled-exception filter is not called any more, and later calls of
  *                       SetUnhandledExceptionFilter have no effect until the library is unloaded.
- * @param agentFolder    Folder of Sendrix2.exe, or NULL to keep the present choice (at first: none). Without
- *                       a usable one the agent is looked for beside the host's executable, then in the folder
- *                       that the registry value Agent names.
+ * @param agentFolder    Folder of Sendrix2.exe; a relative one counts from the folder that is current now.
+ *                       NULL keeps the present choice (at first: none). Without a usable one the agent is
+ *                       looked for beside the host's executable, then in the folder that the registry value
+ *                       Agent names.
  * @return 0, or 1 when the usage key is refused.
  */
 int32_t UTInitialize(const char* pcUsagekey, bool crashHandling, const char* agentFolder);
@@ -149,8 +154,9 @@ int32_t UTAddToGroup(void* session, uint32_t groupId, const char* pcKey, const c
 
 /**
  * Records the opt-in state, ends the session, gives its document the final name (.xml, or .rdy when
- * obfuscated) and starts the agent when sending is on. When the user has withdrawn consent, or the agent is
- * gone, every file of the Logs folder is deleted instead.
+ * obfuscated) and starts the agent when sending is on. When the user has withdrawn consent, for the declared
+ * usage key or the one that the session was started with, or the agent is gone, every file of the Logs folder
+ * is deleted instead.
  *
  * @param session  Address of a handle; the handle becomes NULL on success. NULL, or a handle that names no
  *                 open session, gives 1 and changes nothing.
@@ -170,7 +176,7 @@ int32_t UTGetOptIn(void);
  * keep. The choice decides about later session starts, and about what becomes of the documents of open
  * sessions.
  *
- * @param value  1 opted in, 0 opted out, -1 forget the choice and the product's demographic values.
+ * @param value  1 opted in, 0 opted out, -1 forget the choice and all demographic values of the product.
  * @return 0, or 1 for another value, without a declared usage key, or when the registry refuses.
  */
 int32_t UTSetOptIn(int32_t value);

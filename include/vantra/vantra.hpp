@@ -39,35 +39,34 @@ template <class N>
 concept Number = std::is_arithmetic_v<N> && !std::is_same_v<N, bool> && !std::is_same_v<N, char>;
 
 /**
- * A parameter: text in UTF-8, or a number. Made from what the caller has and gone when the call returns; a
- * Text that is kept must not outlive what it was made from.
+ * A parameter: text in UTF-8, or a number. It holds a copy, so it may be kept, alone or in a Product.
  *
- * Text that ends in a NUL is used where it lies. A string_view is copied into the Text, at most kCapacity
- * bytes of it, which is more than any limit of vantra.h. Either ends at its first NUL. nullptr, and a
- * string_view without data, stand for NULL.
+ * Text is copied up to its first NUL, at most kCapacity bytes of it. That is more than any limit of vantra.h:
+ * of what is cut there, a validation error tells as much. nullptr, and a string_view without data, stand for
+ * NULL.
  */
 class Text {
  public:
   static constexpr size_t kCapacity = 1023;
 
   // NOLINTBEGIN(google-explicit-constructor): a call is given what a text can be made of.
-  Text(const char* text) noexcept : text_(text) {}
-  Text(const std::string& text) noexcept : text_(text.c_str()) {}
-  Text(std::string_view text) noexcept : text_(text.data() == nullptr ? nullptr : buffer_) {
+  Text(std::string_view text) noexcept : isNull_(text.data() == nullptr) {
     buffer_[text.copy(buffer_, kCapacity)] = '\0';
   }
+  Text(const std::string& text) noexcept : Text(std::string_view(text)) {}
+  Text(const char* text) noexcept : Text(text == nullptr ? std::string_view() : std::string_view(text)) {}
   template <Number N>
-  Text(N number) noexcept : text_(buffer_) {
+  Text(N number) noexcept {
     *std::to_chars(buffer_, buffer_ + kCapacity, number).ptr = '\0';
   }
   // NOLINTEND(google-explicit-constructor)
-  Text(const Text&) = delete;
-  Text& operator=(const Text&) = delete;
 
-  [[nodiscard]] const char* Get() const noexcept { return text_; }
+  /** Ends in a NUL, and lives as long as this Text. */
+  [[nodiscard]] const char* Get() const& noexcept { return isNull_ ? nullptr : buffer_; }
+  const char* Get() const&& = delete;
 
  private:
-  const char* text_;
+  bool isNull_ = false;
   char buffer_[kCapacity + 1];
 };
 
@@ -80,7 +79,7 @@ enum class ReleaseState : int32_t { kPreRelease, kTrial, kSerialized, kSharedCom
 /** Whether crashes of this process are recorded; read about its price at UTInitialize. */
 enum class CrashHandling : bool { kOff, kOn };
 
-/** What a session tells about its host. Family and name become part of file names. */
+/** What a session tells about its host; may be kept. Family and name become part of file names. */
 struct Product {
   Text family;
   Text name;
@@ -215,13 +214,15 @@ class Library {
   }
 
   /** UTStartSession. A session that is false when it was refused, for want of consent for one. */
-  [[nodiscard]] Session StartSession(const Product& product) const noexcept {
+  [[nodiscard]] Session StartSession(const Product& product) const& noexcept {
     Session session;
     session.functions_ = &functions_;
     functions_.startSession(&session.handle_, product.family.Get(), product.name.Get(), product.version.Get(),
                             product.build.Get(), product.language.Get());
     return session;
   }
+  /** A session uses its library, which must therefore have a name. */
+  Session StartSession(const Product& product) const&& = delete;
 
   /** UTGetOptIn; with a usage key, UTOptInGet. */
   [[nodiscard]] OptIn GetOptIn(const Text& usageKey = nullptr) const noexcept {

@@ -28,6 +28,11 @@ pack() {
   [ "$(bill '.files | length')" = $(($(wc -l <SHA256SUMS) - 1)) ] || fail "the bill does not list every file"
   bill '.files[] | select(.fileName == "./bin/Vantra.dll").checksums[1].checksumValue + "  bin/Vantra.dll"' | sha256sum -c
   cmp bin/Vantra.dll "$build/Vantra.dll"
+  for page in *.md docs/*.md docs/reference/*.md; do
+    for link in $(grep -o '](\([^):#]*\)[)#]' "$page" | tr -d '])#('); do
+      [ -e "$(dirname "$page")/$link" ] || fail "$page leads to $link, which is not packed"
+    done
+  done
   $tool-nm bin/Vantra.dll.debug | awk '$3 == "UTInitialize" { print $1 }' |
     xargs $tool-addr2line -e bin/Vantra.dll.debug | grep '/src/api/UTLogData.cpp:[1-9]'
 }
