@@ -86,6 +86,9 @@ void KillInTime(const Plan& plan, Host& host, const Journal::Host& journal) {
 void PlayHosts(const Plan& plan) {
   Journal& journal = Shared<Journal>();
   std::list<Host> hosts;
+  std::jthread other;
+  if (const auto meanwhile = Faults()[plan.fault].meanwhile; meanwhile != nullptr)
+    other = std::jthread([=](const std::stop_token& stop) { meanwhile(plan, stop); });
   for (int i = 0; i < plan.hosts; ++i) {
     hosts.push_back(StartHost([seed = plan.seed, i] { ActAs(seed, i); }));
   }
@@ -98,7 +101,7 @@ void PlayHosts(const Plan& plan) {
   journal.agentsMayEnd = true;
   // An agent that a killed host was just about to start may never come to life.
   if (plan.end == End::kKill) hosts.pop_front();
-  uint32_t wanted = plan.end == End::kCrash ? EXCEPTION_ACCESS_VIOLATION : 0;
+  uint32_t wanted = plan.end == End::kCrash ? kCrashCode : 0;
   for (Host& host : hosts) {
     const uint32_t code = host.Wait(kLongest);
     if (code != std::exchange(wanted, 0))
@@ -121,6 +124,7 @@ Verdict Judge(const Plan& plan, Made made) {
   Verdict verdict;
   try {
     PlayHosts(plan);
+    if (Shared<Journal>().isHeldLong) made = Made::kMayRefuse;
     const std::vector<Document> documents = ReadDocuments(plan, verdict);
     for (int host = 0; host < plan.hosts; ++host) {
       JudgeHost(plan, host, made, Shared<Journal>().hosts[host], documents, verdict);
@@ -150,18 +154,20 @@ Total PlayRound(const Plan& plan) {
           .failed = verdict.faults.empty() ? 0u : 1u};
 }
 
-int Run(uint64_t first, int rounds) {
+int Run(uint64_t first, int rounds, const std::string& kind) {
   std::setvbuf(stdout, nullptr, _IONBF, 0);
   std::vector<Total> totals(Faults().size());
   const auto begin = Clock::now();
   auto next = begin + std::chrono::seconds(10);
   SetTheStage();
   if (rounds == 1) std::printf("%s\n", Describe(PlanOf(first)).c_str());
-  for (int i = 0; i < rounds; ++i) {
-    const Plan plan = PlanOf(first + static_cast<uint64_t>(i));
+  for (int i = 0; i < rounds; ++first) {
+    const Plan plan = PlanOf(first);
+    if (!std::string_view(Faults()[plan.fault].name).starts_with(kind)) continue;
+    ++i;
     totals[plan.fault] += PlayRound(plan);
     if (Clock::now() < next) continue;
-    std::printf("%d of %d rounds\n", i + 1, rounds);
+    std::printf("%d of %d rounds\n", i, rounds);
     next += std::chrono::seconds(10);
   }
   fs::current_path(CaseFolder().parent_path());
@@ -203,10 +209,18 @@ int main(int count, char** arguments) try {
   const auto* seedOption =
       app.add_option("--seed", seed, "Number of the first round (default: a random one)");
   const auto* roundsOption = app.add_option("--rounds", rounds, "How many (default: 2000, or 1 with --seed)");
+  std::string kind;
+  app.add_option("--fault", kind, "Plays only the faults whose names begin so")
+      ->check([](const std::string& text) {
+        const auto isKind = [&](const faults::Fault& fault) {
+          return std::string_view(fault.name).starts_with(text);
+        };
+        return std::ranges::any_of(faults::Faults(), isKind) ? "" : "there is no such fault";
+      });
   CLI11_PARSE(app, count, arguments);
   if (seedOption->count() == 0) seed = std::random_device{}();
   if (seedOption->count() + roundsOption->count() == 0) rounds = 2000;
-  return faults::Run(seed, rounds);
+  return faults::Run(seed, rounds, kind);
 } catch (const std::exception& failure) {
   std::fprintf(stderr, "vantra-faults: %s\n", failure.what());
   return 2;

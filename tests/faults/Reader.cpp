@@ -55,6 +55,11 @@ std::vector<Record> Scan(std::string_view text) {
   return records;
 }
 
+// Whether a thread may end between two steps of a call.
+bool MayEndAThread(const Plan& plan) {
+  return plan.end == End::kKill || Faults()[plan.fault].others != Others::kNone;
+}
+
 bool IsReport(const std::string& name) { return name.starts_with("ulog_SkylampOptin"); }
 
 // ulog_<family>_<name>_<user>_<session>[_<index>].<extension>
@@ -75,7 +80,7 @@ bool IsLibrarys(const Plan& plan, const std::string& path) {
   const std::string name = path.substr(path.rfind('\\') + 1);
   const bool isDocument = isBelow("Sendrix2\\Logs\\ulog_") || isBelow("Sendrix2\\Outbox\\ulog_");
   return isDocument || path == "AppData\\Tolvex\\Sendrix2\\Sendrix2.cfg" ||
-         (isBelow("Sendrix2\\Sendrix2.cfg.") && plan.end == End::kKill) ||
+         (isBelow("Sendrix2\\Sendrix2.cfg.") && MayEndAThread(plan)) ||
          (isBelow("Skylamp\\SKLog-Vantra.txt") && plan.isLogged);
 }
 
@@ -122,14 +127,15 @@ void CompareSurroundings(const Plan& plan, const Surroundings& before, Verdict& 
     if (found != after.end()) after.erase(found);
   }
   for (const auto& [path, content] : after) differ(path, " was made");
-  const bool isBroken = std::string_view(Faults()[plan.fault].name) == "configuration broken";
-  if (!isBroken && ReadFile(AgentFolder() / "Sendrix2.cfg") != kActiveConfig) {
+  const std::string_view config = Faults()[plan.fault].config;
+  if (!config.empty() && ReadFile(AgentFolder() / "Sendrix2.cfg") != config) {
     verdict.faults.push_back("the agent's configuration was changed");
   }
 }
 
 std::vector<Document> ReadDocuments(const Plan& plan, Verdict& verdict) {
   const bool maySuffer = plan.end == End::kKill || Faults()[plan.fault].loss == Loss::kRestOfSession;
+  const bool mayReportSuffer = maySuffer || MayEndAThread(plan);
   std::vector<Document> documents;
   for (const Path& folder : {Logs(), AgentFolder() / "Moved", AgentFolder() / "Outbox"}) {
     for (const std::string& name : FilesIn(folder)) {
@@ -140,13 +146,15 @@ std::vector<Document> ReadDocuments(const Plan& plan, Verdict& verdict) {
       const bool isReport = IsReport(name);
       Document document =
           isReport ? Document{.path = path, .user = {}, .index = -1, .records = {}} : Named(path);
+      const bool maySmallSuffer = isReport ? mayReportSuffer : maySuffer;
       const bool isCrash = document.index < 0;
       try {
         document.records = Scan(ReadDocument(path));
         verdict.records += document.records.size();
-        if (isCrash && !document.IsEnded() && !maySuffer) verdict.faults.push_back(name + " is not whole");
+        if (isCrash && !document.IsEnded() && !maySmallSuffer)
+          verdict.faults.push_back(name + " is not whole");
       } catch (const std::exception& failure) {
-        if (!isCrash || !maySuffer) verdict.faults.push_back(name + ": " + failure.what());
+        if (!isCrash || !maySmallSuffer) verdict.faults.push_back(name + ": " + failure.what());
       }
       if (!isReport) documents.push_back(std::move(document));
     }

@@ -72,7 +72,8 @@ Plan PlanOf(uint64_t seed) {
   constexpr int kHosts[] = {1, 1, 1, 1, 1, 1, 1, 2, 2, 8};
   plan.hosts = kHosts[random.Below(std::size(kHosts))];
   if (fault.begin != nullptr) plan.hosts = std::min(plan.hosts, 2);
-  plan.isLong = random.OneIn(3);
+  if (fault.meanwhile != nullptr) plan.hosts = kMostHosts;
+  plan.isLong = random.OneIn(3) || fault.loss == Loss::kEverything;
   plan.isWatched = random.OneIn(2);
   plan.isLogged = random.OneIn(6);
   plan.isPreRelease = random.OneIn(4);
@@ -80,6 +81,7 @@ Plan PlanOf(uint64_t seed) {
   constexpr End kEnds[] = {End::kClose, End::kClose, End::kClose, End::kLeave, End::kExit,
                            End::kCrash, End::kKill,  End::kKill,  End::kKill,  End::kKill};
   plan.end = kEnds[random.Below(std::size(kEnds))];
+  if (fault.others != Others::kNone) plan.hosts = 1, plan.isWatched = true, plan.end = End::kCrash;
   const auto calls = static_cast<uint32_t>(ScriptOf(plan, 0).size());
   switch (random.Below(4)) {
     case 0:  // while it loads and starts

@@ -2,8 +2,11 @@
 
 #include <windows.h>
 
+#include <chrono>
+#include <thread>
 #include <utility>
 
+#include "Actor.h"
 #include "stage/Disk.h"
 #include "stage/Document.h"
 
@@ -82,7 +85,7 @@ Made BreakConfig(const Plan& plan) {
       return cut == off.size() ? Made::kRefuses : Made::kAllows;
     case 1: {
       std::string huge = "[x]\n";
-      for (int i = 0; i < 500; ++i) huge.append("k" + std::to_string(i) + "=\n# ").append(4000, 'c') += '\n';
+      for (int i = 0; i < 200; ++i) huge.append("k" + std::to_string(i) + "=\n# ").append(4000, 'c') += '\n';
       WriteFile(Config(), huge + off);
       return Made::kRefuses;
     }
@@ -233,30 +236,105 @@ bool LimitTheFiles(const Plan& plan) {
   return LimitFiles(plan.choice % 3 == 0 ? plan.choice % 2000 : plan.choice % 120'000);
 }
 
+void PutConfig(std::string_view text) {
+  const Path written = AgentFolder() / "agents.tmp";
+  WriteFile(written, text);
+  while (!MoveFileExW(written.c_str(), Config().c_str(), MOVEFILE_REPLACE_EXISTING)) Sleep(0);
+}
+
+// An agent that changes its configuration again and again, and at last switches recording off.
+void ReplaceConfig(const Plan& plan, const std::stop_token& stop) {
+  Journal& journal = Shared<Journal>();
+  while (journal.hosts[plan.choice % kMostHosts].begun == 0 && !stop.stop_requested()) Sleep(0);
+  for (uint32_t i = 0; i < plan.choice % 30; ++i) {
+    std::string text(kActiveConfig);
+    text.replace(text.find("10\nurl"), 2, std::to_string(11 + i));
+    PutConfig(text);
+    Sleep(3);
+    if (ReadFile(Config()) != text) return;  // and what is there is not what it must be after the round
+  }
+  PutConfig(kDisabledConfig);
+  journal.isDisabled = true;
+}
+
+Made DisableConfig(const Plan&) {
+  WriteFile(Config(), kDisabledConfig);
+  return Made::kRefuses;
+}
+
+// An agent that opens its configuration for itself alone, for a millisecond or two.
+void HoldConfig(const Plan& plan, const std::stop_token& stop) {
+  using Clock = std::chrono::steady_clock;
+  for (Random random(plan.choice); !stop.stop_requested(); Sleep(random.Below(4))) {
+    const auto begin = Clock::now();
+    const HANDLE file = Hold(Config(), 0, OPEN_EXISTING);
+    Sleep(1);
+    CloseHandle(file);
+    if (Clock::now() - begin > std::chrono::milliseconds(10)) Shared<Journal>().isHeldLong = true;
+  }
+}
+
 constexpr Fault kFaults[] = {
-    {"nothing", Loss::kNothing, false, nullptr, nullptr, nullptr, nullptr},
-    {"no consent", Loss::kNothing, false, WithoutConsent, nullptr, nullptr, nullptr},
-    {"consent withdrawn", Loss::kEverything, true, nullptr, Withdraw, [](const Plan&) {}, nullptr},
-    {"policy forbids", Loss::kNothing, false, Forbid, nullptr, nullptr, nullptr},
-    {"agent missing", Loss::kNothing, false, WithoutAgent, nullptr, nullptr, nullptr},
-    {"agent removed", Loss::kEverything, true, nullptr, RemoveAgent, [](const Plan&) {}, nullptr},
-    {"agent collects", Loss::kNothing, false,
-     [](const Plan&) { return SendTo(CaseFolder() / "Collects.exe"); }, nullptr, nullptr, nullptr},
-    {"agent never ends", Loss::kNothing, false, [](const Plan&) { return SendTo(CaseFolder() / "host.exe"); },
-     nullptr, nullptr, nullptr},
-    {"agent does not start", Loss::kNothing, false,
-     [](const Plan&) { return SendTo(CaseFolder() / "Broken.exe"); }, nullptr, nullptr, nullptr},
-    {"configuration broken", Loss::kNothing, false, BreakConfig, nullptr, nullptr, LetGo},
-    {"registry values of any type", Loss::kNothing, false, BreakRegistry, nullptr, nullptr, nullptr},
-    {"Logs missing or a file", Loss::kWhileItLasts, true, WithoutLogs, nullptr, nullptr, nullptr},
-    {"Logs vanishes and returns", Loss::kWhileItLasts, true, nullptr, TakeLogsAway, BringLogsBack, nullptr},
-    {"Logs read-only", Loss::kWhileItLasts, true, nullptr, LockLogs, UnlockLogs, [] { UnlockLogs({}); }},
-    {"next file held", Loss::kWhileItLasts, true, nullptr, HoldNext, FreeNext, nullptr},
-    {"open file held", Loss::kNothing, true, nullptr, HoldOpen, [](const Plan&) { LetGo(); }, nullptr},
-    {"file size limit", Loss::kRestOfSession, true, nullptr, LimitTheFiles,
-     [](const Plan&) { static_cast<void>(LimitFiles(~uint64_t{0})); }, nullptr},
-    {"volume full", Loss::kRestOfSession, true, OnAVolume, FillVolume,
-     [](const Plan&) { fs::remove(Ballast()); }, [] { Unmount(Logs()); }},
+    {.name = "nothing"},
+    {.name = "no consent", .prepare = WithoutConsent},
+    {.name = "consent withdrawn", .loss = Loss::kEverything, .hindersFinish = true, .begin = Withdraw},
+    {.name = "policy forbids", .prepare = Forbid},
+    {.name = "agent missing", .prepare = WithoutAgent},
+    {.name = "agent removed", .loss = Loss::kEverything, .hindersFinish = true, .begin = RemoveAgent},
+    {.name = "agent collects", .prepare = [](const Plan&) { return SendTo(CaseFolder() / "Collects.exe"); }},
+    {.name = "agent never ends", .prepare = [](const Plan&) { return SendTo(CaseFolder() / "host.exe"); }},
+    {.name = "agent does not start",
+     .prepare = [](const Plan&) { return SendTo(CaseFolder() / "Broken.exe"); }},
+    {.name = "configuration broken", .config = {}, .prepare = BreakConfig, .cleanUp = LetGo},
+    {.name = "configuration replaced",
+     .config = kDisabledConfig,
+     .prepare = [](const Plan&) { return Made::kMayRefuse; },
+     .meanwhile = ReplaceConfig},
+    {.name = "configuration held",
+     .config = kDisabledConfig,
+     .prepare = DisableConfig,
+     .meanwhile = HoldConfig},
+    {.name = "registry values of any type", .prepare = BreakRegistry},
+    {.name = "Logs missing or a file",
+     .loss = Loss::kWhileItLasts,
+     .hindersFinish = true,
+     .prepare = WithoutLogs},
+    {.name = "Logs vanishes and returns",
+     .loss = Loss::kWhileItLasts,
+     .hindersFinish = true,
+     .begin = TakeLogsAway,
+     .end = BringLogsBack},
+    {.name = "Logs read-only",
+     .loss = Loss::kWhileItLasts,
+     .hindersFinish = true,
+     .begin = LockLogs,
+     .end = UnlockLogs,
+     .cleanUp = [] { UnlockLogs({}); }},
+    {.name = "next file held",
+     .loss = Loss::kWhileItLasts,
+     .hindersFinish = true,
+     .begin = HoldNext,
+     .end = FreeNext},
+    {.name = "open file held", .hindersFinish = true, .begin = HoldOpen, .end = [](const Plan&) { LetGo(); }},
+    {.name = "file size limit",
+     .loss = Loss::kRestOfSession,
+     .hindersFinish = true,
+     .begin = LimitTheFiles,
+     .end = [](const Plan&) { static_cast<void>(LimitFiles(~uint64_t{0})); }},
+    {.name = "volume full",
+     .loss = Loss::kRestOfSession,
+     .hindersFinish = true,
+     .prepare = OnAVolume,
+     .begin = FillVolume,
+     .end = [](const Plan&) { fs::remove(Ballast()); },
+     .cleanUp = [] { Unmount(Logs()); }},
+    {.name = "crash without consent, busy",
+     .loss = Loss::kEverything,
+     .hindersFinish = true,
+     .begin = Withdraw,
+     .others = Others::kRecord},
+    {.name = "crash while sessions close", .others = Others::kOpenAndClose},
+    {.name = "crash of threads together", .others = Others::kCrash},
 };
 
 }  // namespace

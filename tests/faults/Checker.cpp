@@ -68,7 +68,7 @@ class SessionJudge {
     if (made_ == Made::kRefuses && !documents_.empty()) Complain("bytes where nothing may be recorded");
     if (start_ == kNever || start_ >= returned_) return;
     const bool isLate = fault_.loss == Loss::kEverything && host_ == 0 && start_ > begins_;
-    const bool isUnsure = fault_.loss == Loss::kEverything && host_ != 0;
+    const bool isUnsure = made_ == Made::kMayRefuse || (fault_.loss == Loss::kEverything && host_ != 0);
     if (!isUnsure && isRefused_ != (made_ == Made::kRefuses || isLate)) {
       Complain(isRefused_ ? "refused" : "started where it may not");
     }
@@ -103,6 +103,8 @@ class SessionJudge {
         if (static_cast<int64_t>(next - from) >= number - textSeq)
           Complain("missing without a gap before " + text);
         textSeq = number;
+        if (loss_ == Loss::kEverything && host_ == 0 && document->IsFinal() && wanted[next] > begins_)
+          Complain("finished without consent: " + text);
         const Call& call = script_[wanted[next++]];
         if (call.act == Act::kGroup) group = record["group"];
         const bool isOfGroup = call.act == Act::kAddToGroup && loss_ == Loss::kNothing;
@@ -200,7 +202,8 @@ class SessionJudge {
   bool hasMissedBefore_ = false;
 };
 
-// When the last session of the only host was closed after consent or agent had gone, nothing is left.
+// When the last session of the only host was closed after consent or agent had gone, or has crashed with it,
+// nothing is left.
 void JudgeDeletion(const Plan& plan, const Journal::Host& journal, const std::vector<Call>& script,
                    const std::vector<Document>& documents, Verdict& verdict) {
   if (Faults()[plan.fault].loss != Loss::kEverything || plan.hosts != 1 || journal.returned != script.size())
@@ -215,8 +218,8 @@ void JudgeDeletion(const Plan& plan, const Journal::Host& journal, const std::ve
   const auto open =
       started(script.begin(), begins, Act::kStart) - started(script.begin(), begins, Act::kClose);
   const auto closed = started(begins, script.end(), Act::kClose);
-  if (open != 0 && open == closed && !documents.empty())
-    verdict.faults.push_back("documents outlive the consent");
+  const bool isLast = open == closed || Faults()[plan.fault].others != Others::kNone;
+  if (open != 0 && isLast && !documents.empty()) verdict.faults.push_back("documents outlive the consent");
 }
 
 }  // namespace
