@@ -74,20 +74,24 @@ constinit volatile LONG Turn::worker_ = 0;
 
 // Keeps other threads out of the sessions while the filter goes through them. A thread that does not leave in
 // time, because it crashed in a call itself perhaps, is not waited for.
-class LockIfFree {
+class OthersKeptOut {
  public:
-  LockIfFree() noexcept : mutex_(util::Mutex::Instance()) {
-    constexpr ULONGLONG kLongestWait = 50;
-    if (mutex_ != nullptr && !TryFor(kLongestWait, [this] { return mutex_->TryLock(); })) mutex_ = nullptr;
+  OthersKeptOut() noexcept : mutex_(util::Mutex::Instance()) {
+    constexpr ULONGLONG kLongestWait = 90;
+    if (mutex_ == nullptr) return;
+    mutex_->Shut(true);
+    isLocked_ = TryFor(kLongestWait, [this] { return mutex_->TryLock(); });
   }
-  LockIfFree(const LockIfFree&) = delete;
-  LockIfFree& operator=(const LockIfFree&) = delete;
-  ~LockIfFree() {
-    if (mutex_ != nullptr) mutex_->Unlock();
+  OthersKeptOut(const OthersKeptOut&) = delete;
+  OthersKeptOut& operator=(const OthersKeptOut&) = delete;
+  ~OthersKeptOut() {
+    if (isLocked_) mutex_->Unlock();
+    if (mutex_ != nullptr) mutex_->Shut(false);
   }
 
  private:
   util::Mutex* mutex_;
+  bool isLocked_ = false;
 };
 
 void Log(std::string_view step, int line) noexcept { logger->Info(step, "..\\CrashHandler", line); }
@@ -223,7 +227,7 @@ bool RecoverSetUnhandledExceptionFilter() {
 LONG WINAPI CustomUnhandledExceptionFilter(EXCEPTION_POINTERS* exception) noexcept {
   Log("CrashHandler::CustomUnhandledExceptionFilter", 158);
   if (const Turn turn; turn) {
-    const LockIfFree lock;
+    const OthersKeptOut others;
     try {
       if (settings::OptInPolicy::Instance().IsConsentGiven()) {
         LogCrashInfo(exception);

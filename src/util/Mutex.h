@@ -1,6 +1,7 @@
 // The one lock of the process: every exported call holds it from its first action to its last.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -16,7 +17,13 @@ class Mutex : public GlobalItem {
   // NULL before the static initialisers and after unload has begun.
   [[nodiscard]] static Mutex* Instance() noexcept { return instance_; }
 
-  void Lock() noexcept { EnterCriticalSection(&section_); }
+  void Lock() noexcept {
+    while (isShut_.load(std::memory_order_relaxed)) [[unlikely]] Sleep(1);
+    EnterCriticalSection(&section_);
+  }
+  // While it is shut, nobody begins to wait for the lock: who tries gets it as soon as those before are
+  // through.
+  void Shut(bool isShut) noexcept { isShut_.store(isShut, std::memory_order_relaxed); }
   [[nodiscard]] bool TryLock() noexcept { return TryEnterCriticalSection(&section_) != FALSE; }
   void Unlock() noexcept { LeaveCriticalSection(&section_); }
 
@@ -28,6 +35,7 @@ class Mutex : public GlobalItem {
   Mutex() noexcept { InitializeCriticalSection(&section_); }
 
   CRITICAL_SECTION section_;
+  std::atomic<bool> isShut_ = false;
 };
 
 // Calls work(context). Whatever unwinds the call, a C++ exception, a structured one that the host handles or
