@@ -218,7 +218,8 @@ void JudgeDeletion(const Plan& plan, const Journal::Host& journal, const std::ve
   const auto open =
       started(script.begin(), begins, Act::kStart) - started(script.begin(), begins, Act::kClose);
   const auto closed = started(begins, script.end(), Act::kClose);
-  const bool isLast = open == closed || Faults()[plan.fault].others != Others::kNone;
+  const bool isLast =
+      open == closed || (begins != script.end() && Faults()[plan.fault].others != Others::kNone);
   if (open != 0 && isLast && !documents.empty()) verdict.faults.push_back("documents outlive the consent");
 }
 
