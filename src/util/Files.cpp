@@ -113,7 +113,12 @@ void DeleteMatching(const std::wstring& folder, std::wstring_view pattern, bool 
   PathBuffer path;
   if (path.Set(folder, pattern)) {
     ForEachFile(path.Text(), [&](const WIN32_FIND_DATAW& found) {
-      if (path.Set(folder, found.cFileName)) DeleteFileW(path.Text());
+      if (!path.Set(folder, found.cFileName)) return true;
+      const DWORD attributes = found.dwFileAttributes;
+      if (attributes & FILE_ATTRIBUTE_READONLY) {
+        SetFileAttributesW(path.Text(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+      }
+      DeleteFileW(path.Text());
       return true;
     });
   }

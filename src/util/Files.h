@@ -57,8 +57,8 @@ void ForEachFile(const wchar_t* pattern, Visit&& visit) {
   } while (FindNextFileW(find.Get(), &found));
 }
 
-// Deletes the matching files of the folder, and with recurse those of its subfolders too. Allocates nothing
-// without recurse.
+// Deletes the matching files of the folder, read-only ones too, and with recurse those of its subfolders.
+// Allocates nothing without recurse.
 void DeleteMatching(const std::wstring& folder, std::wstring_view pattern, bool recurse);
 
 // Removes a folder and all in it through the shell, without asking.

@@ -128,6 +128,7 @@ TEST_F(Rollover, WithoutConsentDeletes) {
   RunHost([](Library& ut) {
     void* session = ut.Open();
     WriteFile(Logs() / "other.xml", "x");
+    fs::permissions(Logs() / "other.xml", fs::perms::owner_read);
     ut.SetOptIn(0);
     FillTo(ut, session, kFull);
     for (int i = 0; i < 3; ++i) {
