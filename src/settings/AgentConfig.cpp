@@ -1,8 +1,10 @@
 #include "settings/AgentConfig.h"
 
+#include <algorithm>
 #include <boost/date_time/gregorian/parsers.hpp>
 #include <exception>
-#include <optional>
+#include <tuple>
+#include <utility>
 
 #include "util/Ascii.h"
 
@@ -18,8 +20,26 @@ constexpr std::string_view kPauseSection = "hibernate";
 constexpr std::string_view kStatus = "status";
 constexpr std::string_view kWakeUpDate = "wakeupdate";
 
-std::string CompositeKey(std::string_view section, std::string_view key) {
-  return ToLowerAscii(Trim(section)).append("/").append(ToLowerAscii(Trim(key)));
+// A section's name as the map has it, and what of the name comes in front of its keys.
+std::pair<std::string, std::string> SplitSection(std::string_view text) {
+  std::string name = ToLowerAscii(Trim(text));
+  std::string prefix;
+  if (const size_t slash = name.find('/'); slash != std::string::npos) {
+    prefix = name.substr(slash + 1).append("/");
+    name.resize(slash);
+  }
+  return {std::move(name), std::move(prefix)};
+}
+
+// Null when there is no such entry; else its value, as const as the map.
+template <class Map>
+auto FindEntry(Map& config, std::string_view section, std::string_view key)
+    -> decltype(&config.begin()->second.begin()->second) {
+  const auto [name, prefix] = SplitSection(section);
+  const auto entries = config.find(name);
+  if (entries == config.end()) return nullptr;
+  const auto entry = entries->second.find(prefix + ToLowerAscii(Trim(key)));
+  return entry == entries->second.end() ? nullptr : &entry->second;
 }
 
 bool LiesAfter(std::string_view date, const boost::gregorian::date& today) {
@@ -38,9 +58,21 @@ ConfigStatus StatusFromWord(std::string_view word) noexcept {
 
 }  // namespace
 
-ConfigMap ParseConfig(std::string_view text) {
+bool SectionOrder::operator()(std::string_view a, std::string_view b) const noexcept {
+  const size_t common = std::min(a.size(), b.size());
+  if (const int order = a.substr(0, common).compare(b.substr(0, common)); order != 0) return order < 0;
+  // The shorter one goes on with '/'.
+  if (a.size() == b.size()) return false;
+  return a.size() < b.size() ? '/' < static_cast<unsigned char>(b[common])
+                             : static_cast<unsigned char>(a[common]) < '/';
+}
+
+std::optional<ConfigMap> ParseConfig(std::string_view text) {
   ConfigMap config;
   std::string section;
+  std::string prefix;
+  ConfigSection* entries = nullptr;
+  size_t repeated = 0;
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   while (!text.empty()) {
     const size_t end = text.find('\n');
@@ -49,38 +81,40 @@ ConfigMap ParseConfig(std::string_view text) {
 
     if (line.empty() || line.front() == '#' || line.front() == ';') continue;
     if (line.front() == '[') {
-      section = line.substr(1, line.find(']') - 1);
+      std::tie(section, prefix) = SplitSection(line.substr(1, line.find(']') - 1));
+      entries = nullptr;
       continue;
     }
+    repeated += prefix.size();
+    if (repeated > kLargestConfig) return {};
+    if (entries == nullptr) entries = &config[section];
     const size_t equals = line.find('=');
     const bool isPair = equals != std::string_view::npos;
-    SetEntry(config, section, line.substr(0, equals), isPair ? Trim(line.substr(equals + 1)) : line);
+    entries->insert_or_assign(prefix + ToLowerAscii(Trim(line.substr(0, equals))),
+                              isPair ? Trim(line.substr(equals + 1)) : line);
   }
   return config;
 }
 
 std::string FormatConfig(const ConfigMap& config) {
   std::string text;
-  std::string_view section;
-  for (const auto& [composite, value] : config) {
-    const size_t slash = composite.find('/');
-    const std::string_view entrySection = std::string_view(composite).substr(0, slash);
-    if (entrySection != section) {
-      section = entrySection;
-      text.append("[").append(section).append("]\n");
-    }
-    text.append(composite, slash + 1).append("=").append(value).append("\n");
+  std::string_view previous;
+  for (const auto& [section, entries] : config) {
+    if (section != previous) text.append("[").append(section).append("]\n");
+    previous = section;
+    for (const auto& [key, value] : entries) text.append(key).append("=").append(value).append("\n");
   }
   return text;
 }
 
 std::string GetEntry(const ConfigMap& config, std::string_view section, std::string_view key) {
-  const auto entry = config.find(CompositeKey(section, key));
-  return entry == config.end() ? std::string() : entry->second;
+  const std::string* const value = FindEntry(config, section, key);
+  return value == nullptr ? std::string() : *value;
 }
 
 void SetEntry(ConfigMap& config, std::string_view section, std::string_view key, std::string_view value) {
-  config.insert_or_assign(CompositeKey(section, key), std::string(value));
+  const auto [name, prefix] = SplitSection(section);
+  config[name].insert_or_assign(prefix + ToLowerAscii(Trim(key)), std::string(value));
 }
 
 ConfigMap DefaultConfig() {
@@ -108,14 +142,14 @@ ConfigStatus CheckStatus(ConfigMap& config, std::string_view section, std::strin
     SetEntry(config, section, kStatus, "Active");
   }
 
-  const auto pause = config.find(
-      CompositeKey(kPauseSection, std::string(applicationFamily).append("_").append(applicationName)));
-  if (pause == config.end()) return ConfigStatus::kActive;
-  const size_t bar = pause->second.find('|');
-  if (bar != std::string::npos && LiesAfter(std::string_view(pause->second).substr(bar + 1), today)) {
+  std::string* const pause =
+      FindEntry(config, kPauseSection, std::string(applicationFamily).append("_").append(applicationName));
+  if (pause == nullptr) return ConfigStatus::kActive;
+  const size_t bar = pause->find('|');
+  if (bar != std::string::npos && LiesAfter(std::string_view(*pause).substr(bar + 1), today)) {
     return ConfigStatus::kHibernate;
   }
-  pause->second.clear();
+  pause->clear();
   return ConfigStatus::kActive;
 }
 

@@ -2,20 +2,33 @@
 #pragma once
 
 #include <boost/date_time/gregorian/gregorian_types.hpp>
+#include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace vantra::settings {
 
-// Values by "section/key", both trimmed and in lower case.
-using ConfigMap = std::map<std::string, std::string>;
+// A file is at most so long, and so is what it stands for: one that is larger cannot be read.
+constexpr size_t kLargestConfig = size_t{1} << 20;
+
+// Orders sections as the texts "section/key" would be ordered.
+struct SectionOrder {
+  using is_transparent = void;
+  [[nodiscard]] bool operator()(std::string_view a, std::string_view b) const noexcept;
+};
+
+// Values by section and key, both trimmed and in lower case. The first '/' of "section/key" ends the section,
+// so none holds one.
+using ConfigSection = std::map<std::string, std::string, std::less<>>;
+using ConfigMap = std::map<std::string, ConfigSection, SectionOrder>;
 
 enum class ConfigStatus { kActive = 0, kDisabled = 1, kHibernate = 2 };
 
-// Reads lines of "[section]", "key=value", and comments behind '#' or ';'. Never fails: a line without '='
-// is key and value at once.
-[[nodiscard]] ConfigMap ParseConfig(std::string_view text);
+// Reads lines of "[section]", "key=value", and comments behind '#' or ';'. A line without '=' is key and
+// value at once. Empty only when a long section name with a '/' makes the keys too large.
+[[nodiscard]] std::optional<ConfigMap> ParseConfig(std::string_view text);
 
 // The whole file again, in the map's order.
 [[nodiscard]] std::string FormatConfig(const ConfigMap& config);

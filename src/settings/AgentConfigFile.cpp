@@ -12,34 +12,56 @@ namespace {
 
 constexpr std::wstring_view kFileName = L"Sendrix2.cfg";
 
-bool LoadConfig(const std::wstring& path, ConfigMap& config) {
-  const auto text = util::ReadWholeFile(path);
-  if (text) config = ParseConfig(*text);
-  return text.has_value();
+// Several processes check the file at once, and the agent writes it: who finds it changed begins anew.
+constexpr int kTries = 3;
+
+struct LoadedConfig {
+  util::FileSnapshot file;
+  ConfigMap entries;
+};
+
+// Empty when the file is there and cannot be read; a missing one has no entries.
+std::optional<LoadedConfig> LoadConfig(const std::wstring& path) {
+  auto file = util::TakeSnapshot(path, kLargestConfig);
+  if (!file) return {};
+  auto entries = ParseConfig(file->text);
+  if (!entries) return {};
+  return LoadedConfig{*std::move(file), *std::move(entries)};
 }
 
-void SaveConfig(const ConfigMap& config, const std::wstring& path) {
-  // A file that cannot be written is ignored: the answer read from it stands.
-  static_cast<void>(util::ReplaceContent(path, FormatConfig(config)));
+// False when the file has changed since it was loaded, or cannot be replaced at present. One that nobody may
+// write, and a text that nobody could read again, are left alone.
+bool SaveConfig(const ConfigMap& entries, const util::FileSnapshot& before, const std::wstring& path) {
+  if (before.isReadOnly) return true;
+  const std::string text = FormatConfig(entries);
+  if (text.size() > kLargestConfig) return true;
+  if (!before.exists || text != before.text) return util::ReplaceContent(path, before, text);
+  util::TouchFile(path);
+  return true;
 }
+
+enum class Sync { kDone, kAgain, kNoCopy };
 
 // The shipped file, with recording made active again, over a copy that is older than what was shipped.
-void Refresh(const std::wstring& shippedPath, const std::wstring& userPath) {
-  ConfigMap config;
-  if (!LoadConfig(shippedPath, config)) return;
-  Reactivate(config);
-  SaveConfig(config, userPath);
+Sync Refresh(const std::wstring& shippedPath, const std::wstring& userPath, uint64_t userWritten) {
+  auto shipped = LoadConfig(shippedPath);
+  if (!shipped || !shipped->file.exists) return Sync::kDone;
+  const auto user = util::TakeSnapshot(userPath, kLargestConfig);
+  if (!user) return Sync::kDone;
+  Reactivate(shipped->entries);
+  const bool isDone = user->written == userWritten && SaveConfig(shipped->entries, *user, userPath);
+  return isDone ? Sync::kDone : Sync::kAgain;
 }
 
-void Seed(const std::wstring& shippedPath, const std::wstring& userPath, const std::wstring& userFolder) {
-  if (!util::EnsureFolder(userFolder)) return;
-  if (util::IsFolder(userPath) && !util::RemoveFolderTree(userPath)) return;
-  if (const auto shipped = util::ReadWholeFile(shippedPath)) {
-    static_cast<void>(util::ReplaceContent(userPath, *shipped));
-  }
+Sync Seed(const std::wstring& shippedPath, const std::wstring& userPath, const std::wstring& userFolder) {
+  const auto shipped = LoadConfig(shippedPath);
+  if (!shipped || !shipped->file.exists || !util::EnsureFolder(userFolder)) return Sync::kNoCopy;
+  if (util::IsFolder(userPath) && !util::RemoveFolderTree(userPath)) return Sync::kNoCopy;
+  if (util::ReplaceContent(userPath, {}, shipped->file.text)) return Sync::kDone;
+  return util::IsFile(userPath) ? Sync::kAgain : Sync::kNoCopy;
 }
 
-void Synchronise(const std::wstring& userPath, const std::wstring& userFolder) {
+Sync Synchronise(const std::wstring& userPath, const std::wstring& userFolder) {
   const std::wstring hostFolder = util::HostFolder();
   const std::wstring shippedPath = util::JoinPath(hostFolder, kFileName);
   const auto shipped = util::GetFileInfo(shippedPath);
@@ -50,12 +72,13 @@ void Synchronise(const std::wstring& userPath, const std::wstring& userFolder) {
   if (isShipped && hasCopy) {
     const auto host = util::GetFileInfo(util::WithTrailingBackslash(hostFolder));
     if ((host && host->created > user->written) || shipped->written > user->written)
-      Refresh(shippedPath, userPath);
+      return Refresh(shippedPath, userPath, user->written);
   } else if (isShipped) {
-    Seed(shippedPath, userPath, userFolder);
+    return Seed(shippedPath, userPath, userFolder);
   } else if (!shipped && !user && util::EnsureFolder(userFolder)) {
-    SaveConfig(DefaultConfig(), userPath);
+    return SaveConfig(DefaultConfig(), {}, userPath) ? Sync::kDone : Sync::kAgain;
   }
+  return Sync::kDone;
 }
 
 // The local calendar date. Should it be none that the date library knows, every pause counts as over.
@@ -73,17 +96,24 @@ boost::gregorian::date Today() {
 
 std::wstring GetAgentConfigPath(const std::wstring& agentDataFolder) {
   std::wstring path = util::JoinPath(agentDataFolder, kFileName);
-  if (!path.empty()) Synchronise(path, agentDataFolder);
+  if (path.empty()) return path;
+  auto sync = Sync::kAgain;
+  for (int i = 0; i < kTries && sync == Sync::kAgain; ++i) sync = Synchronise(path, agentDataFolder);
+  if (sync == Sync::kNoCopy) path.clear();
   return path;
 }
 
 ConfigStatus VerifyConfigStatus(std::string_view applicationFamily, std::string_view applicationName,
                                 const std::wstring& path, std::string_view section) {
-  if (path.empty()) return ConfigStatus::kActive;
-  ConfigMap config;
-  static_cast<void>(LoadConfig(path, config));
-  const ConfigStatus status = CheckStatus(config, section, applicationFamily, applicationName, Today());
-  SaveConfig(config, path);
+  auto status = ConfigStatus::kActive;
+  if (path.empty()) return status;
+  const boost::gregorian::date today = Today();
+  for (int i = 0; i < kTries; ++i) {
+    auto config = LoadConfig(path);
+    if (!config) return ConfigStatus::kActive;
+    status = CheckStatus(config->entries, section, applicationFamily, applicationName, today);
+    if (SaveConfig(config->entries, config->file, path)) break;
+  }
   return status;
 }
 

@@ -77,7 +77,18 @@ bool RegistryKey::DeleteValue(const std::wstring& name) const noexcept {
 }
 
 bool RegistryKey::DeleteSubkey(const std::wstring& name) const noexcept {
-  return RegDeleteKeyW(key_, name.c_str()) == ERROR_SUCCESS;
+  return RegDeleteTreeW(key_, name.c_str()) == ERROR_SUCCESS;
+}
+
+bool RegistryKey::DeleteEmptySubkey(const std::wstring& name) const noexcept {
+  HKEY opened = nullptr;
+  if (RegOpenKeyExW(key_, name.c_str(), 0, KEY_QUERY_VALUE, &opened) != ERROR_SUCCESS) return false;
+  const RegistryKey subkey(opened);
+  DWORD subkeys = 0;
+  DWORD values = 0;
+  const bool isKnown = RegQueryInfoKeyW(opened, nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr,
+                                        &values, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+  return isKnown && subkeys + values == 0 && RegDeleteKeyW(key_, name.c_str()) == ERROR_SUCCESS;
 }
 
 std::vector<std::pair<std::wstring, std::wstring>> RegistryKey::ListValues() const {

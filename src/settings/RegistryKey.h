@@ -37,7 +37,10 @@ class RegistryKey {
   [[nodiscard]] bool SetNumber(const std::wstring& name, DWORD number) const noexcept;
 
   bool DeleteValue(const std::wstring& name) const noexcept;
+  // With all that is below it.
   bool DeleteSubkey(const std::wstring& name) const noexcept;
+  // False also when the subkey holds a value or a subkey; it stays then.
+  bool DeleteEmptySubkey(const std::wstring& name) const noexcept;
 
   // Name and text of every value that Query can read, in the platform's order.
   [[nodiscard]] std::vector<std::pair<std::wstring, std::wstring>> ListValues() const;

@@ -64,6 +64,15 @@ std::wstring GetDataRoot() {
   return root;
 }
 
+// The program in this folder. Its path is absolute, so that it is started from where it was found.
+std::wstring AgentIn(const std::wstring& folder) {
+  const DWORD size = GetFullPathNameW(folder.c_str(), 0, nullptr, nullptr);
+  std::wstring absolute(size, L'\0');
+  const DWORD length = GetFullPathNameW(folder.c_str(), size, absolute.data(), nullptr);
+  absolute.resize(length < size ? length : 0);
+  return util::JoinPath(absolute, kAgentFile);
+}
+
 // The pairs, then this process's own environment, ready for the platform.
 std::wstring EnvironmentBlock(const EnvironmentPairs& extra) {
   std::wstring block;
@@ -95,7 +104,7 @@ bool IsProtectedMode() {
 
 void SetAgentFolder(const char* folder) {
   if (folder == nullptr) return;
-  std::wstring path = util::JoinPath(util::FromUtf8(folder), kAgentFile);
+  std::wstring path = AgentIn(util::FromUtf8(folder));
   if (explicitAgentPath == nullptr) explicitAgentPath = &util::GlobalItems::Instance().Add(std::wstring());
   *explicitAgentPath = std::move(path);
 }
@@ -104,7 +113,7 @@ std::wstring GetAgentPath() {
   if (explicitAgentPath != nullptr && util::IsFile(*explicitAgentPath)) return *explicitAgentPath;
   std::wstring path = util::JoinPath(util::HostFolder(), kAgentFile);
   if (util::IsFile(path)) return path;
-  path = util::JoinPath(GetStoredAgentFolder(), kAgentFile);
+  path = AgentIn(GetStoredAgentFolder());
   if (util::IsFile(path)) return path;
   DeleteAgentSubkey();
   return {};

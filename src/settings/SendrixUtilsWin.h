@@ -21,8 +21,8 @@ struct AgentFolders {
 // nothing. Asked once in the life of the process.
 [[nodiscard]] bool IsProtectedMode();
 
-// The explicit choice of the host: a folder in UTF-8. NULL leaves the present choice, an empty folder or one
-// that is not text takes it back.
+// The explicit choice of the host: a folder in UTF-8, a relative one below the present working folder. NULL
+// leaves the present choice, an empty folder or one that is not text takes it back.
 void SetAgentFolder(const char* folder);
 
 // Path of an existing Sendrix2.exe: the host's explicit choice, beside the host's executable, or where the

@@ -81,7 +81,7 @@ std::wstring GetStoredAgentFolder() {
 }
 
 void DeleteAgentSubkey() {
-  if (const auto key = OpenUsageKey(KEY_ALL_ACCESS)) key->DeleteSubkey(kAgent);
+  if (const auto key = OpenUsageKey(KEY_ALL_ACCESS)) key->DeleteEmptySubkey(kAgent);
 }
 
 int32_t GetOptIn(std::string_view usageKey) {

@@ -27,14 +27,14 @@ constexpr int32_t kUndecided = -1;
 // The folder that the Agent value names; empty when there is none.
 [[nodiscard]] std::wstring GetStoredAgentFolder();
 
-// Tries to delete a subkey named Agent; that there is hardly ever one is no failure.
+// Deletes a subkey named Agent that is empty. One that is not is somebody's usage key.
 void DeleteAgentSubkey();
 
 // kOptedIn, kOptedOut or kUndecided; the last for any failure.
 [[nodiscard]] int32_t GetOptIn(std::string_view usageKey);
 
-// kUndecided deletes the value and the key's demographics, and reports false when either was not there. Any
-// other number than the three is refused.
+// kUndecided deletes the value and the key's demographics with all their subkeys, and reports false when
+// either was not there. Any other number than the three is refused.
 [[nodiscard]] bool SetOptIn(std::string_view usageKey, int32_t value);
 
 // Whether no choice is stored. False also when the registry does not let us see that.

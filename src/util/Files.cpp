@@ -4,6 +4,8 @@
 #include <shlobj.h>
 
 #include <climits>
+#include <cstring>
+#include <cwchar>
 #include <vector>
 
 #include "util/Paths.h"
@@ -17,6 +19,47 @@ UniqueFile OpenForReading(const std::wstring& path) noexcept {
   return UniqueFile(CreateFileW(path.c_str(), GENERIC_READ,
                                 FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                 OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+std::optional<std::string> ReadAll(HANDLE file, uint64_t size) {
+  std::string content(static_cast<size_t>(size), '\0');
+  DWORD read = 0;
+  if (!ReadFile(file, content.data(), static_cast<DWORD>(content.size()), &read, nullptr)) return {};
+  content.resize(read);
+  return content;
+}
+
+std::wstring TemporaryPath(const std::wstring& path, DWORD process) {
+  return path + L"." + std::to_wstring(process) + L".tmp";
+}
+
+bool IsRunning(DWORD process) noexcept {
+  const UniqueKernelObject opened(OpenProcess(SYNCHRONIZE, FALSE, process));
+  if (!opened) return GetLastError() != ERROR_INVALID_PARAMETER;
+  return WaitForSingleObject(opened.Get(), 0) != WAIT_OBJECT_0;
+}
+
+// Processes that were killed leave their temporary files behind. What they had to write is then still to be
+// written, so whoever writes next finds them.
+void RemoveLeftovers(const std::wstring& path) {
+  ForEachFile(TemporaryPath(path, 0).replace(path.size() + 1, 1, L"*").c_str(), [&](const auto& found) {
+    const size_t name = path.size() - ParentFolder(path).size();
+    const auto process = static_cast<DWORD>(std::wcstoul(found.cFileName + name, nullptr, 10));
+    const std::wstring leftover = TemporaryPath(path, process);
+    if (leftover.ends_with(found.cFileName) && !IsRunning(process)) DeleteFileW(leftover.c_str());
+    return true;
+  });
+}
+
+// By the handle, so that one call follows the last look at the other file.
+bool Rename(HANDLE file, const std::wstring& path, bool mayReplace) {
+  const size_t bytes = path.size() * sizeof(wchar_t);
+  std::vector<std::byte> buffer(sizeof(FILE_RENAME_INFO) + bytes);
+  auto* const info = new (buffer.data()) FILE_RENAME_INFO{};
+  info->ReplaceIfExists = mayReplace;
+  info->FileNameLength = static_cast<DWORD>(bytes);
+  std::memcpy(info->FileName, path.data(), bytes);
+  return SetFileInformationByHandle(file, FileRenameInfo, info, static_cast<DWORD>(buffer.size()));
 }
 
 // A path without an allocation, since a crashing process deletes files too.
@@ -89,23 +132,58 @@ std::optional<std::string> ReadWholeFile(const std::wstring& path) {
   const UniqueFile file = OpenForReading(path);
   LARGE_INTEGER size;
   if (!file || !GetFileSizeEx(file.Get(), &size) || size.QuadPart > INT_MAX) return {};
-  std::string content(static_cast<size_t>(size.QuadPart), '\0');
-  DWORD read = 0;
-  if (!ReadFile(file.Get(), content.data(), static_cast<DWORD>(content.size()), &read, nullptr)) return {};
-  content.resize(read);
-  return content;
+  return ReadAll(file.Get(), static_cast<uint64_t>(size.QuadPart));
 }
 
-bool ReplaceContent(const std::wstring& path, std::string_view content) {
-  const std::wstring temporary = path + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp";
-  UniqueFile file(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                              FILE_ATTRIBUTE_NORMAL, nullptr));
+std::optional<FileSnapshot> TakeSnapshot(const std::wstring& path, uint64_t limit) {
+  constexpr int kAttempts = 5;
+  constexpr DWORD kPause = 10;
+  for (int attempt = 1;; ++attempt) {
+    const UniqueFile file = OpenForReading(path);
+    const DWORD error = file ? ERROR_SUCCESS : GetLastError();
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return FileSnapshot{};
+    BY_HANDLE_FILE_INFORMATION info;
+    if (file && GetFileInformationByHandle(file.Get(), &info)) {
+      const uint64_t size = Join(info.nFileSizeHigh, info.nFileSizeLow);
+      if (size > limit) return {};
+      if (auto text = ReadAll(file.Get(), size)) {
+        return FileSnapshot{true, (info.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0,
+                            Join(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime),
+                            *std::move(text)};
+      }
+    }
+    if (attempt == kAttempts || IsFolder(path)) return {};
+    Sleep(kPause);
+  }
+}
+
+bool ReplaceContent(const std::wstring& path, const FileSnapshot& before, std::string_view text) {
+  if (before.isReadOnly) return false;
+  RemoveLeftovers(path);
+  const std::wstring temporary = TemporaryPath(path, GetCurrentProcessId());
+  UniqueFile file(CreateFileW(temporary.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                              nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return false;
-  const bool written = WriteAll(file.Get(), content);
+  // The time is looked at once more, since that takes a single call: what comes between the last look and the
+  // replacement is lost.
+  const auto isUnchanged = [&] {
+    if (TakeSnapshot(path, before.text.size()) != before) return false;
+    const auto info = GetFileInfo(path);
+    return info ? info->written == before.written : !before.exists;
+  };
+  if (WriteAll(file.Get(), text) && isUnchanged() && Rename(file.Get(), path, before.exists)) return true;
   file.Reset();
-  if (written && MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) return true;
   DeleteFileW(temporary.c_str());
   return false;
+}
+
+void TouchFile(const std::wstring& path) noexcept {
+  const UniqueFile file(CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  FILETIME now;
+  GetSystemTimeAsFileTime(&now);
+  if (file) SetFileTime(file.Get(), nullptr, nullptr, &now);
 }
 
 void DeleteMatching(const std::wstring& folder, std::wstring_view pattern, bool recurse) {
@@ -113,7 +191,12 @@ void DeleteMatching(const std::wstring& folder, std::wstring_view pattern, bool 
   PathBuffer path;
   if (path.Set(folder, pattern)) {
     ForEachFile(path.Text(), [&](const WIN32_FIND_DATAW& found) {
-      if (path.Set(folder, found.cFileName)) DeleteFileW(path.Text());
+      if (!path.Set(folder, found.cFileName)) return true;
+      const DWORD attributes = found.dwFileAttributes;
+      if (attributes & FILE_ATTRIBUTE_READONLY) {
+        SetFileAttributesW(path.Text(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+      }
+      DeleteFileW(path.Text());
       return true;
     });
   }

@@ -41,9 +41,27 @@ struct FileInfo {
 // The whole content, whoever else has the file open.
 [[nodiscard]] std::optional<std::string> ReadWholeFile(const std::wstring& path);
 
-// Puts the content in place in one step, so that no reader ever sees half of it. On failure what was there
-// stays.
-[[nodiscard]] bool ReplaceContent(const std::wstring& path, std::string_view content);
+// A file as it was at one moment. A missing one has no text and no time.
+struct FileSnapshot {
+  bool exists = false;
+  bool isReadOnly = false;
+  uint64_t written = 0;
+  std::string text;
+
+  bool operator==(const FileSnapshot&) const = default;
+};
+
+// Empty when what is there cannot be read: a folder, a file of more than so many bytes, or one that others
+// keep for themselves. The last is waited for, some tens of milliseconds at most.
+[[nodiscard]] std::optional<FileSnapshot> TakeSnapshot(const std::wstring& path, uint64_t limit);
+
+// Puts the text in the file's place in one step, so that no reader ever sees half of it. False when the file
+// is no more as it was before, or is not ours to replace; it stays then.
+[[nodiscard]] bool ReplaceContent(const std::wstring& path, const FileSnapshot& before,
+                                  std::string_view text);
+
+// Sets the time of the last write to now.
+void TouchFile(const std::wstring& path) noexcept;
 
 // Calls visit(WIN32_FIND_DATAW) for each plain file of the folder that matches the pattern, in the order of
 // the file system, until it returns false.
@@ -57,8 +75,8 @@ void ForEachFile(const wchar_t* pattern, Visit&& visit) {
   } while (FindNextFileW(find.Get(), &found));
 }
 
-// Deletes the matching files of the folder, and with recurse those of its subfolders too. Allocates nothing
-// without recurse.
+// Deletes the matching files of the folder, read-only ones too, and with recurse those of its subfolders.
+// Allocates nothing without recurse.
 void DeleteMatching(const std::wstring& folder, std::wstring_view pattern, bool recurse);
 
 // Removes a folder and all in it through the shell, without asking.

@@ -10,11 +10,12 @@ using namespace vantra::settings;
 // A status and a pause last by the same dates: three plain numbers when they are a later day of the calendar.
 void Run(std::string_view input) {
   const std::string text(input);
-  ConfigMap config{{"ulog/status", "Hibernate"}, {"ulog/wakeupdate", text}, {"hibernate/f_n", '|' + text}};
+  ConfigMap config{{"ulog", {{"status", "Hibernate"}, {"wakeupdate", text}}},
+                   {"hibernate", {{"f_n", '|' + text}}}};
   const bool isLater = CheckStatus(config, "ulog", "F", "N", {2024, 6, 15}) == ConfigStatus::kHibernate;
-  config["ulog/status"] = "Active";
+  config["ulog"]["status"] = "Active";
   Require(isLater == (CheckStatus(config, "ulog", "F", "N", {2024, 6, 15}) == ConfigStatus::kHibernate));
-  Require(config["hibernate/f_n"] == (isLater ? '|' + text : ""));
+  Require(config["hibernate"]["f_n"] == (isLater ? '|' + text : ""));
 
   if (text.find_first_not_of("0123456789,-. /") != text.npos) return;
   std::string words = text;

@@ -1,12 +1,15 @@
 // The agent's configuration file as a start finds and leaves it. What its text means is tested in the core.
 #include <windows.h>
 
+#include <thread>
+
 #include "HostTest.h"
 
 namespace vantra::test {
 namespace {
 
 namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
 
 class ConfigFile : public HostTest {
  protected:
@@ -15,7 +18,7 @@ class ConfigFile : public HostTest {
 
 Path UserFile() { return AgentFolder() / "Sendrix2.cfg"; }
 
-const std::string kAbsent = "(absent)", kFolder = "(folder)";
+const std::string kAbsent = "(absent)", kFolder = "(folder)", kHuge((1 << 20) + 1, '\n');
 
 void Put(const Path& path, const std::string& content, int hoursAgo) {
   fs::remove_all(path);
@@ -47,25 +50,24 @@ std::string Date(int day) {
 }
 
 TEST_F(ConfigFile, IsSynchronisedCheckedAndWrittenBack) {
+  WriteFile(AgentFolder() / "Sendrix2.cfg.4294967280.tmp", "of a process that was killed");
   RunHost([](Library& ut) {
     const std::string off = "[ulog]\nstatus=Disabled\n", x = "[ulog]\nx=1\n",
                       hibernate = "[ulog]\nstatus=Hibernate\nwakeupdate=",
-                      on = "[ulog]\nstatus=Active\nwakeupdate=\n", pause = "[hibernate]\nacme_draw=p|";
+                      on = "[ulog]\nstatus=Active\nwakeupdate=\n";
     // clang-format off
     const struct { std::string shipped; int age; std::string user; int userAge; bool starts; std::string left; } rows[] = {
         {kAbsent, 0, kAbsent, 0, true, "[settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\n"
          "url=https://usage.tolvex.example/skylamp\n[ulog]\nstatus=Active\n"},
         {kAbsent, 0, "# no\r\n[B]\r\nKey = Va=Lue\r\nfoo\n", 0, true, "[b]\nfoo=foo\nkey=Va=Lue\n"},
-        {kAbsent, 0, off, 0, false, off},
         {kAbsent, 0, hibernate + Date(1) + "\n", 0, false, hibernate + Date(1) + "\n"},
         {kAbsent, 0, hibernate + Date(0) + "\n", 0, true, on},
-        {kAbsent, 0, pause + Date(1) + "\n", 0, false, pause + Date(1) + "\n"},
-        {kAbsent, 0, pause + Date(0) + "\n", 0, true, "[hibernate]\nacme_draw=\n"},
         {"[ULOG]\nStatus=Disabled\n", 2, kAbsent, 0, false, off},                              // seeded
         {"[ulog]\nstatus=Disabled\nx=1\n", -2, hibernate + "2099-1-1\ny=2\n", -1, true, on + "x=1\n"},  // newer
         {x, 3, off, 2, true, on + "x=1\n"},                                                    // newer host folder
         {x, 0, off, -1, false, off},                                                           // older
-        {kAbsent, 0, kFolder, 0, true, kFolder}, {x, 2, kFolder, 0, true, x}, {kFolder, 0, kAbsent, 0, true, ""}};
+        {kAbsent, 0, kFolder, 0, true, kFolder}, {x, 2, kFolder, 0, true, x}, {kFolder, 0, kAbsent, 0, true, ""},
+        {x + kHuge, 0, kAbsent, 0, true, ""}, {x + kHuge, 0, off, 2, false, off}};
     // clang-format on
     for (const auto& row : rows) {
       Put(CaseFolder() / "Sendrix2.cfg", row.shipped, row.age);
@@ -77,26 +79,50 @@ TEST_F(ConfigFile, IsSynchronisedCheckedAndWrittenBack) {
   EXPECT_EQ(FilesIn(AgentFolder()), (Lines{"Logs", "Sendrix2.cfg"}));
 }
 
-// Nothing that others do to the file can break a start.
-TEST_F(ConfigFile, IsLockedBinaryOrHuge) {
+// Nothing that others do to the file can break a start, or make it lose what the file says.
+TEST_F(ConfigFile, IsHeldBinaryOrHuge) {
   RunHost([](Library& ut) {
     const std::string off = "[ulog]\nstatus=Disabled\n";
+    const auto hold = [](DWORD share) {
+      return CreateFileW(UserFile().c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
+    };
     WriteFile(UserFile(), off);
-    const HANDLE locked =
-        CreateFileW(UserFile().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    HANDLE held = hold(0);
     EXPECT_TRUE(Starts(ut));
-    CloseHandle(locked);
+    // It is waited for, unless this thread comes too late.
+    auto begin = Clock::now(), released = begin;
+    std::thread release([&] { Sleep(20), CloseHandle(held), released = Clock::now(); });
+    const bool starts = Starts(ut);
+    release.join();
+    EXPECT_TRUE(!starts || released - begin > std::chrono::milliseconds(35));
+    // A text that stays the same is not replaced, but its time is set.
+    Put(UserFile(), off, 1);
+    held = hold(FILE_SHARE_READ);
+    EXPECT_FALSE(Starts(ut));
+    CloseHandle(held);
     EXPECT_EQ(ReadFile(UserFile()), off);
+    EXPECT_LT(fs::file_time_type::clock::now() - fs::last_write_time(UserFile()), std::chrono::minutes(30));
 
-    std::string bytes, huge = "[big]\nvalue=" + std::string(1 << 20, 'x') + "\n";
+    std::string bytes, keys;
     for (int i = 0; i < 256; ++i) bytes += static_cast<char>(i);
-    for (int i = 10'000; i < 30'000; ++i) huge += "k" + std::to_string(i) + "=v\n";
-    WriteFile(UserFile(), bytes + "\n" + off);
+    for (int i = 10'000; i < 30'000; ++i) keys += "k" + std::to_string(i) + "=v\n";
+    const std::string section = std::string(90'000, 's') + "]\n" + keys;
+    const std::pair<std::string, bool> rows[] = {{bytes + "\n" + off, true},
+                                                 {off + "[" + section, true},
+                                                 {"#\n" + off + kHuge, false},
+                                                 {"[k/" + section + off, false}};
+    for (const auto& [text, isRead] : rows) {
+      WriteFile(UserFile(), text);
+      begin = Clock::now();
+      EXPECT_EQ(Starts(ut), !isRead);
+      EXPECT_LT(Clock::now() - begin, std::chrono::seconds(5));
+      EXPECT_TRUE(isRead ? ReadFile(UserFile()).find(off) != off.npos : ReadFile(UserFile()) == text);
+    }
+    WriteFile(UserFile(), "#\n" + off);
+    SetFileAttributesW(UserFile().c_str(), FILE_ATTRIBUTE_READONLY);
     EXPECT_FALSE(Starts(ut));
-    EXPECT_TRUE(ReadFile(UserFile()).ends_with(off));
-    WriteFile(UserFile(), off + huge);
-    EXPECT_FALSE(Starts(ut));
-    EXPECT_EQ(ReadFile(UserFile()).size(), huge.size() + off.size());
+    SetFileAttributesW(UserFile().c_str(), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_EQ(ReadFile(UserFile()), "#\n" + off);
   });
 }
 

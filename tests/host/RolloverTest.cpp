@@ -133,6 +133,7 @@ TEST_F(Rollover, WithoutConsentDeletes) {
   RunHost([](Library& ut) {
     void* session = ut.Open();
     WriteFile(Logs() / "other.xml", "x");
+    fs::permissions(Logs() / "other.xml", fs::perms::owner_read);
     SetValue(Hive::kUser, std::string(kUsage) + "\\MyProduct", "OptIn", "sz:0");
     const HANDLE reader = CreateFileW(OpenFile().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                       nullptr, OPEN_EXISTING, 0, nullptr);

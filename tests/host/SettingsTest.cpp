@@ -52,7 +52,9 @@ TEST_F(HostTest, OptInIsStoredForItsKey) {
                                      "OptInSet: Minevalue: 1@956", "UTOptInSet@709", "UTOptInGet@696",
                                      "UTGetOptIn@668", "OptInGet: Minevalue: 1@919"}));
     // A reset takes the product's values along, and is done also when there is nothing left.
-    EXPECT_EQ(ut.OptInSet("Gone", 1) + ut.SetNonDefaultDemographic("Gone", "Age", "7"), 0);
+    EXPECT_EQ(ut.OptInSet("Gone", 1) + ut.SetNonDefaultDemographic("Gone", "Age", "7") +
+                  ut.SetNonDefaultDemographic("Gone\\Demographic", "Age", "7"),
+              0);
     EXPECT_EQ(ut.OptInSet("Gone", -1) + ut.OptInSet("Gone", -1), 0);
     EXPECT_EQ(ut.OptInGet("Gone"), -1);
   });

@@ -122,6 +122,7 @@ TEST_F(HostTest, AgentIsTheFirstHit) {
   for (const char* folder : {"A", "B", "C\\Sendrix2.exe"}) fs::create_directories(CaseFolder() / folder);
   SetValue(Hive::kUser, kUsage, "Agent", "sz:" + (CaseFolder() / "B").string());
   SetValue(Hive::kUser, kKeys + "MyProduct", "OptIn", "dword:1");
+  SetValue(Hive::kUser, kKeys + "Agent", "OptIn", "dword:0");  // a usage key, and no trace of an agent
   RunHost([](Library& ut) {
     // clang-format off
     const struct { const char *folder, *added, *found; } rows[] = {
@@ -129,9 +130,10 @@ TEST_F(HostTest, AgentIsTheFirstHit) {
         {"", nullptr, "."}, {"A\\", nullptr, "A"}, {"C", nullptr, "."}};
     // clang-format on
     for (const auto& [folder, added, found] : rows) {
-      const std::string explicitFolder = folder && *folder ? (CaseFolder() / folder).string() : "";
       if (added) WriteFile(CaseFolder() / added / "Sendrix2.exe", "no program");
-      ut.Initialize("MyProduct", false, folder ? explicitFolder.c_str() : nullptr);
+      fs::current_path(CaseFolder());
+      ut.Initialize("MyProduct", false, folder);
+      fs::current_path(AppData());
       EXPECT_EQ(Starts(ut), found != nullptr);
       Lines log = NewLog("INFO");
       std::erase_if(log, [](auto& line) { return !line.starts_with("Sendrix2 Path: "); });
@@ -142,6 +144,7 @@ TEST_F(HostTest, AgentIsTheFirstHit) {
       }
     }
   });
+  EXPECT_EQ(GetValue(Hive::kUser, kKeys + "Agent", "OptIn"), "dword:0");
 }
 
 }  // namespace
