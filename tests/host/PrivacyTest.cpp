@@ -12,8 +12,8 @@ namespace fs = std::filesystem;
 
 const std::string kKey = std::string(kUsage) + "\\MyProduct";
 
-// Every file with its content, of a document the records, every folder, and every registry value of the user
-// and the machine but the shell's own.
+// Every file with its content, every document and folder, and every registry value of the user and the
+// machine but the shell's own.
 Lines Snapshot() {
   Lines all;
   for (const auto& entry : fs::recursive_directory_iterator(CaseFolder())) {
@@ -22,9 +22,6 @@ Lines Snapshot() {
       all.push_back(name + "/");
     } else if (entry.path().parent_path() == Logs()) {
       all.push_back(name);
-      for (const Record& record : Records(ReadDocument(entry.path()))) {
-        all.push_back(" " + record.element + " " + record["name"] + " " + record["data"]);
-      }
     } else {
       all.push_back(name + ": " + ReadFile(entry.path()));
     }
@@ -133,13 +130,7 @@ const Refusal kRefusals[] = {
        SetValue(Hive::kUser, kUsage, "send", "sz:0");
      },
      InitialiseAndStart,
-     {" DataRec BaseCount 1", " DataRec OptInCount 0", " DataRec OptinKey MyProduct",
-      " DataRec OptinProductFamily Acme", " DataRec OptinProductName Draw",
-      " DataRec OptinProductSerializationState Serialized", " DataRec OptinProductVersion 3.1",
-      " DataRec ProductFamily SkylampOptinProductFamily", " DataRec ProductName SkylampOptinProduct",
-      " EndSession  ", " NewGroup OptInInfo ", " NewGroup OptinProductInfo ", " NewGroup Session ",
-      " StartSession  ",
-      "AppData/Tolvex/Sendrix2/Logs/ulog_SkylampOptinProductFamily_SkylampOptinProduct_ID1_ID2.rdy", kConfig,
+     {"AppData/Tolvex/Sendrix2/Logs/ulog_SkylampOptinProductFamily_SkylampOptinProduct_ID1_ID2.rdy", kConfig,
       kGuid, kUser + "MyProduct_Acme_Draw_3.1\\OptIn=dword:0"}},
     {"OptedOutBefore",
      [] {
