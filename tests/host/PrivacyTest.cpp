@@ -1,7 +1,5 @@
 // What is on disk and in the registry after a host that may not record, against what was there before. What
 // docs/privacy.md lists is all that may be new.
-#include <algorithm>
-#include <iterator>
 
 #include "HostTest.h"
 
@@ -12,36 +10,19 @@ namespace fs = std::filesystem;
 
 const std::string kKey = std::string(kUsage) + "\\MyProduct";
 
-// Every file with its content, every document and folder, and every registry value of the user and the
-// machine but the shell's own.
-Lines Snapshot() {
-  Lines all;
-  for (const auto& entry : fs::recursive_directory_iterator(CaseFolder())) {
-    const std::string name = entry.path().lexically_relative(CaseFolder()).generic_string();
-    if (entry.is_directory()) {
-      all.push_back(name + "/");
-    } else if (entry.path().parent_path() == Logs()) {
-      all.push_back(name);
-    } else {
-      all.push_back(name + ": " + ReadFile(entry.path()));
-    }
-  }
-  for (const auto& value : ListValues(Hive::kUser, "")) all.push_back("HKCU " + value);
-  for (const auto& value : ListValues(Hive::kMachine, "")) all.push_back("HKLM " + value);
-  std::erase_if(all, [](const std::string& line) {
-    return line.find("Shell Folders") != line.npos || line.find("ProfileList") != line.npos;
-  });
-  std::ranges::sort(all);
-  return all;
-}
-
-// What is new, and behind a minus what is gone.
-Lines Changes(const Lines& before, const Lines& after) {
+// What is new, with its content where that is told, and behind a minus what is gone or was changed.
+Lines Changes(const Surroundings& before, const Surroundings& after) {
   Lines changes;
-  std::ranges::set_difference(before, after, std::back_inserter(changes));
-  for (std::string& gone : changes) gone.insert(0, "-");
-  std::ranges::set_difference(after, before, std::back_inserter(changes));
-  for (std::string& change : changes) change = Normalised(change);
+  const auto add = [&](const char* sign, const Surroundings& all, const Surroundings& others) {
+    for (const auto& [path, content] : all) {
+      const auto other = others.find(path);
+      if (other != others.end() && other->second == content) continue;
+      const bool isDocument = path.find("/Logs/") != path.npos;
+      changes.push_back(sign + Normalised(path + (isDocument || content.empty() ? "" : "=" + content)));
+    }
+  };
+  add("-", before, after);
+  add("", after, before);
   return changes;
 }
 
@@ -64,7 +45,7 @@ void InitialiseAndStart(Library& ut) {
 void SetOptIn(const char* value) { SetValue(Hive::kUser, kKey, "OptIn", value); }
 
 const std::string kConfig =
-    "AppData/Tolvex/Sendrix2/Sendrix2.cfg: [settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\n"
+    "AppData/Tolvex/Sendrix2/Sendrix2.cfg=[settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\n"
     "url=https://usage.tolvex.example/skylamp\n[ulog]\nstatus=Active\n";
 const std::string kUser = "HKCU Software\\Tolvex\\CommonFiles\\Usage\\";
 const std::string kGuid = kUser + "GUID=sz:ID1";
@@ -73,10 +54,10 @@ const std::string kEmptyKey = kUser + "MyProduct\\";
 
 TEST_P(Refused, WritesWhatIsListed) {
   GetParam().prepare();
-  const Lines before = Snapshot();
+  const Surroundings before = LookAround();
   const auto act = GetParam().act;
   RunHost([act](Library& ut) { act(ut); });
-  EXPECT_EQ(Changes(before, Snapshot()), GetParam().written);
+  EXPECT_EQ(Changes(before, LookAround()), GetParam().written);
   const std::string guid = GetValue(Hive::kUser, kUsage, "GUID");
   for (const std::string& name : FilesIn(Logs())) {
     EXPECT_EQ((name + ReadDocument(Logs() / name)).find(guid.substr(3)), std::string::npos) << name;
