@@ -90,12 +90,13 @@ void Mirror::CheckConfiguration() {
   CloseHandle(file);
   SYSTEMTIME today;
   GetLocalTime(&today);
-  const std::wstring temporary = config_ + L".tmp";
-  file = CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
-                     nullptr);
-  Write(file, read);
+  file = CreateFileW(config_.c_str(), FILE_WRITE_ATTRIBUTES,
+                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                     FILE_ATTRIBUTE_NORMAL, nullptr);
+  FILETIME now;
+  GetSystemTimeAsFileTime(&now);
+  SetFileTime(file, nullptr, nullptr, &now);
   CloseHandle(file);
-  MoveFileExW(temporary.c_str(), config_.c_str(), MOVEFILE_REPLACE_EXISTING);
 }
 
 HANDLE Mirror::OpenNext() {

@@ -2,8 +2,6 @@
 // documented rules, and nothing of the library.
 #pragma once
 
-#include <map>
-
 #include "Actor.h"
 #include "Faults.h"
 #include "stage/Document.h"
@@ -25,10 +23,8 @@ struct Verdict {
   uint64_t lost = 0;                // by a rule
 };
 
-// What is not the library's, by path or key: it must be the same after a round.
-using Surroundings = std::map<std::string, std::string>;
-[[nodiscard]] Surroundings LookAround();
-void CompareSurroundings(const Plan& plan, const Surroundings& before, Verdict& verdict);
+// What is not the library's must be the same after a round.
+void CompareSurroundings(const Plan& plan, const stage::Surroundings& before, Verdict& verdict);
 
 // All documents of the round, each checked by itself.
 [[nodiscard]] std::vector<Document> ReadDocuments(const Plan& plan, Verdict& verdict);

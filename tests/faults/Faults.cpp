@@ -16,8 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 using namespace vantra::stage;  // NOLINT: the campaign's own language
 
-constexpr uint64_t kVolume = 16'777'216;
-
 Path Agent() { return CaseFolder() / "Sendrix2.exe"; }
 Path Config() { return AgentFolder() / "Sendrix2.cfg"; }
 Path Moved() { return AgentFolder() / "Moved"; }
@@ -45,8 +43,8 @@ Made WithoutConsent(const Plan& plan) {
 }
 
 bool Withdraw(const Plan& plan) {
-  const bool isRefusal = plan.isPreRelease || plan.choice % 2 == 0;
-  SetValue(Hive::kUser, KeyOfProduct(), "OptIn", isRefusal ? "dword:0" : "sz:no");
+  SetValue(Hive::kUser, KeyOfProduct(), "OptIn",
+           plan.isPreRelease || plan.choice % 2 == 0 ? "dword:0" : "sz:no");
   return true;
 }
 
@@ -90,8 +88,7 @@ Made BreakConfig(const Plan& plan) {
       return Made::kRefuses;
     }
     case 2:
-      WriteFile(Config(), RandomBytes(random, random.Below(100'000)));
-      return Made::kAllows;
+      return WriteFile(Config(), RandomBytes(random, random.Below(100'000))), Made::kAllows;
     case 3:
       WriteFile(Config(), off);
       held.push_back(Hold(Config(), 0));
@@ -105,11 +102,9 @@ Made BreakConfig(const Plan& plan) {
       WriteFile(CaseFolder() / "Sendrix2.cfg", off);
       return Made::kRefuses;
     case 6:
-      fs::create_directories(CaseFolder() / "Sendrix2.cfg");
-      return Made::kAllows;
+      return fs::create_directories(CaseFolder() / "Sendrix2.cfg"), Made::kAllows;
     default:
-      fs::remove(Config());
-      return Made::kAllows;
+      return fs::remove(Config()), Made::kAllows;
   }
 }
 
@@ -169,22 +164,12 @@ bool TakeLogsAway(const Plan& plan) {
 
 void BringLogsBack(const Plan& plan) {
   if (fs::is_regular_file(Logs())) fs::remove(Logs());
-  if (plan.choice % 2 == 0) {
-    fs::rename(Moved(), Logs());
-  } else {
-    fs::create_directory(Logs());
-  }
-}
-
-Made WithoutLogs(const Plan& plan) {
-  TakeLogsAway(plan);
-  return Made::kAllows;
+  plan.choice % 2 == 0 ? fs::rename(Moved(), Logs()) : static_cast<void>(fs::create_directory(Logs()));
 }
 
 bool LockLogs(const Plan&) { return SetWritable(Logs(), false); }
 void UnlockLogs(const Plan&) { static_cast<void>(SetWritable(Logs(), true)); }
-
-Made OnAVolume(const Plan&) { return MountVolume(Logs(), kVolume) ? Made::kAllows : Made::kCannot; }
+Made OnAVolume(const Plan&) { return MountVolume(Logs(), uint64_t{1} << 24) ? Made::kAllows : Made::kCannot; }
 
 // Leaves a few pages.
 bool FillVolume(const Plan& plan) {
@@ -257,11 +242,6 @@ void ReplaceConfig(const Plan& plan, const std::stop_token& stop) {
   journal.isDisabled = true;
 }
 
-Made DisableConfig(const Plan&) {
-  WriteFile(Config(), kDisabledConfig);
-  return Made::kRefuses;
-}
-
 // An agent that opens its configuration for itself alone, for a millisecond or two.
 void HoldConfig(const Plan& plan, const std::stop_token& stop) {
   using Clock = std::chrono::steady_clock;
@@ -274,68 +254,43 @@ void HoldConfig(const Plan& plan, const std::stop_token& stop) {
   }
 }
 
+using enum Loss;
+// clang-format off
 constexpr Fault kFaults[] = {
     {.name = "nothing"},
     {.name = "no consent", .prepare = WithoutConsent},
-    {.name = "consent withdrawn", .loss = Loss::kEverything, .hindersFinish = true, .begin = Withdraw},
+    {.name = "consent withdrawn", .loss = kEverything, .begin = Withdraw},
     {.name = "policy forbids", .prepare = Forbid},
     {.name = "agent missing", .prepare = WithoutAgent},
-    {.name = "agent removed", .loss = Loss::kEverything, .hindersFinish = true, .begin = RemoveAgent},
+    {.name = "agent removed", .loss = kEverything, .begin = RemoveAgent},
     {.name = "agent collects", .prepare = [](const Plan&) { return SendTo(CaseFolder() / "Collects.exe"); }},
     {.name = "agent never ends", .prepare = [](const Plan&) { return SendTo(CaseFolder() / "host.exe"); }},
     {.name = "agent does not start",
      .prepare = [](const Plan&) { return SendTo(CaseFolder() / "Broken.exe"); }},
     {.name = "configuration broken", .config = {}, .prepare = BreakConfig, .cleanUp = LetGo},
-    {.name = "configuration replaced",
-     .config = kDisabledConfig,
-     .prepare = [](const Plan&) { return Made::kMayRefuse; },
-     .meanwhile = ReplaceConfig},
-    {.name = "configuration held",
-     .config = kDisabledConfig,
-     .prepare = DisableConfig,
+    {.name = "configuration replaced", .config = kDisabledConfig,
+     .prepare = [](const Plan&) { return Made::kMayRefuse; }, .meanwhile = ReplaceConfig},
+    {.name = "configuration held", .config = kDisabledConfig,
+     .prepare = [](const Plan&) { return WriteFile(Config(), kDisabledConfig), Made::kRefuses; },
      .meanwhile = HoldConfig},
     {.name = "registry values of any type", .prepare = BreakRegistry},
-    {.name = "Logs missing or a file",
-     .loss = Loss::kWhileItLasts,
-     .hindersFinish = true,
-     .prepare = WithoutLogs},
-    {.name = "Logs vanishes and returns",
-     .loss = Loss::kWhileItLasts,
-     .hindersFinish = true,
-     .begin = TakeLogsAway,
-     .end = BringLogsBack},
-    {.name = "Logs read-only",
-     .loss = Loss::kWhileItLasts,
-     .hindersFinish = true,
-     .begin = LockLogs,
-     .end = UnlockLogs,
+    {.name = "Logs missing or a file", .loss = kWhileItLasts,
+     .prepare = [](const Plan& plan) { return TakeLogsAway(plan) ? Made::kAllows : Made::kCannot; }},
+    {.name = "Logs vanishes and returns", .loss = kWhileItLasts, .begin = TakeLogsAway, .end = BringLogsBack},
+    {.name = "Logs read-only", .loss = kWhileItLasts, .begin = LockLogs, .end = UnlockLogs,
      .cleanUp = [] { UnlockLogs({}); }},
-    {.name = "next file held",
-     .loss = Loss::kWhileItLasts,
-     .hindersFinish = true,
-     .begin = HoldNext,
-     .end = FreeNext},
-    {.name = "open file held", .hindersFinish = true, .begin = HoldOpen, .end = [](const Plan&) { LetGo(); }},
-    {.name = "file size limit",
-     .loss = Loss::kRestOfSession,
-     .hindersFinish = true,
-     .begin = LimitTheFiles,
+    {.name = "next file held", .loss = kWhileItLasts, .begin = HoldNext, .end = FreeNext},
+    {.name = "open file held", .hindersFinish = true, .begin = HoldOpen,
+     .end = [](const Plan&) { LetGo(); }},
+    {.name = "file size limit", .loss = kRestOfSession, .begin = LimitTheFiles,
      .end = [](const Plan&) { static_cast<void>(LimitFiles(~uint64_t{0})); }},
-    {.name = "volume full",
-     .loss = Loss::kRestOfSession,
-     .hindersFinish = true,
-     .prepare = OnAVolume,
-     .begin = FillVolume,
-     .end = [](const Plan&) { fs::remove(Ballast()); },
-     .cleanUp = [] { Unmount(Logs()); }},
-    {.name = "crash without consent, busy",
-     .loss = Loss::kEverything,
-     .hindersFinish = true,
-     .begin = Withdraw,
-     .others = Others::kRecord},
+    {.name = "volume full", .loss = kRestOfSession, .prepare = OnAVolume, .begin = FillVolume,
+     .end = [](const Plan&) { fs::remove(Ballast()); }, .cleanUp = [] { Unmount(Logs()); }},
+    {.name = "crash without consent, busy", .loss = kEverything, .begin = Withdraw, .others = Others::kRecord},
     {.name = "crash while sessions close", .others = Others::kOpenAndClose},
     {.name = "crash of threads together", .others = Others::kCrash},
 };
+// clang-format on
 
 }  // namespace
 

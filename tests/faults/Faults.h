@@ -40,7 +40,7 @@ inline constexpr std::string_view kDisabledConfig =
 struct Fault {
   const char* name;
   Loss loss = Loss::kNothing;
-  bool hindersFinish = false;               // documents may keep their temporary names
+  bool hindersFinish = false;               // documents may keep their temporary names; else only by a loss
   std::string_view config = kActiveConfig;  // what it must be after the round; any when empty
   Made (*prepare)(const Plan&) = nullptr;   // before the hosts
   bool (*begin)(const Plan&) = nullptr;     // between two calls of the first host

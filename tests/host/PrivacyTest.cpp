@@ -1,7 +1,5 @@
 // What is on disk and in the registry after a host that may not record, against what was there before. What
-// docs/privacy.md lists is all that may be new.
-#include <algorithm>
-#include <iterator>
+// docs/privacy.md lists is all that may be new. And what is told of a choice that has changed.
 
 #include "HostTest.h"
 
@@ -12,39 +10,19 @@ namespace fs = std::filesystem;
 
 const std::string kKey = std::string(kUsage) + "\\MyProduct";
 
-// Every file with its content, of a document the records, every folder, and every registry value of the user
-// and the machine but the shell's own.
-Lines Snapshot() {
-  Lines all;
-  for (const auto& entry : fs::recursive_directory_iterator(CaseFolder())) {
-    const std::string name = entry.path().lexically_relative(CaseFolder()).generic_string();
-    if (entry.is_directory()) {
-      all.push_back(name + "/");
-    } else if (entry.path().parent_path() == Logs()) {
-      all.push_back(name);
-      for (const Record& record : Records(ReadDocument(entry.path()))) {
-        all.push_back(" " + record.element + " " + record["name"] + " " + record["data"]);
-      }
-    } else {
-      all.push_back(name + ": " + ReadFile(entry.path()));
-    }
-  }
-  for (const auto& value : ListValues(Hive::kUser, "")) all.push_back("HKCU " + value);
-  for (const auto& value : ListValues(Hive::kMachine, "")) all.push_back("HKLM " + value);
-  std::erase_if(all, [](const std::string& line) {
-    return line.find("Shell Folders") != line.npos || line.find("ProfileList") != line.npos;
-  });
-  std::ranges::sort(all);
-  return all;
-}
-
-// What is new, and behind a minus what is gone.
-Lines Changes(const Lines& before, const Lines& after) {
+// What is new, with its content where that is told, and behind a minus what is gone or was changed.
+Lines Changes(const Surroundings& before, const Surroundings& after) {
   Lines changes;
-  std::ranges::set_difference(before, after, std::back_inserter(changes));
-  for (std::string& gone : changes) gone.insert(0, "-");
-  std::ranges::set_difference(after, before, std::back_inserter(changes));
-  for (std::string& change : changes) change = Normalised(change);
+  const auto add = [&](const char* sign, const Surroundings& all, const Surroundings& others) {
+    for (const auto& [path, content] : all) {
+      const auto other = others.find(path);
+      if (other != others.end() && other->second == content) continue;
+      const bool isDocument = path.find("/Logs/") != path.npos;
+      changes.push_back(sign + Normalised(path + (isDocument || content.empty() ? "" : "=" + content)));
+    }
+  };
+  add("-", before, after);
+  add("", after, before);
   return changes;
 }
 
@@ -67,7 +45,7 @@ void InitialiseAndStart(Library& ut) {
 void SetOptIn(const char* value) { SetValue(Hive::kUser, kKey, "OptIn", value); }
 
 const std::string kConfig =
-    "AppData/Tolvex/Sendrix2/Sendrix2.cfg: [settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\n"
+    "AppData/Tolvex/Sendrix2/Sendrix2.cfg=[settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\n"
     "url=https://usage.tolvex.example/skylamp\n[ulog]\nstatus=Active\n";
 const std::string kUser = "HKCU Software\\Tolvex\\CommonFiles\\Usage\\";
 const std::string kGuid = kUser + "GUID=sz:ID1";
@@ -76,10 +54,10 @@ const std::string kEmptyKey = kUser + "MyProduct\\";
 
 TEST_P(Refused, WritesWhatIsListed) {
   GetParam().prepare();
-  const Lines before = Snapshot();
+  const Surroundings before = LookAround();
   const auto act = GetParam().act;
   RunHost([act](Library& ut) { act(ut); });
-  EXPECT_EQ(Changes(before, Snapshot()), GetParam().written);
+  EXPECT_EQ(Changes(before, LookAround()), GetParam().written);
   const std::string guid = GetValue(Hive::kUser, kUsage, "GUID");
   for (const std::string& name : FilesIn(Logs())) {
     EXPECT_EQ((name + ReadDocument(Logs() / name)).find(guid.substr(3)), std::string::npos) << name;
@@ -133,13 +111,7 @@ const Refusal kRefusals[] = {
        SetValue(Hive::kUser, kUsage, "send", "sz:0");
      },
      InitialiseAndStart,
-     {" DataRec BaseCount 1", " DataRec OptInCount 0", " DataRec OptinKey MyProduct",
-      " DataRec OptinProductFamily Acme", " DataRec OptinProductName Draw",
-      " DataRec OptinProductSerializationState Serialized", " DataRec OptinProductVersion 3.1",
-      " DataRec ProductFamily SkylampOptinProductFamily", " DataRec ProductName SkylampOptinProduct",
-      " EndSession  ", " NewGroup OptInInfo ", " NewGroup OptinProductInfo ", " NewGroup Session ",
-      " StartSession  ",
-      "AppData/Tolvex/Sendrix2/Logs/ulog_SkylampOptinProductFamily_SkylampOptinProduct_ID1_ID2.rdy", kConfig,
+     {"AppData/Tolvex/Sendrix2/Logs/ulog_SkylampOptinProductFamily_SkylampOptinProduct_ID1_ID2.rdy", kConfig,
       kGuid, kUser + "MyProduct_Acme_Draw_3.1\\OptIn=dword:0"}},
     {"OptedOutBefore",
      [] {
@@ -160,6 +132,70 @@ const Refusal kRefusals[] = {
      {kEmptyKey, kUser + "Other\\Demographic\\"}},
 };
 INSTANTIATE_TEST_SUITE_P(Paths, Refused, testing::ValuesIn(kRefusals), kRowName);
+
+struct ChangeRow {
+  const char* test;
+  const char* stored;  // for the product; none when empty
+  int32_t held;
+  const char* base;  // the counts of the report; no report when empty
+  const char* optIn;
+};
+
+class Change : public HostTable<ChangeRow> {};
+
+// A changed mind is stored for the product, reported once, and the agent started for the report.
+TEST_P(Change, OfMind) {
+  const auto& [test, stored, held, base, optIn] = GetParam();
+  SetValue(Hive::kUser, kUsage, "GUID", "sz:0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9");
+  SetValue(Hive::kUser, kUsage, "obfuscate", "dword:0");
+  const std::string product = std::string(kUsage) + "\\MyProduct_Acme_Draw_3.1";
+  if (*stored != '\0') SetValue(Hive::kUser, product, "OptIn", stored);
+  RunHost([held = held](Library& ut) {
+    ut.Initialize("MyProduct", false, nullptr);
+    ut.SetOptIn(held);
+    void* session = nullptr;
+    EXPECT_EQ(ut.StartSession(&session, "Acme", "Draw", "3.1", nullptr, nullptr), held == 1 ? 0 : 1);
+  });
+  Lines reports = FilesIn(Logs());
+  std::erase_if(reports, [](auto& file) { return !file.starts_with("ulog_SkylampOptinProductFamily_"); });
+  ASSERT_EQ(reports.size(), *base == '\0' ? 0u : 1u);
+  EXPECT_EQ(AgentStarts().size(), reports.size());
+  if (reports.empty()) return;
+  EXPECT_EQ(GetValue(Hive::kUser, product, "OptIn"), "dword:" + std::to_string(held));
+  std::string wanted = R"(<?xml version="1.0" encoding="utf-8"?>
+
+<UsageDoc version="0.5.4">
+<StartSession id="ID1" time="TIME" seq="0" />
+<NewGroup category="Skylamp" subcategory="OptinRate" name="Session" time="TIME" group="1" doc="" seq="1" />
+<DataRec time="TIME" group="1" name="ProductFamily" data="SkylampOptinProductFamily" seq="2" />
+<DataRec time="TIME" group="1" name="ProductName" data="SkylampOptinProduct" seq="3" />
+<NewGroup category="Skylamp" subcategory="OptinRate" name="OptinProductInfo" time="TIME" group="2" doc="" seq="4" />
+<DataRec time="TIME" group="2" name="OptinProductFamily" data="Acme" seq="5" />
+<DataRec time="TIME" group="2" name="OptinProductName" data="Draw" seq="6" />
+<DataRec time="TIME" group="2" name="OptinProductVersion" data="3.1" seq="7" />
+<DataRec time="TIME" group="2" name="OptinProductSerializationState" data="Serialized" seq="8" />
+<DataRec time="TIME" group="2" name="OptinKey" data="MyProduct" seq="9" />
+<NewGroup category="Skylamp" subcategory="OptinRate" name="OptInInfo" time="TIME" group="3" doc="" seq="10" />
+<DataRec time="TIME" group="3" name="BaseCount" data=")";
+  wanted.append(base).append(
+      "\" seq=\"11\" />\n<DataRec time=\"TIME\" group=\"3\" name=\"OptInCount\" data=\"");
+  wanted.append(optIn).append(
+      "\" seq=\"12\" />\n<EndSession id=\"ID1\" time=\"TIME\" seq=\"13\" />\n</UsageDoc>\n");
+  const std::string document = ReadDocument(Logs() / reports[0]);
+  EXPECT_EQ(Normalised(document), wanted);
+  EXPECT_EQ(Records(document)[0]["id"], "00000000-0000-0000-0000-000000000000");
+  EXPECT_EQ(reports[0].find("0a1b2c3d"), std::string::npos) << "the report names the user";
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, Change,
+                         testing::Values(ChangeRow{"FirstIn", "", 1, "1", "1"},
+                                         ChangeRow{"FirstOut", "", 0, "1", "0"},
+                                         ChangeRow{"OutToIn", "dword:0", 1, "0", "1"},
+                                         ChangeRow{"InToOut", "dword:1", 0, "0", "-1"},
+                                         ChangeRow{"StillIn", "sz:1", 1, "", ""},
+                                         ChangeRow{"StillOut", "dword:0", 0, "", ""},
+                                         ChangeRow{"Undecided", "dword:1", -1, "", ""}),
+                         kRowName);
 
 }  // namespace
 }  // namespace vantra::test

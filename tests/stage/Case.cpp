@@ -193,6 +193,26 @@ Lines ListValues(Hive hive, std::string_view key) {
   return lines;
 }
 
+Surroundings LookAround() {
+  Surroundings found;
+  for (const auto& entry : fs::recursive_directory_iterator(CaseFolder())) {
+    const std::string path = Utf8(entry.path().lexically_relative(CaseFolder()).generic_wstring());
+    if (entry.is_directory())
+      found[path + "/"];
+    else
+      found[path] = entry.file_size() < 1000 ? ReadFile(entry.path()) : std::to_string(entry.file_size());
+  }
+  for (const Hive hive : {Hive::kUser, Hive::kMachine}) {
+    for (const std::string& line : ListValues(hive, "")) {
+      if (line.find("\\Microsoft\\Windows") != line.npos) continue;
+      const size_t name = line.find('=');
+      found[(hive == Hive::kUser ? "HKCU " : "HKLM ") + line.substr(0, name)] =
+          name == line.npos ? "" : line.substr(name + 1);
+    }
+  }
+  return found;
+}
+
 std::string Utf8(std::wstring_view wide) {
   const int size = static_cast<int>(wide.size());
   std::string text(wide.size() * 3, '\0');

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -65,6 +66,12 @@ void RemoveKey(Hive hive, std::string_view key);
 [[nodiscard]] std::string GetValue(Hive hive, std::string_view key, std::string_view name);
 // "subkey\name=value" for each value below the key, sorted; for each empty key "subkey\".
 [[nodiscard]] Lines ListValues(Hive hive, std::string_view key);
+
+// What lies in the case's folder and in its registry: each file with its content, or its size when that is
+// much; each folder as "path/"; each value as "HKCU key\name" or "HKLM key\name". The platform's own values
+// are left out.
+using Surroundings = std::map<std::string, std::string>;
+[[nodiscard]] Surroundings LookAround();
 
 using testkit::detail::Wide;
 [[nodiscard]] std::string Utf8(std::wstring_view wide);  // what is no text becomes U+FFFD

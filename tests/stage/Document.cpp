@@ -14,6 +14,26 @@ constexpr std::string_view kMarker = "R-M$ke#$vQPo5lupadix";
 constexpr std::string_view kTime = "dddd-dd-ddTdd:dd:ddZ";
 constexpr std::string_view kGuid = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
 
+constexpr std::string_view kPrologue =
+    "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<UsageDoc version=\"0.5.4\">\n";
+constexpr std::string_view kEndTag = "</UsageDoc>\n";
+constexpr std::string_view kRecordEnd = " />\n";
+
+// A record whose values have everything escaped that has to be.
+bool IsWellFormed(std::string_view record) {
+  bool isValue = false;
+  for (size_t i = 0; i < record.size(); ++i) {
+    const char c = record[i];
+    if (c == '"') {
+      isValue = !isValue;
+    } else if (isValue ? c == '<' || c == '>' || c == '\'' || c == '\\' || (c == '&' && record[i + 1] != '#')
+                       : (c == '<') != (i == 0)) {
+      return false;
+    }
+  }
+  return !isValue;
+}
+
 // Whether the text begins as the pattern says, d standing for a digit and x for a lower-case hexadecimal one.
 bool Begins(std::string_view text, std::string_view pattern) {
   const auto fits = [](char p, char c) {
@@ -61,6 +81,31 @@ std::string OnlyDocument() {
 std::vector<Record> Records(std::string_view document) {
   std::vector<Record> records;
   testkit::detail::AppendRecords(document, records);
+  return records;
+}
+
+std::vector<Record> WholeRecords(std::string_view text) {
+  std::vector<Record> records;
+  const bool hasPrologue = text.starts_with(kPrologue);
+  if (hasPrologue) text.remove_prefix(kPrologue.size());
+  while (!text.empty()) {
+    if (text.starts_with(kEndTag)) {
+      records.push_back({.session = {}, .element = "/", .attributes = {}});
+      text.remove_prefix(kEndTag.size());
+      continue;
+    }
+    const size_t end = text.find(kRecordEnd);
+    const std::string_view record = text.substr(0, end == text.npos ? end : end + kRecordEnd.size());
+    const std::vector<Record> one = end == text.npos ? std::vector<Record>() : Records(record);
+    if (one.size() != 1 || (one[0].element != "ResumeSession" && !IsWellFormed(record))) {
+      throw std::runtime_error("no record: " + std::string(record.substr(0, 200)));
+    }
+    const bool isOpening = one[0].element == "StartSession" || one[0].element == "ResumeSession";
+    if (isOpening != (hasPrologue && records.empty()))
+      throw std::runtime_error("a beginning where none should be");
+    records.push_back(one[0]);
+    text.remove_prefix(record.size());
+  }
   return records;
 }
 

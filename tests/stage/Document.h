@@ -23,6 +23,8 @@ using testkit::Record;
 [[nodiscard]] std::string OnlyDocument();
 
 [[nodiscard]] std::vector<Record> Records(std::string_view document);
+// The same, with "/" for each end tag. Throws at what is no record, or has something unescaped.
+[[nodiscard]] std::vector<Record> WholeRecords(std::string_view document);
 
 // The text with TIME for every time stamp, and ID1, ID2, ... for GUIDs, numbered as they first appear.
 [[nodiscard]] std::string Normalised(std::string_view text);

@@ -21,26 +21,6 @@ std::string Checked(const char* text, uint32_t flags) {
   return std::to_string(static_cast<int>(checked.Code())) + ' ' + std::string(checked.Value().text);
 }
 
-// Each rule bit counts alone, and before all bits that come later.
-TEST(Validation, RuleOfEachFlag) {
-  const std::string text = "1 b\xC3-" + Times(700, 'x');
-  const std::string identifier = "1 SK_1_b__" + Times(120, 'x'), name = "1 1 b__" + Times(59, 'x');
-  const std::string limit64 = "1 " + text.substr(0, 64), limit128 = "1 " + text.substr(0, 128);
-  // clang-format off
-  const std::pair<uint32_t, std::string> rows[] = {
-      {0x1, identifier}, {0x2, limit128}, {0x4, identifier}, {0x8, "1 " + text.substr(0, 512)},
-      {0x10, limit64}, {0x20, limit128}, {0x40, limit64}, {0x80, limit128},
-      {0x100, identifier}, {0x40000000, name}, {0x20000, limit128}, {0x40000, limit128}};
-  // clang-format on
-  uint32_t later = 0xBFF9FE00;  // the bits that are no rule
-  EXPECT_EQ(Checked(text.c_str(), later), "0 " + text);
-  for (auto row = std::rbegin(rows); row != std::rend(rows); ++row) {
-    EXPECT_EQ(Checked(text.c_str(), row->first), row->second) << row->first;
-    EXPECT_EQ(Checked(text.c_str(), row->first | later), row->second) << row->first;
-    later |= row->first;
-  }
-}
-
 TEST(Validation, Texts) {
   // clang-format off
   const struct { uint32_t flags; std::string text, wanted; } rows[] = {
