@@ -87,7 +87,21 @@ ptrdiff_t CountThreads() {
   return count;
 }
 
-// A loaded library leaves nothing behind: no handle, no thread, and the setter of filters as it was.
+// Bytes in use in all heaps of the process.
+size_t UsedMemory() {
+  HANDLE heaps[64];
+  const DWORD count = GetProcessHeaps(64, heaps);
+  size_t bytes = 0;
+  for (DWORD i = 0; i < count; ++i) {
+    PROCESS_HEAP_ENTRY entry{};
+    while (HeapWalk(heaps[i], &entry))
+      bytes += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
+  }
+  return bytes;
+}
+
+// A loaded library leaves nothing behind: no handle, no thread, no memory, and the setter of filters as it
+// was.
 TEST_F(HostTest, LoadAndUnload) {
   RunHost([] {
     // What else the library loads would come and go with it, slowly.
@@ -96,8 +110,9 @@ TEST_F(HostTest, LoadAndUnload) {
     const std::string entry(setter, 32);
     size_t handles = 0;
     ptrdiff_t threads = 0;
+    size_t memory = 0;
     for (int i = 0; i < 30; ++i) {
-      if (i == 6) handles = Handles().size(), threads = CountThreads();
+      if (i == 6) handles = Handles().size(), threads = CountThreads(), memory = UsedMemory();
       Library ut;
       ut.Initialize("MyProduct", true, nullptr);
       ut.SetOptIn(i % 3 == 0 ? 0 : 1);
@@ -110,6 +125,8 @@ TEST_F(HostTest, LoadAndUnload) {
     }
     EXPECT_EQ(Handles().size(), handles);
     EXPECT_EQ(CountThreads(), threads);
+    // The platform keeps some of its own for each load.
+    EXPECT_LT(UsedMemory(), memory + 24 * 4096);
     EXPECT_EQ(std::string(setter, 32), entry);
     EXPECT_EQ(GetModuleHandleW(L"Vantra.dll"), nullptr);
   });
