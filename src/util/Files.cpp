@@ -136,9 +136,8 @@ std::optional<std::string> ReadWholeFile(const std::wstring& path) {
 }
 
 std::optional<FileSnapshot> TakeSnapshot(const std::wstring& path, uint64_t limit) {
-  constexpr int kAttempts = 5;
-  constexpr DWORD kPause = 10;
-  for (int attempt = 1;; ++attempt) {
+  constexpr ULONGLONG kLongestWait = 60;
+  for (const ULONGLONG end = GetTickCount64() + kLongestWait;;) {
     const UniqueFile file = OpenForReading(path);
     const DWORD error = file ? ERROR_SUCCESS : GetLastError();
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return FileSnapshot{};
@@ -152,8 +151,8 @@ std::optional<FileSnapshot> TakeSnapshot(const std::wstring& path, uint64_t limi
                             *std::move(text)};
       }
     }
-    if (attempt == kAttempts || IsFolder(path)) return {};
-    Sleep(kPause);
+    if (GetTickCount64() >= end || IsFolder(path)) return {};
+    Sleep(1);
   }
 }
 
