@@ -5,11 +5,11 @@
 
 #include "api/Frame.h"
 #include "api/OptInOperations.h"
+#include "api/ProductOptInSync.h"
 #include "api/Validation.h"
 #include "api/ValidationErrors.h"
 #include "api/VantraManager.h"
 #include "crash/CrashHandler.h"
-#include "crash/ProductOptInSync.h"
 #include "settings/AgentConfigFile.h"
 #include "settings/OptInPolicy.h"
 #include "settings/SendrixUtilsWin.h"
@@ -34,7 +34,7 @@ bool MakeDigest() {
 
 // Reports a changed opt-in of the product, and starts the agent when there is something for it to fetch.
 void SyncAndSend(const ProductTexts& product, const std::wstring& logsFolder) {
-  const bool hasChanged = crash::SyncProductOptIn(product.family, product.name, product.version, logsFolder);
+  const bool hasChanged = SyncProductOptIn(product.family, product.name, product.version, logsFolder);
   if (!settings::IsSendOn()) return;
   if (hasChanged || settings::HasFinishedDocument(logsFolder)) settings::StartTransportAgent(logsFolder);
 }
