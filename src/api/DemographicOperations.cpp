@@ -15,14 +15,14 @@ std::string_view OrEmpty(const char* text) noexcept { return text == nullptr ? s
 }  // namespace
 
 bool GetDemographicHelper(const char* subkey, const char* pcKey, char* buffer, size_t* size) {
-  Trace(entry::kGetDemographicHelper);
+  log::Info(entry::kGetDemographicHelper);
   const CheckedText key(pcKey, CheckFor(kLimit64));
   if (!key.IsAccepted()) {
-    Report(refusal::kGetDemographicKey, key.Value().text);
+    log::Debug(refusal::kGetDemographicKey, key.Value().text);
     return false;
   }
   if (buffer == nullptr || size == nullptr) {
-    Report(refusal::kGetDemographicHelper);
+    log::Debug(refusal::kGetDemographicHelper);
     return false;
   }
   if (*size == 0) {
@@ -31,7 +31,7 @@ bool GetDemographicHelper(const char* subkey, const char* pcKey, char* buffer, s
   }
   const auto text = settings::GetDemographic(OrEmpty(subkey), key.Value().text);
   if (!text) {
-    Report(refusal::kGetDemographicHelper);
+    log::Debug(refusal::kGetDemographicHelper);
     return false;
   }
   const size_t length = std::min(text->size(), *size - 1);
@@ -42,19 +42,19 @@ bool GetDemographicHelper(const char* subkey, const char* pcKey, char* buffer, s
 }
 
 bool SetDemographicHelper(const char* subkey, const char* pcKey, const char* pcValue) {
-  Trace(entry::kSetDemographicHelper);
+  log::Info(entry::kSetDemographicHelper);
   const CheckedText key(pcKey, CheckFor(kLimit64));
   if (!key.IsAccepted()) {
-    Report(refusal::kSetDemographicKey, key.Value().text);
+    log::Debug(refusal::kSetDemographicKey, key.Value().text);
     return false;
   }
   const CheckedText value(pcValue, CheckFor(kLimit128Also | kNullAllowed | kEmptyAllowed));
   if (!value.IsAccepted()) {
-    Report(refusal::kSetDemographicValue, value.Value().text);
+    log::Debug(refusal::kSetDemographicValue, value.Value().text);
     return false;
   }
   if (!settings::SetDemographic(OrEmpty(subkey), key.Value().text, value.Value().text)) {
-    Report(refusal::kSetDemographicHelper);
+    log::Debug(refusal::kSetDemographicHelper);
     return false;
   }
   return true;

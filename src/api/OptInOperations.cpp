@@ -18,7 +18,7 @@ void Refresh(const Message& message, std::string_view key, int32_t value) {
   settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
   if (key != policy.UsageKey()) return;
   policy.SetOptIn(value);
-  Trace(message, key, value);
+  log::Info(message, key, "value: ", value);
 }
 
 // A reset is done when no choice is left, whether or not there was one to delete.
@@ -45,7 +45,7 @@ std::string_view OptInWord(int32_t value) noexcept {
 bool OptInGet(const char* usageKey, int32_t& value) {
   const CheckedText key(usageKey, CheckFor(kUsageKey));
   if (!key.IsAccepted()) {
-    Report(refusal::kOptInGetKey, key.Value().text);
+    log::Debug(refusal::kOptInGetKey, key.Value().text);
     return false;
   }
   value = settings::GetOptIn(key.Value().text);
@@ -55,16 +55,16 @@ bool OptInGet(const char* usageKey, int32_t& value) {
 
 bool OptInSet(const char* usageKey, int32_t value) {
   if (!IsOptInValue(value)) {
-    Report(refusal::kOptInValue, value);
+    log::Debug(refusal::kOptInValue, value);
     return false;
   }
   const CheckedText key(usageKey, CheckFor(kUsageKey));
   if (!key.IsAccepted()) {
-    Report(refusal::kOptInSetKey, key.Value().text);
+    log::Debug(refusal::kOptInSetKey, key.Value().text);
     return false;
   }
   if (!Store(key.Value().text, value)) {
-    Report(refusal::kOptInNotStored, key.Value().text);
+    log::Debug(refusal::kOptInNotStored, key.Value().text);
     return false;
   }
   settings::StampFirstUse(key.Value().text);

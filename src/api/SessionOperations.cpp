@@ -5,11 +5,11 @@
 
 #include "api/Frame.h"
 #include "api/OptInOperations.h"
+#include "api/ProductOptInSync.h"
 #include "api/Validation.h"
 #include "api/ValidationErrors.h"
 #include "api/VantraManager.h"
 #include "crash/CrashHandler.h"
-#include "crash/ProductOptInSync.h"
 #include "settings/AgentConfigFile.h"
 #include "settings/OptInPolicy.h"
 #include "settings/SendrixUtilsWin.h"
@@ -34,7 +34,7 @@ bool MakeDigest() {
 
 // Reports a changed opt-in of the product, and starts the agent when there is something for it to fetch.
 void SyncAndSend(const ProductTexts& product, const std::wstring& logsFolder) {
-  const bool hasChanged = crash::SyncProductOptIn(product.family, product.name, product.version, logsFolder);
+  const bool hasChanged = SyncProductOptIn(product.family, product.name, product.version, logsFolder);
   if (!settings::IsSendOn()) return;
   if (hasChanged || settings::HasFinishedDocument(logsFolder)) settings::StartTransportAgent(logsFolder);
 }
@@ -45,26 +45,26 @@ bool MayStart(const ProductTexts& product, const settings::AgentFolders& folders
   const std::wstring configPath = settings::GetAgentConfigPath(folders.data);
   if (settings::VerifyConfigStatus(product.family, product.name, configPath, "ulog") !=
       settings::ConfigStatus::kActive) {
-    Report(refusal::kConfigStatus);
+    log::Debug(refusal::kConfigStatus);
     return false;
   }
   int32_t optIn = settings::kUndecided;
   if (!OptInGet(policy.UsageKey().c_str(), optIn)) {
-    Report(refusal::kStoredUsageKey, policy.UsageKey());
+    log::Debug(refusal::kStoredUsageKey, policy.UsageKey());
     return false;
   }
   policy.FetchUserIdentifier();
   if (settings::VerifyTransAgentExist() != 0) {
-    Report(refusal::kTransAgentExist);
+    log::Debug(refusal::kTransAgentExist);
     return false;
   }
   if (!settings::OptInPolicy::IsAllowedByGroupPolicy()) {
-    Report(refusal::kGroupPolicy);
+    log::Debug(refusal::kGroupPolicy);
     return false;
   }
   if (!policy.IsConsentGiven()) {
     SyncAndSend(product, folders.logs);
-    Report(refusal::kConsent, 0);
+    log::Debug(refusal::kConsent, 0);
     return false;
   }
   return true;
@@ -105,7 +105,7 @@ bool StartSession(void** handle, const ProductTexts& product) {
   if (settings::OptInPolicy::Instance().CrashReporting()) {
     crash::CrashHandler::SetCrashHandler(VantraManager::Instance().Sessions());
   }
-  Report(progress::kStartSessionSuccess);
+  log::Debug(progress::kStartSessionSuccess);
   SyncAndSend(product, folders.logs);
   started.Keep();
   return true;
@@ -120,7 +120,7 @@ session::FreeText DigestOf(std::string_view text) {
 bool AddToGroup(UsageSession* session, uint32_t group, const session::FreeText& key,
                 const session::FreeText& value) {
   if (session == nullptr || key.text.data() == nullptr || value.text.data() == nullptr) {
-    Report(refusal::kGroupPartMissing);
+    log::Debug(refusal::kGroupPartMissing);
     return false;
   }
   const auto id = static_cast<int32_t>(group);
@@ -128,7 +128,7 @@ bool AddToGroup(UsageSession* session, uint32_t group, const session::FreeText& 
     session->AddToGroup(id, key, value);
     return true;
   }
-  Report(refusal::kGroupId, id);
+  log::Debug(refusal::kGroupId, id);
   // The error names the empty group that was opened just before it, not the number that was refused.
   const int32_t opened = session->NewGroup(
       {.category = "Skylamp", .subcategory = {}, .name = "ValidationErrors", .doc = kNoDocument});
@@ -140,11 +140,11 @@ bool AddToGroup(UsageSession* session, uint32_t group, const session::FreeText& 
 
 void CloseSession(UsageSession& session, void** handle) {
   RecordOptInInfo(session);
-  Report(progress::kBeforeEndSession);
+  log::Debug(progress::kBeforeEndSession);
   session.Close();
   VantraManager::Instance().Remove(&session);
   *handle = nullptr;
-  Report(progress::kCloseSessionSuccess);
+  log::Debug(progress::kCloseSessionSuccess);
 }
 
 }  // namespace vantra::api

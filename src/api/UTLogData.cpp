@@ -11,29 +11,35 @@
 namespace vantra::api {
 namespace {
 
-// Made here so that the log is switched on as the library is loaded.
-const log::LoggerPointer logger("Vantra");
+// Switches the log on as the library is loaded.
+[[maybe_unused]] const log::Logger* const logger = log::GetLogger("Vantra");
 
-constexpr ExportRow kInitialize{{"Exception occurs for WRAPPERUTInitialize()", 60}, kFailure};
-constexpr ExportRow kStartSession{{"Exception occurs for WRAPPERUTStartSession()", 90}, kFailure};
-constexpr ExportRow kAddToSession{{"Exception occurs for WRAPPERUTAddToSession()", 115}, kFailure};
-constexpr ExportRow kLogEvent{{"Exception occurs for WRAPPERUTLogEvent()", 144}, kFailure};
-constexpr ExportRow kNewDataGroup{{"Exception occurs for WRAPPERUTNewDataGroup()", 173}, kFailure};
-constexpr ExportRow kAddToGroup{{"Exception occurs for UTAddToGroup()", 195}, kFailure};
-constexpr ExportRow kCloseSession{{"Exception occurs for WRAPPERUTCloseSession()", 217}, kFailure};
-constexpr ExportRow kGetOptIn{{"Exception occurs for WRAPPERUTGetOptIn()", 241}, kFailure};
-constexpr ExportRow kSetOptIn{{"Exception occurs for WRAPPERUTSetOptIn()", 266}, kFailure};
-constexpr ExportRow kOptInGet{{"Exception occurs for WRAPPERUTOptInGet()", 292}, kFailure};
-constexpr ExportRow kOptInSet{{"Exception occurs for WRAPPERUTOptInSet()", 315}, kFailure};
-constexpr ExportRow kGetDemographic{{"Exception occurs for WRAPPERUTGetDemographic()", 337}, kFailure};
-constexpr ExportRow kSetDemographic{{"Exception occurs for WRAPPERUTSetDemographic()", 359}, kFailure};
+constexpr log::Message InExport(std::string_view text, int line) noexcept {
+  return {"..\\UTLogData", text, line};
+}
+
+constexpr ExportRow kInitialize{InExport("Exception occurs for WRAPPERUTInitialize()", 60), kFailure};
+constexpr ExportRow kStartSession{InExport("Exception occurs for WRAPPERUTStartSession()", 90), kFailure};
+constexpr ExportRow kAddToSession{InExport("Exception occurs for WRAPPERUTAddToSession()", 115), kFailure};
+constexpr ExportRow kLogEvent{InExport("Exception occurs for WRAPPERUTLogEvent()", 144), kFailure};
+constexpr ExportRow kNewDataGroup{InExport("Exception occurs for WRAPPERUTNewDataGroup()", 173), kFailure};
+constexpr ExportRow kAddToGroup{InExport("Exception occurs for UTAddToGroup()", 195), kFailure};
+constexpr ExportRow kCloseSession{InExport("Exception occurs for WRAPPERUTCloseSession()", 217), kFailure};
+constexpr ExportRow kGetOptIn{InExport("Exception occurs for WRAPPERUTGetOptIn()", 241), kFailure};
+constexpr ExportRow kSetOptIn{InExport("Exception occurs for WRAPPERUTSetOptIn()", 266), kFailure};
+constexpr ExportRow kOptInGet{InExport("Exception occurs for WRAPPERUTOptInGet()", 292), kFailure};
+constexpr ExportRow kOptInSet{InExport("Exception occurs for WRAPPERUTOptInSet()", 315), kFailure};
+constexpr ExportRow kGetDemographic{InExport("Exception occurs for WRAPPERUTGetDemographic()", 337),
+                                    kFailure};
+constexpr ExportRow kSetDemographic{InExport("Exception occurs for WRAPPERUTSetDemographic()", 359),
+                                    kFailure};
 constexpr ExportRow kGetNonDefaultDemographic{
-    {"Exception occurs for WRAPPERUTGetNonDefaultDemographic()", 385}, kFailure};
+    InExport("Exception occurs for WRAPPERUTGetNonDefaultDemographic()", 385), kFailure};
 constexpr ExportRow kSetNonDefaultDemographic{
-    {"Exception occurs for WRAPPERUTSetNonDefaultDemographic()", 410}, kFailure};
-constexpr ExportRow kSetSerializationState{{"Exception occurs for WRAPPERUTSetSerializationState()", 433},
-                                           kSuccess};
-constexpr Message kDetachException{"Exception occurs for DLL_PROCESS_DETACH", 466};
+    InExport("Exception occurs for WRAPPERUTSetNonDefaultDemographic()", 410), kFailure};
+constexpr ExportRow kSetSerializationState{
+    InExport("Exception occurs for WRAPPERUTSetSerializationState()", 433), kSuccess};
+constexpr log::Message kDetachException = InExport("Exception occurs for DLL_PROCESS_DETACH", 466);
 
 // Any nonzero byte is true: hosts in other languages pass other numbers than 1.
 bool IsTrue(const bool& flag) noexcept {
@@ -140,7 +146,7 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID reserved) {
   try {
     vantra::util::GlobalItems::Release(reason, reserved);
   } catch (...) {
-    ReportException(kDetachException);
+    vantra::log::Debug(kDetachException);
   }
   // The end of the process gives back everything at once.
   if (reserved == nullptr) __gnu_cxx::__freeres();

@@ -18,9 +18,9 @@ void CheckedArgument::Tell(session::UsageSession* session, const char* text, con
   if (session != nullptr) {
     RecordValidationError(session, kInvalidText, text == nullptr ? session::FreeText() : text);
   } else if (text_.IsAccepted()) {
-    Report(refusal::kCutText, text_.Value().text);
+    log::Debug(refusal::kCutText, text_.Value().text);
   }
-  if (!text_.IsAccepted()) Report(refusal, text_.Value().text);
+  if (!text_.IsAccepted()) log::Debug(refusal, text_.Value().text);
 }
 
 }  // namespace vantra::api

@@ -31,21 +31,21 @@ constexpr TextCheck kGroupNameCheck = CheckFor(kGroupName);
 // The open session of the handle; its progress message is logged when there is one.
 UsageSession* FindSession(const void* handle, const Message& found) {
   UsageSession* const session = VantraManager::Instance().Find(handle);
-  if (session != nullptr) Report(found);
+  if (session != nullptr) log::Debug(found);
   return session;
 }
 
 int32_t Result(bool isDone) noexcept { return isDone ? kSuccess : kFailure; }
 
 int32_t Result(bool isDone, const Message& failure) noexcept {
-  if (!isDone) Report(failure);
+  if (!isDone) log::Debug(failure);
   return Result(isDone);
 }
 
 }  // namespace
 
 int32_t WrapperUTInitialize(const char* pcUsagekey, bool crashHandling, const char* agentFolder) {
-  Trace(entry::kInitialize);
+  log::Info(entry::kInitialize);
   const CheckedArgument key(nullptr, pcUsagekey, kUsageKeyCheck, refusal::kUsageKey);
   if (!key.IsAccepted()) return kFailure;
   settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
@@ -57,7 +57,7 @@ int32_t WrapperUTInitialize(const char* pcUsagekey, bool crashHandling, const ch
 
 int32_t WrapperUTStartSession(void** session, const char* pcAppFamily, const char* pcAppName,
                               const char* pcAppversion, const char* pcAppbuild, const char* pcApplanguage) {
-  Trace(entry::kStartSession);
+  log::Info(entry::kStartSession);
   if (session == nullptr) return kFailure;
   *session = nullptr;
   const CheckedArgument family(nullptr, pcAppFamily, kProductCheck, refusal::kAppFamily);
@@ -75,7 +75,7 @@ int32_t WrapperUTStartSession(void** session, const char* pcAppFamily, const cha
 }
 
 int32_t WrapperUTAddToSession(void* session, const char* pcKey, const char* pcValue) {
-  Trace(entry::kAddToSession);
+  log::Info(entry::kAddToSession);
   UsageSession* const open = FindSession(session, progress::kAddToSessionValid);
   if (open == nullptr) return kFailure;
   const CheckedArgument key(open, pcKey, kKeyCheck, refusal::kKey);
@@ -88,7 +88,7 @@ int32_t WrapperUTAddToSession(void* session, const char* pcKey, const char* pcVa
 
 int32_t WrapperUTLogEvent(void* session, const char* pcCategory, const char* pcSubCategory,
                           const char* pcEventName, const char* docId, uint32_t docIdLength) {
-  Trace(entry::kLogEvent);
+  log::Info(entry::kLogEvent);
   UsageSession* const open = FindSession(session, progress::kLogEventValid);
   if (open == nullptr) return kFailure;
   const CheckedDocumentId document = CheckDocumentId(docId, docIdLength);
@@ -109,7 +109,7 @@ int32_t WrapperUTLogEvent(void* session, const char* pcCategory, const char* pcS
 int32_t WrapperUTNewDataGroup(void* session, const char* pcCategory, const char* pcSubCategory,
                               const char* pcGroupName, uint32_t* groupId, const char* docId,
                               uint32_t docIdLength) {
-  Trace(entry::kNewDataGroup);
+  log::Info(entry::kNewDataGroup);
   UsageSession* const open = FindSession(session, progress::kNewDataGroupValid);
   if (open == nullptr) return kFailure;
   const CheckedDocumentId document = CheckDocumentId(docId, docIdLength);
@@ -129,7 +129,7 @@ int32_t WrapperUTNewDataGroup(void* session, const char* pcCategory, const char*
 }
 
 int32_t WrapperUTAddToGroup(void* session, uint32_t groupId, const char* pcKey, const char* pcValue) {
-  Trace(entry::kAddToGroup);
+  log::Info(entry::kAddToGroup);
   UsageSession* const open = FindSession(session, progress::kAddToGroupValid);
   if (open == nullptr) return kFailure;
   const CheckedArgument key(open, pcKey, kKeyCheck, refusal::kKey);
@@ -140,7 +140,7 @@ int32_t WrapperUTAddToGroup(void* session, uint32_t groupId, const char* pcKey, 
 }
 
 int32_t WrapperUTCloseSession(void** session) {
-  Trace(entry::kCloseSession);
+  log::Info(entry::kCloseSession);
   UsageSession* const open =
       session == nullptr ? nullptr : FindSession(*session, progress::kCloseSessionValid);
   if (open == nullptr) return kFailure;
@@ -149,50 +149,50 @@ int32_t WrapperUTCloseSession(void** session) {
 }
 
 int32_t WrapperUTGetOptIn(int32_t* value) {
-  Trace(entry::kGetOptIn);
+  log::Info(entry::kGetOptIn);
   return Result(OptInGet(settings::OptInPolicy::Instance().UsageKey().c_str(), *value));
 }
 
 int32_t WrapperUTSetOptIn(int32_t value) {
-  Trace(entry::kSetOptIn);
+  log::Info(entry::kSetOptIn);
   return Result(OptInSet(settings::OptInPolicy::Instance().UsageKey().c_str(), value));
 }
 
 int32_t WrapperUTOptInGet(const char* pcUsagekey, int32_t* value) {
-  Trace(entry::kOptInGet);
+  log::Info(entry::kOptInGet);
   return Result(OptInGet(pcUsagekey, *value));
 }
 
 int32_t WrapperUTOptInSet(const char* pcUsagekey, int32_t value) {
-  Trace(entry::kOptInSet);
+  log::Info(entry::kOptInSet);
   return Result(OptInSet(pcUsagekey, value));
 }
 
 int32_t WrapperUTGetDemographic(const char* pcKey, char* buffer, size_t* size) {
-  Trace(entry::kGetDemographic);
+  log::Info(entry::kGetDemographic);
   return Result(GetDemographicHelper(nullptr, pcKey, buffer, size), refusal::kGetDemographic);
 }
 
 int32_t WrapperUTSetDemographic(const char* pcKey, const char* pcValue) {
-  Trace(entry::kSetDemographic);
+  log::Info(entry::kSetDemographic);
   return Result(SetDemographicHelper(nullptr, pcKey, pcValue), refusal::kSetDemographic);
 }
 
 int32_t WrapperUTGetNonDefaultDemographic(const char* pcSubkey, const char* pcKey, char* buffer,
                                           size_t* size) {
-  Trace(entry::kGetNonDefaultDemographic);
+  log::Info(entry::kGetNonDefaultDemographic);
   return Result(GetDemographicHelper(pcSubkey, pcKey, buffer, size), refusal::kGetNonDefaultDemographic);
 }
 
 int32_t WrapperUTSetNonDefaultDemographic(const char* pcSubkey, const char* pcKey, const char* pcValue) {
-  Trace(entry::kSetNonDefaultDemographic);
+  log::Info(entry::kSetNonDefaultDemographic);
   return Result(SetDemographicHelper(pcSubkey, pcKey, pcValue), refusal::kSetNonDefaultDemographic);
 }
 
 int32_t WrapperUTSetSerializationState(int32_t state) {
-  Trace(entry::kSetSerializationState);
+  log::Info(entry::kSetSerializationState);
   settings::OptInPolicy::Instance().SetReleaseState(state);
-  Trace(values::kSerializationState, state);
+  log::Info(values::kSerializationState, state);
   return kSuccess;
 }
 

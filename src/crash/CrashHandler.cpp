@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "crash/MiniSession.h"
-#include "log/Logger.h"
+#include "log/Log.h"
 #include "settings/OptInPolicy.h"
 #include "util/Files.h"
 #include "util/GlobalItems.h"
@@ -12,8 +12,6 @@
 
 namespace vantra::crash::CrashHandler {
 namespace {
-
-const log::LoggerPointer logger("Vantra");
 
 constexpr size_t kPatchSize = 13;
 
@@ -94,7 +92,7 @@ class OthersKeptOut {
   bool isLocked_ = false;
 };
 
-void Log(std::string_view step, int line) noexcept { logger->Info(step, "..\\CrashHandler", line); }
+void Log(std::string_view step, int line) noexcept { log::Info({"..\\CrashHandler", step, line}); }
 
 // What callers of SetUnhandledExceptionFilter reach while the patch is in place.
 intptr_t WINAPI SetNothing() { return 0; }

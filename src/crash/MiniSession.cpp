@@ -2,7 +2,7 @@
 
 #include <charconv>
 
-#include "log/Logger.h"
+#include "log/Log.h"
 #include "session/DocumentName.h"
 #include "session/Obfuscation.h"
 #include "settings/OptInPolicy.h"
@@ -13,26 +13,15 @@ namespace vantra::crash {
 namespace {
 
 using util::Literal;
-using util::Raw;
-
-const log::LoggerPointer logger("Vantra");
 
 constexpr std::string_view kSource = "..\\MiniSession";
-constexpr int kCreateCrashFileLine = 61;
-constexpr int kCreateOptInRateFileLine = 104;
-constexpr int kWriteLine = 172;
-constexpr int kOpenFailedLine = 186;
-constexpr int kWriteFailedLine = 197;
+constexpr log::Message kCreateCrashFile{kSource, "MiniSession::CreateCrashFile", 61};
+constexpr log::Message kCreateOptInRateFile{kSource, "MiniSession::CreateOptInRateFile", 104};
+constexpr log::Message kWrite{kSource, "MiniSession::Write", 172};
+constexpr log::Message kOpenFailed{kSource, "Open file: ", 186};
+constexpr log::Message kWriteFailed{kSource, "Write file: ", 197};
 
 constexpr std::string_view kSkylamp = "Skylamp";
-
-void AppendUtf8(util::TextBuffer& out, std::wstring_view text) {
-  constexpr size_t kMostBytesAUnit = 3;
-  const size_t room = text.size() * kMostBytesAUnit;
-  char* const at = out.Reserve(room);
-  out.Commit(at + WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), at,
-                                      static_cast<int>(room), nullptr, nullptr));
-}
 
 // False when the path has no room, or the name is no text.
 template <size_t N>
@@ -52,7 +41,7 @@ MiniSession::MiniSession(const MiniSessionTexts& texts, bool obfuscate, std::wst
     : texts_(texts), obfuscate_(obfuscate), folder_(folder), buffers_(buffers), record_(buffers.record) {}
 
 int MiniSession::CreateCrashFile() {
-  logger->Info("MiniSession::CreateCrashFile", kSource, kCreateCrashFileLine);
+  log::Info(kCreateCrashFile);
   Start();
   OpenGroup(kSkylamp, "Crash", "Session");
   AddData("ProductFamily", kSkylamp);
@@ -67,7 +56,7 @@ int MiniSession::CreateCrashFile() {
 }
 
 int MiniSession::CreateOptInRateFile(const OptInRate& rate) {
-  logger->Info("MiniSession::CreateOptInRateFile", kSource, kCreateOptInRateFileLine);
+  log::Info(kCreateOptInRateFile);
   constexpr std::string_view kOptInRate = "OptinRate";
   Start();
   OpenGroup(kSkylamp, kOptInRate, "Session");
@@ -87,35 +76,29 @@ int MiniSession::CreateOptInRateFile(const OptInRate& rate) {
 }
 
 void MiniSession::Open() {
-  util::TextBuffer message(buffers_.message);
-  util::Append(message, Literal{"Open file: "});
-  AppendUtf8(message, folder_);
-  const size_t nameStart = message.Text().size();
+  util::TextBuffer name(buffers_.name);
   const bool isName =
-      session::AppendDocumentName(message, texts_.first, texts_.second, texts_.user, texts_.third);
-  util::Append(message, Literal{obfuscate_ ? ".rdy" : ".xml"});
+      session::AppendDocumentName(name, texts_.first, texts_.second, texts_.user, texts_.third);
+  util::Append(name, Literal{obfuscate_ ? ".rdy" : ".xml"});
 
   // A lone backslash is a folder that could not be found.
-  if (isName && folder_.size() > 1 && SetPath(buffers_.path, folder_, message.Text().substr(nameStart))) {
+  if (isName && folder_.size() > 1 && SetPath(buffers_.path, folder_, name.Text())) {
     file_.Reset(CreateFileW(buffers_.path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                             CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   }
   if (!file_) {
-    logger->Debug(message.Text(), kSource, kOpenFailedLine);
+    log::Debug(kOpenFailed, folder_, name.Text());
   } else if (obfuscate_) {
     Append(session::kObfuscationMarker);
   }
 }
 
 void MiniSession::Append(std::string_view bytes) {
-  if (!file_ || util::WriteAll(file_.Get(), bytes) || !logger->IsOn()) return;
-  util::TextBuffer message(buffers_.message);
-  util::Append(message, Literal{"Write file: "}, Raw{bytes});
-  logger->Debug(message.Text(), kSource, kWriteFailedLine);
+  if (file_ && !util::WriteAll(file_.Get(), bytes)) log::Debug(kWriteFailed, bytes);
 }
 
 void MiniSession::Write() {
-  logger->Info("MiniSession::Write", kSource, kWriteLine);
+  log::Info(kWrite);
   stamp_.seq.Increment();
   if (obfuscate_) session::Obfuscate(record_.Bytes());
   Append(record_.Text());

@@ -13,7 +13,7 @@ namespace vantra::crash {
 // All the memory that a mini session works in, provided by its user so that a crashing process needs none.
 struct MiniSessionBuffers {
   char record[16 * 1024];
-  char message[16 * 1024];
+  char name[4 * 1024];
   wchar_t path[1024];
 };
 

@@ -66,7 +66,7 @@ class AppendBuffer : public std::streambuf {
 
 }  // namespace
 
-constinit Logger* LoggerPointer::current = &doNothing.logger;
+constinit Logger* logger = &doNothing.logger;
 
 // Owns the log file and the stream on it.
 class Logger::LoggerFile : public util::GlobalItem {
@@ -78,7 +78,7 @@ class Logger::LoggerFile : public util::GlobalItem {
         stream_(&buffer_) {
     if (!file_) stream_.setstate(std::ios::failbit);
   }
-  ~LoggerFile() override { LoggerPointer::current = &doNothing.logger; }
+  ~LoggerFile() override { logger = &doNothing.logger; }
 
   [[nodiscard]] std::ostream* Stream() noexcept { return &stream_; }
 
@@ -89,18 +89,18 @@ class Logger::LoggerFile : public util::GlobalItem {
 };
 
 Logger* GetLogger(std::string_view component) noexcept {
-  if (created) return LoggerPointer::current;
+  if (created) return logger;
   created = true;
   try {
     util::GlobalItems& items = util::GlobalItems::Instance();
     if (auto file = Logger::OpenLoggerFile(component)) {
       std::ostream* stream = items.Add(std::move(file)).Stream();
-      LoggerPointer::current = &items.Add(std::make_unique<Logger>(stream));
+      logger = &items.Add(std::make_unique<Logger>(stream));
     }
   } catch (...) {
     // Without memory there is no log, but there is a host.
   }
-  return LoggerPointer::current;
+  return logger;
 }
 
 // Nothing when logging is off.
@@ -113,7 +113,7 @@ std::unique_ptr<Logger::LoggerFile> Logger::OpenLoggerFile(std::string_view comp
   return std::make_unique<LoggerFile>(path, FindLogConfigValue(switches, "append") == "1");
 }
 
-Logger::~Logger() { LoggerPointer::current = &doNothing.logger; }
+Logger::~Logger() { logger = &doNothing.logger; }
 
 std::ostream* Logger::WriteLine(std::string_view level, std::string_view value,
                                 const Detail& detail) noexcept {

@@ -2,6 +2,7 @@
 //
 // Logging is on when a file SKLog.config lies beside the host's executable as the library is loaded. Callers
 // never test for that: when it is off, the same calls reach a logger that does nothing. No operation throws.
+// Log.h is how the library itself reports.
 #pragma once
 
 #include <iosfwd>
@@ -87,20 +88,13 @@ class NULLLogger : public Logger {
 };
 
 // The one logger, made on the first call, whose component names the log file. Owned by the global items.
+// Called once as the module is loaded.
 Logger* GetLogger(std::string_view component) noexcept;
 
-// What each source file that logs holds: fills during static initialisation, and reaches a logger that does
-// nothing before the one logger is made and after it is gone.
-class LoggerPointer {
- public:
-  explicit LoggerPointer(std::string_view component) noexcept { GetLogger(component); }
-
-  [[nodiscard]] Logger* operator->() const noexcept { return current; }
-
-  static constinit Logger* current;
-};
+// The one logger; before it is made, while logging is off and after it is gone, one that does nothing.
+extern constinit Logger* logger;
 
 // Whether the one logger writes anything.
-[[nodiscard]] inline bool IsOn() noexcept { return LoggerPointer::current->IsOn(); }
+[[nodiscard]] inline bool IsOn() noexcept { return logger->IsOn(); }
 
 }  // namespace vantra::log

@@ -86,9 +86,8 @@ void WriteBlock(UsageSession& session, std::string_view name, std::span<const En
   }
 }
 
-void WriteSessionBlock(UsageSession& session) {
-  const int32_t group = OpenBlock(session, "Session");
-  session.SetSessionGroup(group);
+void FillSessionBlock(UsageSession& session) {
+  const int32_t group = session.SessionGroup();
   const ProductTexts product = session.Product();
   session.AddToGroup(group, "ProductFamily", product.family);
   session.AddToGroup(group, "ProductName", product.name);
@@ -120,7 +119,7 @@ void WriteDemographics(UsageSession& session) {
 void WriteHeaderBlocks(UsageSession& session) {
   using Block = void (*)(UsageSession&);
   constexpr Block kBlocks[] = {
-      WriteSessionBlock,
+      FillSessionBlock,
       [](UsageSession& each) { WriteBlock(each, "SystemInfo", kSystemInfo); },
       WriteScreenBlocks,
       WriteDemographics,

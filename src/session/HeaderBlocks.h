@@ -5,7 +5,7 @@ namespace vantra::session {
 
 class UsageSession;
 
-// Writes all blocks in their order and tells the session which group its own block is.
+// Writes all blocks in their order; the first fills the group that the session has opened for its own values.
 void WriteHeaderBlocks(UsageSession& session);
 
 }  // namespace vantra::session

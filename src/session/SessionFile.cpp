@@ -3,9 +3,6 @@
 #include <utility>
 
 #include "session/DocumentName.h"
-#include "settings/OptInPolicy.h"
-#include "settings/SendrixUtilsWin.h"
-#include "settings/UsageSettings.h"
 #include "util/Text.h"
 
 namespace vantra::session {
@@ -21,67 +18,46 @@ std::wstring Stem(std::string_view family, std::string_view name, std::string_vi
 
 }  // namespace
 
-SessionFile::SessionFile(std::wstring logsFolder, bool obfuscate, std::string_view usageKey,
-                         std::string_view family, std::string_view name, std::string_view user,
-                         std::string_view sessionId)
-    : folder_(std::move(logsFolder)),
-      stem_(Stem(family, name, user, sessionId)),
-      usageKey_(usageKey),
-      obfuscate_(obfuscate) {}
+SessionFile::SessionFile(std::wstring logsFolder, bool obfuscate, std::string_view family,
+                         std::string_view name, std::string_view user, std::string_view sessionId)
+    : folder_(std::move(logsFolder)), stem_(Stem(family, name, user, sessionId)), obfuscate_(obfuscate) {}
 
-std::wstring SessionFile::PathWithExtension(std::wstring_view extension) const {
-  return (folder_ + stem_).append(L"_").append(std::to_wstring(index_)).append(extension);
+std::wstring SessionFile::PathOf(int32_t index, std::wstring_view extension) const {
+  return (folder_ + stem_).append(L"_").append(std::to_wstring(index)).append(extension);
 }
 
-bool SessionFile::Open() {
-  if (isSealed_ || !IsFolderKnown() || stem_.empty() || !util::IsFolder(folder_)) return false;
-  path_ = PathWithExtension(L".tmp");
+WriteResult SessionFile::Open(int32_t index, bool startsEmpty) {
+  if (isSealed_ || !IsFolderKnown() || stem_.empty() || !util::IsFolder(folder_))
+    return WriteResult::kDropped;
+  path_ = PathOf(index, L".tmp");
   file_ = util::OpenReadWrite(path_);
-  if (IsOpen() && isNameUsed_ && !SetEndOfFile(file_.Get())) Close();
-  if (!IsOpen()) path_.clear();
-  return IsOpen();
-}
-
-bool SessionFile::Begin() {
-  return !Open() || !obfuscate_ || util::WriteAll(file_.Get(), kObfuscationMarker);
-}
-
-bool SessionFile::Finish() {
-  if (settings::GetAgentPath().empty() || !IsDeliveryAllowed()) {
-    EmptyFolder();
-    isNameUsed_ = true;
-    return false;
+  if (IsOpen() && startsEmpty && !SetEndOfFile(file_.Get())) Close();
+  if (!IsOpen()) {
+    path_.clear();
+    return WriteResult::kDropped;
   }
-  const std::wstring target = PathWithExtension(obfuscate_ ? L".rdy" : L".xml");
-  // The path is forgotten and the index spent before anything can fail: no late failure deletes a finished
-  // document, and no later document takes its name.
+  const bool isBegun = !obfuscate_ || util::WriteAll(file_.Get(), kObfuscationMarker);
+  return isBegun ? WriteResult::kWritten : WriteResult::kFailed;
+}
+
+std::wstring SessionFile::Finish(int32_t index) {
+  // Forgotten before anything can fail: no late failure deletes a finished document.
   const std::wstring source = std::exchange(path_, {});
-  ++index_;
-  if (!source.empty() && util::IsFolder(folder_)) {
-    MoveFileExW(source.c_str(), target.c_str(),
-                MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED | MOVEFILE_WRITE_THROUGH);
-    if (settings::IsSendOn()) settings::StartTransportAgent(target);
-  }
-  return true;
+  if (source.empty() || !util::IsFolder(folder_)) return {};
+  std::wstring target = PathOf(index, obfuscate_ ? L".rdy" : L".xml");
+  MoveFileExW(source.c_str(), target.c_str(),
+              MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED | MOVEFILE_WRITE_THROUGH);
+  return target;
 }
 
-bool SessionFile::IsDeliveryAllowed() const {
-  return settings::OptInPolicy::Instance().IsDeliveryAllowed(usageKey_);
-}
-
-void SessionFile::EmptyFolder() {
-  if (IsFolderKnown()) util::DeleteMatching(folder_, L"*.*", false);
-}
-
-void SessionFile::HeedWithdrawal() {
-  if (!IsDeliveryAllowed()) EmptyFolder();
-}
-
-void SessionFile::Abandon() {
+void SessionFile::Remove() {
   Close();
-  const std::wstring failed = std::exchange(path_, {});
-  if (util::IsFile(failed)) DeleteFileW(failed.c_str());
-  Finish();
+  const std::wstring path = std::exchange(path_, {});
+  if (util::IsFile(path)) DeleteFileW(path.c_str());
+}
+
+void SessionFile::EmptyFolder() const {
+  if (IsFolderKnown()) util::DeleteMatching(folder_, L"*.*", false);
 }
 
 }  // namespace vantra::session

@@ -1,5 +1,4 @@
-// The files of one session: written under a temporary name, one document each, and handed to the agent under
-// their final names.
+// The file of a session's present document: written under a temporary name, then renamed.
 #pragma once
 
 #include <cstdint>
@@ -13,67 +12,59 @@
 
 namespace vantra::session {
 
+// Dropped text reaches no file, because none can be opened; the next text tries again.
+enum class WriteResult { kWritten, kDropped, kFailed };
+
 class SessionFile {
  public:
   // The folder ends in a backslash; a lone backslash stands for an unknown one, where nothing is written,
-  // listed or deleted. Documents are recorded under the usage key, whose choice they follow. The other texts
-  // become parts of the file names.
-  SessionFile(std::wstring logsFolder, bool obfuscate, std::string_view usageKey, std::string_view family,
-              std::string_view name, std::string_view user, std::string_view sessionId);
+  // listed or deleted. The other texts become parts of the file names.
+  SessionFile(std::wstring logsFolder, bool obfuscate, std::string_view family, std::string_view name,
+              std::string_view user, std::string_view sessionId);
 
-  // Appends one record in one write, opening the file first when none is open. Obfuscates the text in place.
-  // False only when a write fails, for which see Abandon; a text for which no file can be opened is dropped.
-  [[nodiscard]] bool Write(std::span<char> text) {
-    if (!IsOpen()) {
-      const bool isFine = Begin();
-      if (!isFine || !IsOpen()) return isFine;
-    }
+  // Opens the file of the document with this index, and writes the marker of an obfuscated one. What the file
+  // holds stays unless it is to start empty.
+  [[nodiscard]] WriteResult Open(int32_t index, bool startsEmpty);
+
+  // Appends one record to the open file in one write. Obfuscates the text in place.
+  [[nodiscard]] WriteResult Write(std::span<char> text) {
     if (obfuscate_) Obfuscate(text);
-    return util::WriteAll(file_.Get(), {text.data(), text.size()});
+    return util::WriteAll(file_.Get(), {text.data(), text.size()}) ? WriteResult::kWritten
+                                                                   : WriteResult::kFailed;
   }
 
   [[nodiscard]] bool IsOpen() const noexcept { return static_cast<bool>(file_); }
   void Close() noexcept { file_.Reset(); }
-  // Closes the file; none is opened from now on, and records are dropped.
+  // Closes the file; none is opened from now on.
   void Seal() noexcept {
     isSealed_ = true;
     Close();
   }
 
-  // Completes the closed file: moves it to its final name and starts the agent when sending is on. Without
-  // consent, or without an agent, deletes every file of the folder instead and returns false; the next file
-  // then has the same index.
-  bool Finish();
+  // Gives the closed file the final name of the document with this index. Returns that path even when the
+  // move fails; empty when there is no file, or its folder is gone.
+  std::wstring Finish(int32_t index);
 
-  // Deletes every file of the folder when the user does not consent any more.
-  void HeedWithdrawal();
+  // Closes and deletes the file.
+  void Remove();
 
-  // After a failed write: closes and deletes the file, then finishes.
-  void Abandon();
+  // Deletes every file of the folder.
+  void EmptyFolder() const;
 
   [[nodiscard]] bool Obfuscated() const noexcept { return obfuscate_; }
   [[nodiscard]] const std::wstring& Folder() const noexcept { return folder_; }
   [[nodiscard]] bool IsFolderKnown() const noexcept { return folder_.size() > 1; }
 
  private:
-  [[nodiscard]] std::wstring PathWithExtension(std::wstring_view extension) const;
-  [[nodiscard]] bool Open();
-  // Opens the file and writes the marker of an obfuscated one. False only when that write fails.
-  [[nodiscard]] bool Begin();
-  [[nodiscard]] bool IsDeliveryAllowed() const;
-  void EmptyFolder();
+  [[nodiscard]] std::wstring PathOf(int32_t index, std::wstring_view extension) const;
 
   util::UniqueFile file_;
   std::wstring path_;
   std::wstring folder_;
   // The file's name before its index; empty when the texts cannot be part of a name.
   std::wstring stem_;
-  std::string usageKey_;
-  int32_t index_ = 0;
   bool obfuscate_;
   bool isSealed_ = false;
-  // After a refused finish the next file has the name of one that could perhaps not be deleted.
-  bool isNameUsed_ = false;
 };
 
 }  // namespace vantra::session

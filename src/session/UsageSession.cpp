@@ -4,6 +4,7 @@
 
 #include "session/HeaderBlocks.h"
 #include "settings/OptInPolicy.h"
+#include "settings/SendrixUtilsWin.h"
 #include "settings/UsageSettings.h"
 #include "util/Clock.h"
 #include "util/Files.h"
@@ -14,7 +15,6 @@ namespace vantra::session {
 namespace {
 
 constexpr uint64_t kLeastFreeSpace = 10'485'760;
-constexpr uint64_t kFullDocument = 102'400;
 
 // What a session keeps for building records; a rare larger one is given back.
 constexpr size_t kKeptBuffer = size_t{64} * 1024;
@@ -34,8 +34,8 @@ std::unique_ptr<UsageSession> UsageSession::Create(const ProductTexts& product,
 
 UsageSession::UsageSession(const ProductTexts& product, std::wstring logsFolder, bool enabled,
                            std::string user, std::string id)
-    : file_(std::move(logsFolder), settings::IsObfuscationOn(), settings::OptInPolicy::Instance().UsageKey(),
-            product.family, product.name, user, id),
+    : file_(std::move(logsFolder), settings::IsObfuscationOn(), product.family, product.name, user, id),
+      usageKey_(settings::OptInPolicy::Instance().UsageKey()),
       enabled_(enabled),
       id_(std::move(id)),
       user_(std::move(user)),
@@ -59,19 +59,38 @@ util::TextBuffer& UsageSession::Fresh() noexcept {
 
 bool UsageSession::Write() {
   stamp_.seq.Increment();
-  const bool written = file_.Write(record_.Bytes());
-  if (!written) {
-    enabled_ = false;
-    file_.Abandon();
-  }
-  return written;
+  documents_.Count(record_.Bytes().size());
+  WriteResult result = WriteResult::kWritten;
+  if (!file_.IsOpen()) result = file_.Open(documents_.Index(), documents_.IsNameUsed());
+  if (result == WriteResult::kWritten) result = file_.Write(record_.Bytes());
+  if (result != WriteResult::kFailed) return true;
+  enabled_ = false;
+  file_.Remove();
+  FinishDocument();
+  return false;
 }
 
 void UsageSession::Record() {
-  bytesInFile_ += record_.Bytes().size();
-  const bool written = Write();
+  const bool isFine = Write();
   record_.ShrinkBeyond(kKeptBuffer);
-  if (written && bytesInFile_ >= kFullDocument) Split();
+  if (isFine && documents_.NeedsSplit()) Split();
+}
+
+bool UsageSession::IsDeliveryAllowed() const {
+  return settings::OptInPolicy::Instance().IsDeliveryAllowed(usageKey_);
+}
+
+void UsageSession::FinishDocument() {
+  const int32_t index = documents_.Index();
+  const DocumentSeries::Standing standing{.hasAgent = !settings::GetAgentPath().empty(),
+                                          .isDeliveryAllowed = IsDeliveryAllowed()};
+  // The index is spent before the move, so that no later document takes the name of one that stayed.
+  if (documents_.End(standing) == DocumentSeries::Fate::kDeleted) {
+    file_.EmptyFolder();
+    return;
+  }
+  const std::wstring finished = file_.Finish(index);
+  if (!finished.empty() && settings::IsSendOn()) settings::StartTransportAgent(finished);
 }
 
 void UsageSession::Start() {
@@ -81,6 +100,7 @@ void UsageSession::Start() {
   AppendPrologue(Fresh());
   AppendStartSession(record_, id_, stamp);
   Record();
+  group_ = NewGroup({.category = "Skylamp", .subcategory = {}, .name = "Session", .doc = "0"});
   WriteHeaderBlocks(*this);
 }
 
@@ -109,7 +129,7 @@ void UsageSession::EndSession() {
   Record();
 }
 
-// The limit is not checked after the ResumeSession, so a split never leads to another at once.
+// A document is not split after its ResumeSession, so a split never leads to another at once.
 void UsageSession::Split() {
   AppendSplitSession(Fresh(), id_, Stamp());
   if (!Write()) return;
@@ -117,24 +137,23 @@ void UsageSession::Split() {
   // behind the end of this one.
   enabled_ = false;
   file_.Close();
-  if (file_.Finish()) bytesInFile_ = 0;
+  FinishDocument();
 
   AppendPrologue(Fresh());
   AppendResumeSession(record_, id_, Product(), startTime_, user_, Stamp());
   enabled_ = true;
-  bytesInFile_ += record_.Bytes().size();
   static_cast<void>(Write());
 }
 
 void UsageSession::Close() {
   if (IsWriting()) EndSession();
-  if (!IsWriting()) {
-    file_.HeedWithdrawal();
-    return;
+  if (IsWriting()) {
+    enabled_ = false;
+    file_.Close();
+    FinishDocument();
+  } else if (!IsDeliveryAllowed()) {
+    file_.EmptyFolder();
   }
-  enabled_ = false;
-  file_.Close();
-  static_cast<void>(file_.Finish());
 }
 
 void UsageSession::Silence() noexcept {

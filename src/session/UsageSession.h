@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "session/DocumentSeries.h"
 #include "session/SessionFile.h"
 #include "session/UsageDocument.h"
 #include "util/Counter.h"
@@ -51,8 +52,8 @@ class UsageSession {
   [[nodiscard]] bool ClaimCrashDocument() noexcept { return !isCrashDocumentClaimed_.test_and_set(); }
 
   [[nodiscard]] bool IsEnabled() const noexcept { return enabled_; }
-  [[nodiscard]] int32_t SessionGroup() const noexcept { return sessionGroup_; }
-  void SetSessionGroup(int32_t group) noexcept { sessionGroup_ = group; }
+  // The group of the session's own values, opened by its start.
+  [[nodiscard]] int32_t SessionGroup() const noexcept { return group_; }
   [[nodiscard]] int32_t LastGroup() const noexcept { return lastGroup_.Value(); }
 
   [[nodiscard]] ProductTexts Product() const noexcept;
@@ -74,17 +75,21 @@ class UsageSession {
 
   // The buffer for a new record, whatever became of the last one.
   [[nodiscard]] util::TextBuffer& Fresh() noexcept;
-  // Writes the built record, whose number is spent then; false when that failed and the session is disabled
-  // now.
+  // Writes the built record and counts it; false when that failed and the session is disabled now.
   bool Write();
-  // Writes the built record, counts it, and splits the document when it is full.
+  // Writes the built record, and splits the document when that is due.
   void Record();
+  [[nodiscard]] bool IsDeliveryAllowed() const;
+  // Delivers or deletes the document whose file has just been closed.
+  void FinishDocument();
 
   SessionFile file_;
+  // Under which the session was started.
+  std::string usageKey_;
   bool enabled_;
   util::Counter lastGroup_{0};
-  int32_t sessionGroup_ = 0;
-  uint64_t bytesInFile_ = 0;
+  int32_t group_ = 0;
+  DocumentSeries documents_;
   std::string id_;
   std::string user_;
   std::string family_;

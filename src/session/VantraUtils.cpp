@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <optional>
 
-#include "log/Logger.h"
+#include "log/Log.h"
 #include "session/VersionResource.h"
 #include "settings/RegistryKey.h"
 #include "settings/SendrixUtilsWin.h"
@@ -18,12 +18,10 @@ namespace {
 using settings::RegistryKey;
 using util::ToUtf8;
 
-const log::LoggerPointer logger("Vantra");
-
 constexpr std::string_view kSource = "..\\VantraUtils";
-constexpr int kUserBrowserLine = 214;
-constexpr int kMachineBrowserLine = 221;
-constexpr int kBrowserCommandLine = 236;
+constexpr log::Message kNoUserBrowser{kSource, "Failt to read: HKEY_CURRENT_USER\\", 214};
+constexpr log::Message kNoMachineBrowser{kSource, "Failt to read: HKEY_LOCAL_MACHINE\\", 221};
+constexpr log::Message kNoBrowserCommand{kSource, "Failt to open: HKEY_LOCAL_MACHINE\\", 236};
 
 constexpr wchar_t kProcessorKey[] = L"HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0";
 constexpr wchar_t kBrowsersKey[] = L"Software\\Clients\\StartMenuInternet";
@@ -59,14 +57,9 @@ std::wstring DefaultValue(RegistryKey key, const std::wstring& path) {
 std::wstring BrowserClient() {
   std::wstring client = DefaultValue(RegistryKey::CurrentUser(), kBrowsersKey);
   if (!client.empty()) return client;
-  logger->Debug(std::wstring(L"Failt to read: HKEY_CURRENT_USER\\") + kBrowsersKey + L", wsData is:" + client,
-                kSource, kUserBrowserLine);
+  log::Debug(kNoUserBrowser, kBrowsersKey, ", wsData is:", client);
   client = DefaultValue(RegistryKey::LocalMachine(), kBrowsersKey);
-  if (client.empty()) {
-    logger->Debug(
-        std::wstring(L"Failt to read: HKEY_LOCAL_MACHINE\\") + kBrowsersKey + L", wsData is:" + client,
-        kSource, kMachineBrowserLine);
-  }
+  if (client.empty()) log::Debug(kNoMachineBrowser, kBrowsersKey, ", wsData is:", client);
   return client;
 }
 
@@ -76,7 +69,7 @@ std::wstring BrowserExecutable() {
   const std::wstring path = std::wstring(kBrowsersKey) + L"\\" + BrowserClient() + L"\\shell\\open\\command";
   RegistryKey key = RegistryKey::LocalMachine();
   if (!key.Open(path, KEY_READ)) {
-    logger->Debug(L"Failt to open: HKEY_LOCAL_MACHINE\\" + path, kSource, kBrowserCommandLine);
+    log::Debug(kNoBrowserCommand, path);
     return {};
   }
   const std::wstring command = key.Query(L"").value_or(L"");

@@ -2,7 +2,7 @@
 
 #include <shlobj.h>
 
-#include "log/Logger.h"
+#include "log/Log.h"
 #include "settings/LogsTidy.h"
 #include "settings/UsageSettings.h"
 #include "util/Files.h"
@@ -15,11 +15,9 @@
 namespace vantra::settings {
 namespace {
 
-const log::LoggerPointer logger("Vantra");
-
 constexpr std::string_view kSource = "..\\SendrixUtilsWin";
-constexpr int kProtectedModeLine = 74;
-constexpr int kAgentPathLine = 182;
+constexpr log::Message kProtectedMode{kSource, "IE is protected mode!", 74};
+constexpr log::Message kAgentPath{kSource, "Sendrix2 Path: ", 182};
 
 constexpr std::wstring_view kAgentFile = L"Sendrix2.exe";
 constexpr int kAgentFound = 0;
@@ -53,7 +51,7 @@ std::wstring GetLowIntegrityDataRoot() {
 
 std::wstring GetDataRoot() {
   if (IsProtectedMode()) {
-    logger->Info("IE is protected mode!", kSource, kProtectedModeLine);
+    log::Info(kProtectedMode);
     return GetLowIntegrityDataRoot();
   }
   wchar_t root[MAX_PATH];
@@ -140,7 +138,7 @@ bool StartTransportAgent(const std::wstring& documentPath) {
   }
   std::wstring commandLine = L"\"" + GetAgentPath();
   if (!commandLine.ends_with(L'"')) commandLine += L'"';
-  if (logger->IsOn()) logger->Info(L"Sendrix2 Path: " + commandLine, kSource, kAgentPathLine);
+  log::Info(kAgentPath, commandLine);
   return StartProcess(std::move(commandLine), {});
 }
 

@@ -26,7 +26,7 @@ struct AgentFolders {
 void SetAgentFolder(const char* folder);
 
 // Path of an existing Sendrix2.exe: the host's explicit choice, beside the host's executable, or where the
-// registry says; else empty.
+// registry says; else empty, after deleting an empty registry key Agent.
 [[nodiscard]] std::wstring GetAgentPath();
 
 // 0 when there is an agent, else 13.
@@ -35,9 +35,8 @@ void SetAgentFolder(const char* folder);
 // Whether the agent has something to fetch.
 [[nodiscard]] bool HasFinishedDocument(const std::wstring& logsFolder);
 
-// Starts the agent, detached and without a window, and does not wait for it. The document's path is not
-// handed over; an empty one only means that there is nothing to start for. In protected mode the Logs folder
-// is tidied instead.
+// Starts the agent, detached and without a window, and does not wait for it. The path is not passed to the
+// agent; if empty, nothing starts. In protected mode the Logs folder is tidied instead.
 bool StartTransportAgent(const std::wstring& documentPath);
 
 using EnvironmentPairs = std::vector<std::pair<std::wstring, std::wstring>>;

@@ -1,5 +1,6 @@
 // The per-user settings under Software\Tolvex\CommonFiles\Usage. No operation keeps state or throws for a
-// registry problem: reads fall back to their defaults, writes return false. Texts are UTF-8.
+// registry problem: reads fall back to their defaults, writes return false. Texts are UTF-8. Reading, too,
+// creates the key that is read, unless told otherwise.
 #pragma once
 
 #include <cstdint>
@@ -15,16 +16,17 @@ constexpr int32_t kOptedIn = 1;
 constexpr int32_t kOptedOut = 0;
 constexpr int32_t kUndecided = -1;
 
-// The user's GUID, created when none is stored; empty when there is no Usage key yet.
+// The user's GUID, created and stored when there is none; empty while there is no Usage key, which is not
+// created.
 [[nodiscard]] std::string GetUserIdentifier();
 
-// Both are on unless the stored text is exactly "0". Reading them creates the Usage key.
+// Both are on unless the stored text is exactly "0".
 [[nodiscard]] bool IsObfuscationOn();
 [[nodiscard]] bool IsSendOn();
 
 [[nodiscard]] std::string GetUserType();
 
-// The folder that the Agent value names; empty when there is none.
+// The folder that the Agent value names; empty when there is none. Creates no key.
 [[nodiscard]] std::wstring GetStoredAgentFolder();
 
 // Deletes a subkey named Agent that is empty. One that is not is somebody's usage key.

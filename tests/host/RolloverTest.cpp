@@ -4,13 +4,14 @@
 #include <functional>
 
 #include "HostTest.h"
+#include "session/DocumentSeries.h"
 
 namespace vantra::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr size_t kFull = 102'400;
+constexpr size_t kSplit = session::DocumentSeries::kSplitSize;
 
 class Rollover : public HostTest {
  protected:
@@ -20,9 +21,9 @@ class Rollover : public HostTest {
   }
 };
 
-TEST_F(Rollover, At102400BytesOfText) {
+TEST_F(Rollover, AtTheSplitSize) {
   for (const auto& [obfuscate, bytes] :
-       {std::pair{"sz:0", kFull}, {"sz:0", kFull - 1}, {"dword:1", kFull}, {"dword:1", kFull - 1}}) {
+       {std::pair{"sz:0", kSplit}, {"sz:0", kSplit - 1}, {"dword:1", kSplit}, {"dword:1", kSplit - 1}}) {
     SCOPED_TRACE(testing::Message() << obfuscate << " " << bytes);
     SetValue(Hive::kUser, kUsage, "obfuscate", obfuscate);
     RunHost([bytes = bytes](Library& ut) {
@@ -31,9 +32,9 @@ TEST_F(Rollover, At102400BytesOfText) {
       ut.SetOptIn(1);
       ut.StartSession(&session, "Acme", "Draw", "3.1 \"<&", "4\\12", "en");
       FillTo(ut, session, bytes);
-      EXPECT_EQ(Documents().size(), bytes == kFull ? 2u : 1u);
+      EXPECT_EQ(Documents().size(), bytes == kSplit ? 2u : 1u);
       ut.LogEvent(session, "a", "b", "c", nullptr, 0);
-      FillTo(ut, session, kFull);
+      FillTo(ut, session, kSplit);
     });
     const Lines names = Documents();
     ASSERT_EQ(names.size(), 3u);
@@ -43,13 +44,13 @@ TEST_F(Rollover, At102400BytesOfText) {
     const std::string second = ReadDocument(Logs() / names[1]);
     const std::vector<Record> before = Records(first);
     for (size_t i = 0; i < before.size(); ++i) EXPECT_EQ(before[i]["seq"], std::to_string(i));
-    EXPECT_EQ(first.find("<SplitSession id=\"" + before[0]["id"] + "\"") == bytes, bytes == kFull);
+    EXPECT_EQ(first.find("<SplitSession id=\"" + before[0]["id"] + "\"") == bytes, bytes == kSplit);
     EXPECT_TRUE(first.ends_with(" />\n</UsageDoc>\n"));
 
     // Nothing is escaped in a ResumeSession.
-    EXPECT_EQ(second.find("<SplitSession"), kFull);
+    EXPECT_EQ(second.find("<SplitSession"), kSplit);
     const std::string resumed = second.substr(0, second.find(" />\n") + 4);
-    EXPECT_EQ(second.find("<EventRec") == resumed.size(), bytes == kFull);
+    EXPECT_EQ(second.find("<EventRec") == resumed.size(), bytes == kSplit);
     EXPECT_EQ(
         Normalised(resumed),
         "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<UsageDoc version=\"0.5.4\">\n<ResumeSession "
@@ -74,7 +75,7 @@ TEST_F(Rollover, AtTheEndRecord) {
     // What closing adds, but for one more digit in each number.
     const size_t closing = first.size() - first.rfind("<NewGroup");
     session = ut.Open("Acme", "Second");
-    FillTo(ut, session, kFull + 40 - closing);
+    FillTo(ut, session, kSplit + 40 - closing);
     EXPECT_EQ(ut.CloseSession(&session), 0);
   });
   const Lines names = Documents();
@@ -137,7 +138,7 @@ TEST_F(Rollover, WithoutConsentDeletes) {
     SetValue(Hive::kUser, std::string(kUsage) + "\\MyProduct", "OptIn", "sz:0");
     const HANDLE reader = CreateFileW(OpenFile().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                       nullptr, OPEN_EXISTING, 0, nullptr);
-    FillTo(ut, session, kFull);
+    FillTo(ut, session, kSplit);
     EXPECT_EQ(Records(ReadFile(OpenFile())).size(), 1u);
     CloseHandle(reader);
     for (int i = 0; i < 3; ++i) {

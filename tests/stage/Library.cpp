@@ -44,7 +44,11 @@ void FillTo(Library& ut, void* session, size_t bytes) {
     Require(ut.AddToSession(session, "filler", std::string(length, 'x').c_str()) == 0, "a value is refused");
     return before;
   };
-  while (left() > 1000) add(500);
+  Require(std::filesystem::file_size(file) < bytes, "the document is larger already");
+  for (size_t before; (before = left()) > 1000;) {
+    add(500);
+    Require(left() < before, "the document does not grow");
+  }
   const size_t overhead = add(1) - left() - 1;
   add(left() / 2 - overhead);
   add(left() - overhead);

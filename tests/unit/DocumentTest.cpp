@@ -7,6 +7,7 @@
 #include "PageEnd.h"
 #include "api/Validation.h"
 #include "session/DocumentName.h"
+#include "session/DocumentSeries.h"
 #include "session/Obfuscation.h"
 #include "session/UsageDocument.h"
 #include "util/Paths.h"
@@ -56,6 +57,30 @@ TEST(UsageDocument, RecordTexts) {
     AppendEndSession(out, "i", none);
     EXPECT_EQ(out.Text(), all);
     if (all != wanted) out.ShrinkBeyond(wanted.size());
+  }
+}
+
+// A document is split at 102,400 bytes of text. One that may not be delivered leaves its name and count
+// behind.
+TEST(DocumentSeries, SplitsAndFates) {
+  using Fate = DocumentSeries::Fate;
+  DocumentSeries series;
+  struct {
+    size_t bytes;
+    bool needsSplit, hasAgent, isAllowed;
+    Fate fate;
+    int32_t index;
+  } const rows[] = {
+      {102'399, false, true, true, Fate::kDelivered, 1}, {102'400, true, true, true, Fate::kDelivered, 2},
+      {102'399, false, true, false, Fate::kDeleted, 2},  {1, true, false, true, Fate::kDeleted, 2},
+      {0, true, false, false, Fate::kDeleted, 2},        {0, true, true, true, Fate::kDelivered, 3},
+      {0, false, true, true, Fate::kDelivered, 4}};
+  for (const auto& row : rows) {
+    series.Count(row.bytes);
+    EXPECT_EQ(series.NeedsSplit(), row.needsSplit);
+    EXPECT_EQ(series.End({row.hasAgent, row.isAllowed}), row.fate);
+    EXPECT_EQ(series.Index(), row.index);
+    EXPECT_EQ(series.IsNameUsed(), row.fate == Fate::kDeleted);
   }
 }
 

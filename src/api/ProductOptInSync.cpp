@@ -1,4 +1,4 @@
-#include "crash/ProductOptInSync.h"
+#include "api/ProductOptInSync.h"
 
 #include <memory>
 
@@ -8,7 +8,7 @@
 #include "util/Paths.h"
 #include "util/UserId.h"
 
-namespace vantra::crash {
+namespace vantra::api {
 namespace {
 
 constexpr std::string_view kNilGuid = "00000000-0000-0000-0000-000000000000";
@@ -30,13 +30,13 @@ bool SyncProductOptIn(std::string_view family, std::string_view name, std::strin
   const int32_t optInCount = held == settings::kOptedIn ? 1 : (isFirst ? 0 : -1);
   // The file must not tell who changed their mind: its identifier is made for it alone.
   const std::string identifier = util::NewUserId();
-  const auto buffers = std::make_unique<MiniSessionBuffers>();
+  const auto buffers = std::make_unique<crash::MiniSessionBuffers>();
   const std::wstring folder = util::WithTrailingBackslash(logsFolder);
-  MiniSession file({.first = "SkylampOptinProductFamily",
-                    .second = "SkylampOptinProduct",
-                    .third = kNilGuid,
-                    .user = identifier},
-                   settings::IsObfuscationOn(), folder, *buffers);
+  crash::MiniSession file({.first = "SkylampOptinProductFamily",
+                           .second = "SkylampOptinProduct",
+                           .third = kNilGuid,
+                           .user = identifier},
+                          settings::IsObfuscationOn(), folder, *buffers);
   file.CreateOptInRateFile({.usageKey = policy.UsageKey(),
                             .baseCount = isFirst ? 1 : 0,
                             .optInCount = optInCount,
@@ -47,4 +47,4 @@ bool SyncProductOptIn(std::string_view family, std::string_view name, std::strin
   return true;
 }
 
-}  // namespace vantra::crash
+}  // namespace vantra::api
