@@ -4,6 +4,7 @@
 #include <span>
 
 #include "Plan.h"
+#include "stage/Case.h"
 
 namespace vantra::faults {
 
@@ -35,9 +36,11 @@ struct Fault {
 
 [[nodiscard]] std::span<const Fault> Faults();
 
-// The agent's configuration as the library itself lays it out, with recording active.
-inline constexpr char kActiveConfig[] =
-    "[settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\nurl=https://localhost/"
-    "skylamp\n[ulog]\nstatus=Active\n";
+// The agent's configuration as the library itself lays it out, with recording active and the agent
+// collecting.
+[[nodiscard]] inline std::string ActiveConfig() {
+  return "[settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\nurl=file:///" +
+         (stage::AgentFolder() / "Outbox").generic_string() + "\n[ulog]\nstatus=Active\n";
+}
 
 }  // namespace vantra::faults

@@ -74,7 +74,8 @@ bool IsLibrarys(const Plan& plan, const std::string& path) {
   };
   const std::string name = path.substr(path.rfind('\\') + 1);
   const bool isDocument = isBelow("Sendrix2\\Logs\\ulog_") || isBelow("Sendrix2\\Outbox\\ulog_");
-  return isDocument || path == "AppData\\Tolvex\\Sendrix2\\Sendrix2.cfg" ||
+  const bool isAgents = isBelow("Sendrix2\\Sendrix2.lock") || isBelow("Sendrix2\\Sendrix2.state");
+  return isDocument || isAgents || path == "AppData\\Tolvex\\Sendrix2\\Sendrix2.cfg" ||
          (isBelow("Sendrix2\\Sendrix2.cfg.") && plan.end == End::kKill) ||
          (isBelow("Skylamp\\SKLog-Vantra.txt") && plan.isLogged);
 }
@@ -123,7 +124,7 @@ void CompareSurroundings(const Plan& plan, const Surroundings& before, Verdict& 
   }
   for (const auto& [path, content] : after) differ(path, " was made");
   const bool isBroken = std::string_view(Faults()[plan.fault].name) == "configuration broken";
-  if (!isBroken && ReadFile(AgentFolder() / "Sendrix2.cfg") != kActiveConfig) {
+  if (!isBroken && ReadFile(AgentFolder() / "Sendrix2.cfg") != ActiveConfig()) {
     verdict.faults.push_back("the agent's configuration was changed");
   }
 }

@@ -1,0 +1,174 @@
+#include "agent/Upload.h"
+
+#include <future>
+#include <optional>
+#include <thread>
+#include <utility>
+
+#include "agent/WinHttp.h"
+#include "util/Text.h"
+
+namespace vantra::agent {
+namespace {
+
+// WinHTTP's own time-outs are for each step, and a server that drips keeps within them.
+constexpr std::chrono::seconds kDeadline{60};
+constexpr DWORD kStepMilliseconds = 30'000;
+// Beyond it an answer costs the connection.
+constexpr DWORD kMostAnswerBytes = 64 << 10;
+
+// Newer than the platform's header here.
+constexpr DWORD kTls12 = 0x800;
+constexpr DWORD kTls13 = 0x2000;
+
+bool SetNumber(HINTERNET handle, DWORD option, DWORD number) noexcept {
+  return Http().SetOption(handle, option, &number, sizeof number);
+}
+
+// Frees what the platform has handed out.
+struct ProxyTexts {
+  WINHTTP_CURRENT_USER_IE_PROXY_CONFIG user{};
+  WINHTTP_PROXY_INFO found{};
+
+  ~ProxyTexts() {
+    for (wchar_t* text : {user.lpszAutoConfigUrl, user.lpszProxy, user.lpszProxyBypass, found.lpszProxy,
+                          found.lpszProxyBypass})
+      GlobalFree(text);
+  }
+};
+
+// The user's proxy: the script's or the network's answer first, then the one that is named.
+void SetProxy(HINTERNET session, const std::wstring& url) {
+  ProxyTexts texts;
+  if (!Http().GetIEProxyConfigForCurrentUser(&texts.user)) return;
+  WINHTTP_AUTOPROXY_OPTIONS options{};
+  if (texts.user.lpszAutoConfigUrl != nullptr) {
+    options.dwFlags = WINHTTP_AUTOPROXY_CONFIG_URL;
+    options.lpszAutoConfigUrl = texts.user.lpszAutoConfigUrl;
+  } else if (texts.user.fAutoDetect) {
+    options.dwFlags = WINHTTP_AUTOPROXY_AUTO_DETECT;
+    options.dwAutoDetectFlags = WINHTTP_AUTO_DETECT_TYPE_DHCP | WINHTTP_AUTO_DETECT_TYPE_DNS_A;
+  }
+  WINHTTP_PROXY_INFO proxy{WINHTTP_ACCESS_TYPE_NAMED_PROXY, texts.user.lpszProxy, texts.user.lpszProxyBypass};
+  if (options.dwFlags != 0 && Http().GetProxyForUrl(session, url.c_str(), &options, &texts.found))
+    proxy = texts.found;
+  if (proxy.lpszProxy != nullptr) Http().SetOption(session, WINHTTP_OPTION_PROXY, &proxy, sizeof proxy);
+}
+
+void CALLBACK NoteProgress(HINTERNET, DWORD_PTR reply, DWORD status, void*, DWORD) {
+  if (status == WINHTTP_CALLBACK_STATUS_SENDING_REQUEST && reply != 0)
+    reinterpret_cast<Reply*>(reply)->wasConnected = true;
+}
+
+std::string QueryHeader(HINTERNET request, DWORD header) {
+  wchar_t text[256];
+  DWORD size = sizeof text;
+  if (!Http().QueryHeaders(request, header, WINHTTP_HEADER_NAME_BY_INDEX, text, &size,
+                           WINHTTP_NO_HEADER_INDEX))
+    return {};
+  return util::ToUtf8(std::wstring(text, size / sizeof *text));
+}
+
+// So that the connection can be used again.
+void Drain(HINTERNET request) {
+  char bytes[4096];
+  DWORD read = 0;
+  for (DWORD total = 0; total < kMostAnswerBytes; total += read) {
+    if (!Http().ReadData(request, bytes, sizeof bytes, &read) || read == 0) return;
+  }
+}
+
+}  // namespace
+
+// Used by one thread at a time; shared, so that it outlives a thread that is left behind.
+struct Upload::Connection {
+  Target target;
+  std::wstring headers;
+  UniqueInternet session;
+  UniqueInternet server;
+
+  DWORD Open();
+  Reply Put(const std::wstring& path, std::string& body);
+  DWORD Exchange(const UniqueInternet& request, std::string& body, Reply& reply);
+};
+
+// Returns 0 or the platform's error.
+DWORD Upload::Connection::Open() {
+  if (server) return 0;
+  if (Http().Open == nullptr) return ERROR_PROC_NOT_FOUND;
+  session.Reset(Http().Open(L"Sendrix2/" VANTRA_VERSION, WINHTTP_ACCESS_TYPE_NO_PROXY, WINHTTP_NO_PROXY_NAME,
+                            WINHTTP_NO_PROXY_BYPASS, 0));
+  if (!session) return GetLastError();
+  const bool isSecure = target.scheme == Scheme::kHttps;
+  if (isSecure && !SetNumber(session.Get(), WINHTTP_OPTION_SECURE_PROTOCOLS, kTls12 | kTls13) &&
+      !SetNumber(session.Get(), WINHTTP_OPTION_SECURE_PROTOCOLS, kTls12))
+    return GetLastError();
+  constexpr int kStep = kStepMilliseconds;
+  Http().SetTimeouts(session.Get(), kStep, kStep, kStep, kStep);
+  SetNumber(session.Get(), WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, kStepMilliseconds);
+  Http().SetStatusCallback(session.Get(), NoteProgress, WINHTTP_CALLBACK_FLAG_SEND_REQUEST, 0);
+  const std::wstring host = util::FromUtf8(target.host);
+  if (isSecure) SetProxy(session.Get(), L"https://" + host + L":" + std::to_wstring(target.port) + L"/");
+  server.Reset(Http().Connect(session.Get(), host.c_str(), target.port, 0));
+  return server ? 0 : GetLastError();
+}
+
+Reply Upload::Connection::Put(const std::wstring& path, std::string& body) {
+  Reply reply;
+  if (reply.error = Open(); reply.error != 0) return reply;
+  const DWORD flags =
+      WINHTTP_FLAG_ESCAPE_DISABLE | (target.scheme == Scheme::kHttps ? WINHTTP_FLAG_SECURE : 0u);
+  const UniqueInternet request(Http().OpenRequest(server.Get(), L"PUT", path.c_str(), nullptr,
+                                                  WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES, flags));
+  reply.error = request ? Exchange(request, body, reply) : GetLastError();
+  return reply;
+}
+
+// Returns 0 or the platform's error.
+DWORD Upload::Connection::Exchange(const UniqueInternet& request, std::string& body, Reply& reply) {
+  if (!SetNumber(request.Get(), WINHTTP_OPTION_DISABLE_FEATURE,
+                 WINHTTP_DISABLE_COOKIES | WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_AUTHENTICATION))
+    return GetLastError();
+  SetNumber(request.Get(), WINHTTP_OPTION_MAX_RESPONSE_HEADER_SIZE, kMostAnswerBytes);
+  SetNumber(request.Get(), WINHTTP_OPTION_MAX_RESPONSE_DRAIN_SIZE, kMostAnswerBytes);
+  if (target.scheme == Scheme::kHttps)  // a server may ask for a certificate of ours, and gets none
+    Http().SetOption(request.Get(), WINHTTP_OPTION_CLIENT_CERT_CONTEXT, WINHTTP_NO_CLIENT_CERT_CONTEXT, 0);
+  const auto size = static_cast<DWORD>(body.size());
+  if (!Http().SendRequest(request.Get(), headers.c_str(), static_cast<DWORD>(headers.size()), body.data(),
+                          size, size, reinterpret_cast<DWORD_PTR>(&reply)) ||
+      !Http().ReceiveResponse(request.Get(), nullptr))
+    return GetLastError();
+  DWORD status = 0;
+  DWORD room = sizeof status;
+  if (!Http().QueryHeaders(request.Get(), WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
+                           WINHTTP_HEADER_NAME_BY_INDEX, &status, &room, WINHTTP_NO_HEADER_INDEX))
+    return GetLastError();
+  reply.status = status;
+  reply.retryAfter = QueryHeader(request.Get(), WINHTTP_QUERY_RETRY_AFTER);
+  Drain(request.Get());
+  return 0;
+}
+
+Upload::Upload(const Target& target, std::string_view authorization)
+    : target_(target), connection_(std::make_shared<Connection>()) {
+  connection_->target = target;
+  connection_->headers = L"Content-Type: application/gzip\r\n";
+  if (!authorization.empty())
+    connection_->headers.append(L"Authorization: ").append(util::FromUtf8(authorization)).append(L"\r\n");
+}
+
+Upload::~Upload() = default;
+
+Reply Upload::Put(std::string_view documentName, std::string body) {
+  std::packaged_task<Reply()> task([connection = connection_, body = std::move(body),
+                                    path = util::FromUtf8(ObjectPath(target_, documentName))]() mutable {
+    return connection->Put(path, body);
+  });
+  std::future<Reply> reply = task.get_future();
+  std::thread(std::move(task)).detach();
+  if (reply.wait_for(kDeadline) == std::future_status::ready) return reply.get();
+  isStuck_ = true;
+  return {.error = ERROR_WINHTTP_TIMEOUT, .wasConnected = true};
+}
+
+}  // namespace vantra::agent
