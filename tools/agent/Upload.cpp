@@ -1,5 +1,6 @@
 #include "agent/Upload.h"
 
+#include <algorithm>
 #include <future>
 #include <optional>
 #include <thread>
@@ -25,6 +26,12 @@ bool SetNumber(HINTERNET handle, DWORD option, DWORD number) noexcept {
   return Http().SetOption(handle, option, &number, sizeof number);
 }
 
+// Without a proxy's name there is none.
+UniqueInternet OpenSession(const wchar_t* proxy, const wchar_t* bypass) {
+  const DWORD access = proxy == nullptr ? WINHTTP_ACCESS_TYPE_NO_PROXY : WINHTTP_ACCESS_TYPE_NAMED_PROXY;
+  return UniqueInternet(Http().Open(L"Sendrix2/" VANTRA_VERSION, access, proxy, bypass, 0));
+}
+
 // Frees what the platform has handed out.
 struct ProxyTexts {
   WINHTTP_CURRENT_USER_IE_PROXY_CONFIG user{};
@@ -37,10 +44,11 @@ struct ProxyTexts {
   }
 };
 
-// The user's proxy: the script's or the network's answer first, then the one that is named.
-void SetProxy(HINTERNET session, const std::wstring& url) {
+// A session by the user's proxy: what his script or the network says about the url, else the one he names.
+// The given session serves to ask, and is the answer when there is none.
+UniqueInternet ByProxy(UniqueInternet session, const std::wstring& url) {
   ProxyTexts texts;
-  if (!Http().GetIEProxyConfigForCurrentUser(&texts.user)) return;
+  if (!Http().GetIEProxyConfigForCurrentUser(&texts.user)) return session;
   WINHTTP_AUTOPROXY_OPTIONS options{};
   if (texts.user.lpszAutoConfigUrl != nullptr) {
     options.dwFlags = WINHTTP_AUTOPROXY_CONFIG_URL;
@@ -49,10 +57,11 @@ void SetProxy(HINTERNET session, const std::wstring& url) {
     options.dwFlags = WINHTTP_AUTOPROXY_AUTO_DETECT;
     options.dwAutoDetectFlags = WINHTTP_AUTO_DETECT_TYPE_DHCP | WINHTTP_AUTO_DETECT_TYPE_DNS_A;
   }
-  WINHTTP_PROXY_INFO proxy{WINHTTP_ACCESS_TYPE_NAMED_PROXY, texts.user.lpszProxy, texts.user.lpszProxyBypass};
-  if (options.dwFlags != 0 && Http().GetProxyForUrl(session, url.c_str(), &options, &texts.found))
-    proxy = texts.found;
-  if (proxy.lpszProxy != nullptr) Http().SetOption(session, WINHTTP_OPTION_PROXY, &proxy, sizeof proxy);
+  if (options.dwFlags == 0 || !Http().GetProxyForUrl(session.Get(), url.c_str(), &options, &texts.found))
+    texts.found = {WINHTTP_ACCESS_TYPE_NAMED_PROXY, std::exchange(texts.user.lpszProxy, nullptr),
+                   std::exchange(texts.user.lpszProxyBypass, nullptr)};
+  if (texts.found.lpszProxy == nullptr) return session;
+  return OpenSession(texts.found.lpszProxy, texts.found.lpszProxyBypass);
 }
 
 void CALLBACK NoteProgress(HINTERNET, DWORD_PTR reply, DWORD status, void*, DWORD) {
@@ -69,13 +78,24 @@ std::string QueryHeader(HINTERNET request, DWORD header) {
   return util::ToUtf8(std::wstring(text, size / sizeof *text));
 }
 
-// So that the connection can be used again.
-void Drain(HINTERNET request) {
+bool QueryNumber(HINTERNET request, DWORD header, DWORD& number) {
+  DWORD size = sizeof number;
+  return Http().QueryHeaders(request, header | WINHTTP_QUERY_FLAG_NUMBER, WINHTTP_HEADER_NAME_BY_INDEX,
+                             &number, &size, WINHTTP_NO_HEADER_INDEX);
+}
+
+// Reads the answer to its end, so that the connection can be used again. Returns 0 or the platform's error;
+// an answer that breaks off is one even where the platform says nothing.
+DWORD Drain(HINTERNET request) {
+  DWORD length = 0;
+  if (!QueryNumber(request, WINHTTP_QUERY_CONTENT_LENGTH, length)) length = 0;
   char bytes[4096];
-  DWORD read = 0;
-  for (DWORD total = 0; total < kMostAnswerBytes; total += read) {
-    if (!Http().ReadData(request, bytes, sizeof bytes, &read) || read == 0) return;
+  DWORD total = 0;
+  for (DWORD read = 0; total < kMostAnswerBytes; total += read) {
+    if (!Http().ReadData(request, bytes, sizeof bytes, &read)) return GetLastError();
+    if (read == 0) break;
   }
+  return total < std::min(length, kMostAnswerBytes) ? ERROR_HANDLE_EOF : 0;
 }
 
 }  // namespace
@@ -96,10 +116,12 @@ struct Upload::Connection {
 DWORD Upload::Connection::Open() {
   if (server) return 0;
   if (Http().Open == nullptr) return ERROR_PROC_NOT_FOUND;
-  session.Reset(Http().Open(L"Sendrix2/" VANTRA_VERSION, WINHTTP_ACCESS_TYPE_NO_PROXY, WINHTTP_NO_PROXY_NAME,
-                            WINHTTP_NO_PROXY_BYPASS, 0));
-  if (!session) return GetLastError();
   const bool isSecure = target.scheme == Scheme::kHttps;
+  const std::wstring host = util::FromUtf8(target.host);
+  session = OpenSession(nullptr, nullptr);
+  if (session && isSecure)
+    session = ByProxy(std::move(session), L"https://" + host + L":" + std::to_wstring(target.port) + L"/");
+  if (!session) return GetLastError();
   if (isSecure && !SetNumber(session.Get(), WINHTTP_OPTION_SECURE_PROTOCOLS, kTls12 | kTls13) &&
       !SetNumber(session.Get(), WINHTTP_OPTION_SECURE_PROTOCOLS, kTls12))
     return GetLastError();
@@ -107,8 +129,6 @@ DWORD Upload::Connection::Open() {
   Http().SetTimeouts(session.Get(), kStep, kStep, kStep, kStep);
   SetNumber(session.Get(), WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, kStepMilliseconds);
   Http().SetStatusCallback(session.Get(), NoteProgress, WINHTTP_CALLBACK_FLAG_SEND_REQUEST, 0);
-  const std::wstring host = util::FromUtf8(target.host);
-  if (isSecure) SetProxy(session.Get(), L"https://" + host + L":" + std::to_wstring(target.port) + L"/");
   server.Reset(Http().Connect(session.Get(), host.c_str(), target.port, 0));
   return server ? 0 : GetLastError();
 }
@@ -139,13 +159,11 @@ DWORD Upload::Connection::Exchange(const UniqueInternet& request, std::string& b
       !Http().ReceiveResponse(request.Get(), nullptr))
     return GetLastError();
   DWORD status = 0;
-  DWORD room = sizeof status;
-  if (!Http().QueryHeaders(request.Get(), WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
-                           WINHTTP_HEADER_NAME_BY_INDEX, &status, &room, WINHTTP_NO_HEADER_INDEX))
-    return GetLastError();
+  if (!QueryNumber(request.Get(), WINHTTP_QUERY_STATUS_CODE, status)) return GetLastError();
+  // A status without the rest is no answer yet.
+  if (const DWORD error = Drain(request.Get()); error != 0) return error;
   reply.status = status;
   reply.retryAfter = QueryHeader(request.Get(), WINHTTP_QUERY_RETRY_AFTER);
-  Drain(request.Get());
   return 0;
 }
 
