@@ -10,6 +10,7 @@ PREFIX = SOURCE / "build/wine" / f"deliver.{CASE}"
 USER = PREFIX / "drive_c/users" / getpass.getuser() / "AppData/Roaming/Tolvex"
 DATA, LOGS = USER / "Sendrix2", USER / "Sendrix2/Logs"
 ENV = {**os.environ, "VANTRA_PREFIX": PREFIX.name}
+NAMES = ("Theme", "Lines", "Circles", "OpenedFiles", "SavedFiles", "UndoDepth", "ZoomLevel")
 USAGE = r"HKCU\Software\Tolvex\CommonFiles\Usage"
 
 
@@ -51,12 +52,17 @@ def configure(url, retries=0, interval=0, space=1000, authorization=""):
         f"authorization={authorization}\n[ulog]\nstatus=Active\n")
 
 
+ROTATED = bytes((33 + (byte - 33 + 47) % 94) if 33 <= byte <= 126 else byte for byte in range(256))
+
+
 def make_documents(count, size=3000, age=0):
     """Name to content, as a session of that many documents, oldest first."""
     session, made = uuid.uuid4(), {}
     for i in range(count):
+        records = (f'<DataRec seq="{seq}" time="2026-11-24T21:51:{seq % 60:02}Z" group="1" name="{random.choice(NAMES)}" '
+                   f'data="{random.randrange(10_000)}"/>\n' for seq in range(size // 80 + 1))
         name = f"ulog_Acme_Draw_{uuid.uuid4()}_{session}_{i}.rdy"
-        made[name] = b"R-M$ke#$vQPo5lupadix" + random.randbytes(size // 2).hex().encode()
+        made[name] = b"R-M$ke#$vQPo5lupadix" + "".join(records).encode().translate(ROTATED)[:size]
         (LOGS / name).write_bytes(made[name])
         if age:
             os.utime(LOGS / name, (time.time() - age + i,) * 2)
@@ -375,6 +381,188 @@ def case_certificates():
         make_documents(1)
         agent("send", code=0)
         check(len(server.requests) == 1 and asked == through, f"by the proxy: {asked}")
+
+
+def case_queue():
+    """What happens to the folder while documents are on their way, and what is sent at all."""
+    policy = r"HKLM\SOFTWARE\Policies\Tolvex\ORPIX"
+    act = lambda what: (lambda connection: (what(), connection.sendall(answer(201))))
+
+    def sends(documents, *answers, code=0):
+        server = Server(*answers, answer(201))
+        configure(server.url)
+        agent("send", code=code)
+        check(server.names() == list(documents), f"sent {server.names()} instead of {list(documents)}: {said()}")
+        return server
+
+    # Each byte of a request stands in the page on privacy.
+    page = (SOURCE / "docs/privacy.md").read_text()
+    lines = re.escape(re.search(r"```http\n(.*?)```", page, re.S)[1].replace("\n", "\r\n") + "\r\n")
+    configure((server := Server(answer(201))).url, authorization="Basic YTpi")
+    make_documents(1)
+    agent(code=0)
+    check(re.fullmatch(re.sub(r"<[a-z]+>", r"[^\\s]+( [^\\s]+)?", lines), server.requests[0][0]), server.requests[0][0])
+    check(server.requests[0][1][3:8] == bytes(5), "a name or a time is in the gzip header")
+
+    # By age; a session by its index; a read-only one is deleted too.
+    late, early = make_documents(2), make_documents(2, age=1000)
+    [(LOGS / name).chmod(0o444) for name in late]
+    sends([*early, *late])
+    check(not waiting(), "a read-only document stays")
+
+    # Withdrawn, forbidden, and written anew while the first is on its way.
+    first, *_ = make_documents(3)
+    sends([first], act(lambda: [path.unlink() for path in LOGS.iterdir()]))
+    documents = make_documents(3)
+    first, *others = documents
+    sends([first], act(lambda: registry(policy, "enabled", "0", "REG_DWORD")), code=1)
+    old = LOGS / "ulog_old.tmp"
+    old.write_bytes(b"x")
+    os.utime(old, (0, 0))
+    configure("file:///C:/outbox")
+    before = {name: documents[name] for name in others} | {old.name: b"x"}
+    agent("send", code=1)
+    check(waiting() == before, "the policy is not kept")
+    registry(policy, "enabled", "1", "REG_DWORD")
+    old.unlink()
+    crash, *_ = others
+    server = sends([crash, others[1], crash], act(lambda: (LOGS / crash).write_bytes(b"another crash")))
+    check(gzip.decompress(server.requests[2][1]) == b"another crash" and not waiting(), "a new crash document is lost")
+
+    # One agent at a time, which looks once more before it ends.
+    one, two = list(make_documents(1)), []
+    sends(two := [*one, "ulog_more.xml"], act(lambda: ((LOGS / "ulog_more.xml").write_bytes(b"more"), agent(code=0))))
+
+    # Abandoned documents get their names; what is held, fresh or of a finished name does not.
+    for name, content, age in (("a", b"R-M$ke#$vQPo5lupadixx", 700), ("b", b"<", 650), ("fresh", b"", 500), ("held", b"", 0),
+                               ("twice", b"", 700), ("future", b"", -9999)):
+        (LOGS / f"ulog_{name}.tmp").write_bytes(content)
+        os.utime(LOGS / f"ulog_{name}.tmp", (time.time() - age,) * 2)
+    holder = wine("cmd", "/c", r"pause >>%APPDATA%\Tolvex\Sendrix2\Logs\ulog_held.tmp", start=subprocess.Popen,
+                  stdin=subprocess.PIPE)
+    reader = wine("cmd", "/c", r"pause >>%APPDATA%\Tolvex\Sendrix2\Logs\ulog_used.xml", start=subprocess.Popen,
+                  stdin=subprocess.PIPE)
+    while not (LOGS / "ulog_used.xml").exists() or not (LOGS / "ulog_held.tmp").stat().st_size:
+        time.sleep(0.1)
+    time.sleep(0.5)
+    os.utime(LOGS / "ulog_held.tmp", (0, 0))
+    os.utime(LOGS / "ulog_used.xml", (0, 0))
+    (LOGS / "ulog_twice.xml").write_bytes(b"twice")
+    sends(["ulog_a.rdy", "ulog_b.xml", "ulog_twice.xml", "ulog_future.xml"])
+    check(sorted(waiting()) == [f"ulog_{name}" for name in ("fresh.tmp", "held.tmp", "twice.tmp", "used.xml")], waiting())
+    for process in (holder, reader):
+        process.communicate(b"x")
+    shutil.rmtree(LOGS)
+    LOGS.mkdir()
+
+    # Space: the oldest go, whichever folder they are in.
+    for folder, age in ((DATA / "Refused", 3), (LOGS, 2), (DATA / "Refused", 1), (LOGS, 0)):
+        folder.mkdir(exist_ok=True)
+        (folder / f"ulog_{age}.xml").write_bytes(b"x" * 400_000)
+        os.utime(folder / f"ulog_{age}.xml", (time.time() - age * 60,) * 2)
+    configure("https://usage.tolvex.example/skylamp", space=1)
+    agent("send", code=1)
+    check("no server is configured" in said() and os.listdir(LOGS) == ["ulog_0.xml"], said())
+    check(os.listdir(DATA / "Refused") == ["ulog_1.xml"], "the newest refused document stays")
+
+
+def case_stalls():
+    """Servers that keep the line. The agent ends by itself, and the document is the last of the next run."""
+
+    def drip(connection, text, pause):
+        while True:
+            connection.sendall(text)
+            time.sleep(pause)
+
+    rows = {
+        "says nothing": (25, 40, lambda connection: time.sleep(100)),
+        "drips its head": (55, 70, lambda connection: drip(connection, b"H", 1)),
+        "drips headers": (55, 70, lambda connection: (connection.sendall(b"HTTP/1.1 201 X\r\n"),
+                                                      drip(connection, b"A: b\r\n", 1))),
+        "drips its body": (55, 70, lambda connection: (connection.sendall(answer(201, body=b"x" * 9999)[:-9998]),
+                                                       drip(connection, b"x", 1))),
+    }
+    for name, (least, most, reply) in rows.items():
+        first, *others = make_documents(2)
+        configure(Server(reply).url)
+        begin = time.time()
+        agent("send", code=1)
+        took = time.time() - begin
+        check(least < took < most and len(waiting()) == 2, f"{name}: {took:.0f} s, {said()}")
+        server = Server(answer(201))
+        configure(server.url)
+        agent("send", code=0)
+        check(server.names() == [*others, first], f"{name}: {server.names()}")
+        print(f"{name}: ended after {took:.0f} s", flush=True)
+
+
+def case_kills():
+    """Agents that are killed at any moment, in rounds."""
+    make_authority()
+    shutil.rmtree(DATA / "Refused", ignore_errors=True)
+    killed, made = 0, {}
+    with nginx() as root:
+        made |= make_documents(20)
+        begin = time.time()
+        agent(code=0)
+        whole = time.time() - begin
+        for number in range(ROUNDS or 200):
+            made |= make_documents(random.randint(1, 20), random.choice((3000, 100_000)))
+            process = wine("Sendrix2.exe", start=subprocess.Popen)
+            with contextlib.suppress(subprocess.TimeoutExpired):
+                process.wait(random.uniform(0, 1.2 * whole))
+            killed += process.poll() is None
+            process.kill()
+            process.wait()
+            here, there = waiting(), arrived(root)
+            check(here == {name: made[name] for name in here}, f"round {number}: a waiting document is not whole")
+            check(there == {name: made[name] for name in there}, f"round {number}: what arrived is not whole")
+            check(here.keys() | there.keys() == made.keys(), f"round {number}: a document is lost")
+            print(f"round {number + 1}: {killed} killed, {len(there)} of {len(made)} there", flush=True)
+        for _ in range(50):
+            if agent() == 0 and not waiting():
+                break
+            time.sleep(0.1)
+        check(arrived(root) == made and not waiting() and not (DATA / "Refused").exists(), "the last run")
+    print(f"{killed} agents killed; {len(made)} documents, each on the server once")
+
+
+def peak(process):
+    """Most memory that the process had, in MiB, and the seconds that it took."""
+    begin, most = time.time(), 0
+    while process.poll() is None:
+        with contextlib.suppress(OSError, TypeError):
+            most = int(re.search(r"VmHWM:\s+(\d+)", pathlib.Path(f"/proc/{process.pid}/status").read_text())[1])
+        time.sleep(0.02)
+    return most / 1024, time.time() - begin
+
+
+def case_many():
+    """Documents a second, and memory, beside curl with one connection to the same server."""
+    make_authority()
+    with nginx() as root:
+        url = re.search("url=(.*)", (DATA / "Sendrix2.cfg").read_text())[1]
+        for count in (ROUNDS,) if ROUNDS else (2000, 10_000):
+            made = make_documents(count, 102_540)
+            memory, took = peak(wine("Sendrix2.exe", start=subprocess.Popen))
+            check(len(list((root / "usage").rglob("*.gz"))) == count and not waiting(), "not all arrived")
+            print(f"{count} documents: agent {count / took:.0f} a second, {memory:.0f} MiB", end="; ", flush=True)
+            shutil.rmtree(root / "usage")
+            (root / "usage").mkdir()
+            (root / "usage").chmod(0o777)
+            with open(WORLD / "uploads", "w") as uploads:
+                for name, content in made.items():
+                    (WORLD / name).write_bytes(gzip.compress(content, 6))
+                    uploads.write(f'upload-file = "{WORLD / name}"\nurl = "{url}/{name}.gz"\n')
+            memory, took = peak(subprocess.Popen(["curl", "-sS", "--http1.1", "--cacert", "authority.pem", "-H",
+                                                  "Authorization: Bearer 4e12", "-K", "uploads"], cwd=WORLD))
+            check(len(list((root / "usage").rglob("*.gz"))) == count, "curl")
+            print(f"curl {count / took:.0f} a second, {memory:.0f} MiB; load {os.getloadavg()[0]:.1f}", flush=True)
+            for name in made:
+                (WORLD / name).unlink()
+            shutil.rmtree(root / "usage")
+            (root / "usage").mkdir()
+            (root / "usage").chmod(0o777)
 
 
 CASES = {name[5:]: case for name, case in globals().items() if name.startswith("case_")}

@@ -1,9 +1,7 @@
 #include "agent/Upload.h"
 
 #include <algorithm>
-#include <future>
-#include <optional>
-#include <thread>
+#include <exception>
 #include <utility>
 
 #include "agent/WinHttp.h"
@@ -13,7 +11,7 @@ namespace vantra::agent {
 namespace {
 
 // WinHTTP's own time-outs are for each step, and a server that drips keeps within them.
-constexpr std::chrono::seconds kDeadline{60};
+constexpr DWORD kDeadlineMilliseconds = 60'000;
 constexpr DWORD kStepMilliseconds = 30'000;
 // Beyond it an answer costs the connection.
 constexpr DWORD kMostAnswerBytes = 64 << 10;
@@ -167,6 +165,14 @@ DWORD Upload::Connection::Exchange(const UniqueInternet& request, std::string& b
   return 0;
 }
 
+// What the thread of a document works with. Shared, so that it outlives a wait that was given up.
+struct Upload::Call {
+  std::shared_ptr<Connection> connection;
+  std::wstring path;
+  std::string body;
+  Reply reply;
+};
+
 Upload::Upload(const Target& target, std::string_view authorization)
     : target_(target), connection_(std::make_shared<Connection>()) {
   connection_->target = target;
@@ -177,14 +183,26 @@ Upload::Upload(const Target& target, std::string_view authorization)
 
 Upload::~Upload() = default;
 
+// A thread of the platform's own: those of the C++ runtime here can spin for ever as one ends and another
+// begins.
+DWORD WINAPI Upload::Perform(void* argument) {
+  const std::unique_ptr<std::shared_ptr<Call>> call(static_cast<std::shared_ptr<Call>*>(argument));
+  try {
+    (*call)->reply = (*call)->connection->Put((*call)->path, (*call)->body);
+  } catch (const std::exception&) {
+    (*call)->reply.error = ERROR_NOT_ENOUGH_MEMORY;
+  }
+  return 0;
+}
+
 Reply Upload::Put(std::string_view documentName, std::string body) {
-  std::packaged_task<Reply()> task([connection = connection_, body = std::move(body),
-                                    path = util::FromUtf8(ObjectPath(target_, documentName))]() mutable {
-    return connection->Put(path, body);
-  });
-  std::future<Reply> reply = task.get_future();
-  std::thread(std::move(task)).detach();
-  if (reply.wait_for(kDeadline) == std::future_status::ready) return reply.get();
+  const auto call = std::make_shared<Call>(connection_, util::FromUtf8(ObjectPath(target_, documentName)),
+                                           std::move(body), Reply{});
+  auto argument = std::make_unique<std::shared_ptr<Call>>(call);
+  const util::UniqueKernelObject thread(CreateThread(nullptr, 0, Perform, argument.get(), 0, nullptr));
+  if (!thread) return {.error = GetLastError()};
+  static_cast<void>(argument.release());  // the thread's
+  if (WaitForSingleObject(thread.Get(), kDeadlineMilliseconds) == WAIT_OBJECT_0) return call->reply;
   isStuck_ = true;
   return {.error = ERROR_WINHTTP_TIMEOUT, .wasConnected = true};
 }

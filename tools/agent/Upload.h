@@ -2,13 +2,13 @@
 // that is kept. No cookies, no redirects, no sign-on.
 #pragma once
 
-#include <chrono>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "agent/Answer.h"
 #include "agent/Target.h"
+#include "util/Windows.h"
 
 namespace vantra::agent {
 
@@ -27,6 +27,9 @@ class Upload {
 
  private:
   struct Connection;
+  struct Call;
+
+  static DWORD WINAPI Perform(void* call);
 
   Target target_;
   std::shared_ptr<Connection> connection_;
