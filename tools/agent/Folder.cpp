@@ -158,8 +158,11 @@ Folder::Folder() {
 bool Folder::Make() const { return util::EnsureFolder(data_) && util::EnsureFolder(logs_); }
 
 util::UniqueFile Folder::Lock() const {
-  return util::UniqueFile(CreateFileW(Child(data_, L"Sendrix2.lock").c_str(), GENERIC_WRITE, 0, nullptr,
-                                      OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  util::UniqueFile lock(CreateFileW(Child(data_, L"Sendrix2.lock").c_str(), GENERIC_WRITE, 0, nullptr,
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  // What an agent that was killed in WriteOwn has left.
+  if (lock) util::DeleteMatching(data_, L"Sendrix2.state.*.tmp", false);
+  return lock;
 }
 
 std::optional<std::string> Folder::ReadOwn(std::wstring_view name) const {

@@ -1,6 +1,7 @@
 #include "agent/Upload.h"
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 #include <utility>
 
@@ -62,9 +63,9 @@ UniqueInternet ByProxy(UniqueInternet session, const std::wstring& url) {
   return OpenSession(texts.found.lpszProxy, texts.found.lpszProxyBypass);
 }
 
-void CALLBACK NoteProgress(HINTERNET, DWORD_PTR reply, DWORD status, void*, DWORD) {
-  if (status == WINHTTP_CALLBACK_STATUS_SENDING_REQUEST && reply != 0)
-    reinterpret_cast<Reply*>(reply)->wasConnected = true;
+void CALLBACK NoteProgress(HINTERNET, DWORD_PTR wasConnected, DWORD status, void*, DWORD) {
+  if (status == WINHTTP_CALLBACK_STATUS_SENDING_REQUEST && wasConnected != 0)
+    *reinterpret_cast<std::atomic<bool>*>(wasConnected) = true;
 }
 
 std::string QueryHeader(HINTERNET request, DWORD header) {
@@ -104,6 +105,8 @@ struct Upload::Connection {
   std::wstring headers;
   UniqueInternet session;
   UniqueInternet server;
+  // In the present request. The thread that waits for it may look at any time.
+  std::atomic<bool> wasConnected;
 
   DWORD Open();
   Reply Put(const std::wstring& path, std::string& body);
@@ -133,12 +136,14 @@ DWORD Upload::Connection::Open() {
 
 Reply Upload::Connection::Put(const std::wstring& path, std::string& body) {
   Reply reply;
+  wasConnected = false;
   if (reply.error = Open(); reply.error != 0) return reply;
   const DWORD flags =
       WINHTTP_FLAG_ESCAPE_DISABLE | (target.scheme == Scheme::kHttps ? WINHTTP_FLAG_SECURE : 0u);
   const UniqueInternet request(Http().OpenRequest(server.Get(), L"PUT", path.c_str(), nullptr,
                                                   WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES, flags));
   reply.error = request ? Exchange(request, body, reply) : GetLastError();
+  reply.wasConnected = wasConnected;
   return reply;
 }
 
@@ -153,7 +158,7 @@ DWORD Upload::Connection::Exchange(const UniqueInternet& request, std::string& b
     Http().SetOption(request.Get(), WINHTTP_OPTION_CLIENT_CERT_CONTEXT, WINHTTP_NO_CLIENT_CERT_CONTEXT, 0);
   const auto size = static_cast<DWORD>(body.size());
   if (!Http().SendRequest(request.Get(), headers.c_str(), static_cast<DWORD>(headers.size()), body.data(),
-                          size, size, reinterpret_cast<DWORD_PTR>(&reply)) ||
+                          size, size, reinterpret_cast<DWORD_PTR>(&wasConnected)) ||
       !Http().ReceiveResponse(request.Get(), nullptr))
     return GetLastError();
   DWORD status = 0;
@@ -204,7 +209,7 @@ Reply Upload::Put(std::string_view documentName, std::string body) {
   static_cast<void>(argument.release());  // the thread's
   if (WaitForSingleObject(thread.Get(), kDeadlineMilliseconds) == WAIT_OBJECT_0) return call->reply;
   isStuck_ = true;
-  return {.error = ERROR_WINHTTP_TIMEOUT, .wasConnected = true};
+  return {.error = ERROR_WINHTTP_TIMEOUT, .wasConnected = connection_->wasConnected};
 }
 
 }  // namespace vantra::agent
