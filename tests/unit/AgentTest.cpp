@@ -1,6 +1,8 @@
 // The agent's pure parts: where to, what next, what an answer means, when again.
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "agent/Answer.h"
 #include "agent/Queue.h"
 #include "agent/Schedule.h"
@@ -13,7 +15,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 TEST(Agent, ReadsUrls) {
-  // url, object path of the document "ä %.xml" there or the folder; empty for no target
+  // url; object path of the document "ä %.xml" there, or the folder
   constexpr std::pair<const char*, const char*> kRows[] = {
       {"https://usage.acme.com", "https usage.acme.com 443 /%C3%A4%20%25.xml.gz"},
       {"HTTPS://Usage.acme.com:8443/a/b%20c//", "https Usage.acme.com 8443 /a/b%20c/%C3%A4%20%25.xml.gz"},
@@ -23,46 +25,27 @@ TEST(Agent, ReadsUrls) {
       {"http://[::1]:8080", "http [::1] 8080 /%C3%A4%20%25.xml.gz"},
       {"file:///C:/Users/Public/a%20b/", "file C:\\Users\\Public\\a b"},
       {"file:///d:/", "file d:\\"},
-      {"", ""},
-      {"ftp://acme.com/", ""},
-      {"https:/acme.com", ""},
-      {"https://", ""},
-      {"https://user@acme.com/", ""},
-      {"https://acme.com:0/", ""},
-      {"https://acme.com:65536/", ""},
-      {"https://acme.com:/", ""},
-      {"https://acme.com/a?b", ""},
-      {"https://acme.com/a#b", ""},
-      {"https://acme.com/a b", ""},
-      {"https://acme.com/\xC3\xA4", ""},
-      {"https://usage.tolvex.example/skylamp", ""},
-      {"https://EXAMPLE/skylamp", ""},
-      {"http://acme.com/", ""},
-      {"http://localhost/", ""},
-      {"http://127.0.0.1.acme.com/", ""},
-      {"http://127.0.0/", ""},
-      {"http://128.0.0.1/", ""},
-      {"http://127.0.0.256/", ""},
-      {"http://127.0.0.1.1/", ""},
-      {"file://server/share", ""},
-      {"file:///share", ""},
-      {"file:///C:folder", ""},
-      {"file:///C:/a%2", ""},
-      {"file:///C:/a%0Ab", ""},
-      {"file:///C:/a%zz", ""},
   };
   for (const auto& [url, wanted] : kRows) {
-    const auto parsed = ParseTarget(url);
-    std::string found;
-    if (const auto* const target = std::get_if<Target>(&parsed)) {
-      constexpr const char* kSchemes[] = {"https", "http", "file"};
-      found = std::string(kSchemes[static_cast<int>(target->scheme)]) + " " +
-              (target->scheme == Scheme::kFile ? target->path
-                                               : target->host + " " + std::to_string(target->port) + " " +
-                                                     ObjectPath(*target, "\xC3\xA4 %.xml"));
-    }
-    EXPECT_EQ(found, wanted) << url;
+    constexpr const char* kSchemes[] = {"https", "http", "file"};
+    const auto target = std::get<Target>(ParseTarget(url));
+    const std::string where = target.host + " " + std::to_string(target.port) + " ";
+    const std::string found =
+        target.scheme == Scheme::kFile ? target.path : where + ObjectPath(target, "\xC3\xA4 %.xml");
+    EXPECT_EQ(std::string(kSchemes[static_cast<int>(target.scheme)]) + " " + found, wanted) << url;
   }
+}
+
+TEST(Agent, RefusesUrls) {
+  std::istringstream rows(
+      "ftp://acme.com/ https:/acme.com https:// https://user@acme.com/ https://acme.com:0/ "
+      "https://acme.com:65536/ https://acme.com:/ https://acme.com/a?b https://acme.com/a#b "
+      "https://acme.com/\xC3\xA4 https://usage.tolvex.example/skylamp https://EXAMPLE/skylamp "
+      "http://acme.com/ http://localhost/ http://127.0.0.1.acme.com/ http://127.0.0/ http://128.0.0.1/ "
+      "http://127.0.0.256/ http://127.0.0.1.1/ file://server/share file:///share file:///C:folder "
+      "file:///C:/a%2 file:///C:/a%0Ab file:///C:/a%zz ");
+  for (std::string url; rows >> url;) EXPECT_TRUE(std::holds_alternative<NoTarget>(ParseTarget(url))) << url;
+  EXPECT_TRUE(std::holds_alternative<NoTarget>(ParseTarget("https://acme.com/a b")));
 }
 
 TEST(Agent, ReadsNumbers) {
@@ -123,52 +106,32 @@ TEST(Agent, UnderstandsAnswers) {
                                                   : kMisconfigured;
     EXPECT_EQ(MeaningOf({.status = status}), wanted) << status;
   }
-  for (const auto& [error, wanted] : std::map<uint32_t, Meaning>{{12002, kTryAgain},
-                                                                 {12007, kTryAgain},
-                                                                 {12029, kTryAgain},
-                                                                 {12030, kTryAgain},
-                                                                 {12152, kTryAgain},
-                                                                 {8, kTryAgain},
-                                                                 {12005, kMisconfigured},
-                                                                 {12157, kMisconfigured},
-                                                                 {12175, kMisconfigured}})
-    EXPECT_EQ(MeaningOf({.error = error}), wanted) << error;
+  for (const uint32_t error : {8u, 12002u, 12007u, 12029u, 12030u, 12152u})
+    EXPECT_EQ(MeaningOf({.error = error}), kTryAgain) << error;
+  for (const uint32_t error : {12005u, 12157u, 12175u})
+    EXPECT_EQ(MeaningOf({.error = error}), kMisconfigured) << error;
 }
 
 TEST(Agent, ReadsRetryAfter) {
   constexpr int64_t kNow = 784'111'777;  // Sun, 06 Nov 1994 08:49:37 GMT
   constexpr int kNone = -1;
   constexpr int kMost = 86'400;
-  constexpr std::pair<const char*, int> kRows[] = {
-      {"0", 0},
-      {" 120 ", 120},
-      {"86401", kMost},
-      {"99999999999999999999", kMost},
-      {"Sun, 06 Nov 1994 08:50:37 GMT", 60},
-      {"Sunday, 06-Nov-94 08:50:37 GMT", 60},
-      {"Sun Nov  6 08:50:37 1994", 60},
-      {"Mon Nov 16 08:49:37 1994", kMost},
-      {"Sun, 06 Nov 1994 08:49:36 GMT", 0},
-      {"Fri, 01 Jan 2100 00:00:00 GMT", kMost},
-      {"Wednesday, 06-Nov-93 08:50:37 GMT", 0},
-      {"Sunday, 06-Nov-45 08:50:37 GMT", 0},
-      {"", kNone},
-      {"-5", kNone},
-      {"1.5", kNone},
-      {"5s", kNone},
-      {"soon", kNone},
-      {"0x10", kNone},
-      {"Sun, 06 Nov 1994 08:49:37", kNone},
-      {"Sun, 31 Feb 1994 08:49:37 GMT", kNone},
-      {"Sun, 06 Nov 1994 24:49:37 GMT", kNone},
-      {"Sun, 06 Nov 1994 08:60:37 GMT", kNone},
-      {"Sun, 06 Nox 1994 08:49:37 GMT", kNone},
-      {"Sun, 06 Nov 1994 08:49:37 GMT!", kNone},
-      {"Sun, -6 Nov 1994 08:49:37 GMT", kNone},
-      {"Sun, 06 ovD 1994 08:49:37 GMT", kNone},
-  };
-  for (const auto& [text, wanted] : kRows)
-    EXPECT_EQ(ParseRetryAfter(text, kNow).value_or(seconds(kNone)).count(), wanted) << text;
+  const std::map<int, std::vector<const char*>> kRows = {
+      {0,
+       {"0", "Sun, 06 Nov 1994 08:49:36 GMT", "Wednesday, 06-Nov-93 08:50:37 GMT",
+        "Sunday, 06-Nov-45 08:50:37 GMT"}},
+      {60,
+       {" 60 ", "Sun, 06 Nov 1994 08:50:37 GMT", "Sunday, 06-Nov-94 08:50:37 GMT",
+        "Sun Nov  6 08:50:37 1994"}},
+      {kMost, {"86401", "99999999999999999999", "Mon Nov 16 08:49:37 1994", "Fri, 01 Jan 2100 00:00:00 GMT"}},
+      {kNone,
+       {"", "-5", "1.5", "5s", "soon", "0x10", "Sun, 06 Nov 1994 08:49:37", "Sun, 31 Feb 1994 08:49:37 GMT",
+        "Sun, 06 Nov 1994 24:49:37 GMT", "Sun, 06 Nov 1994 08:60:37 GMT", "Sun, 06 Nox 1994 08:49:37 GMT",
+        "Sun, 06 Nov 1994 08:49:37 GMT!", "Sun, -6 Nov 1994 08:49:37 GMT", "Sun, 06 ovD 1994 08:49:37 GMT"}}};
+  for (const auto& [wanted, texts] : kRows) {
+    for (const char* const text : texts)
+      EXPECT_EQ(ParseRetryAfter(text, kNow).value_or(seconds(kNone)).count(), wanted) << text;
+  }
 }
 
 TEST(Agent, Pauses) {
