@@ -201,8 +201,8 @@ DWORD WINAPI Upload::Perform(void* argument) {
 }
 
 Reply Upload::Put(std::string_view documentName, std::string body) {
-  const auto call = std::make_shared<Call>(connection_, util::FromUtf8(ObjectPath(target_, documentName)),
-                                           std::move(body), Reply{});
+  std::wstring path = util::FromUtf8(ObjectPath(target_, documentName));
+  const auto call = std::make_shared<Call>(Call{connection_, std::move(path), std::move(body), {}});
   auto argument = std::make_unique<std::shared_ptr<Call>>(call);
   const util::UniqueKernelObject thread(CreateThread(nullptr, 0, Perform, argument.get(), 0, nullptr));
   if (!thread) return {.error = GetLastError()};

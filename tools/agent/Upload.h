@@ -29,7 +29,7 @@ class Upload {
   struct Connection;
   struct Call;
 
-  static DWORD WINAPI Perform(void* call);
+  static DWORD WINAPI Perform(void* argument);
 
   Target target_;
   std::shared_ptr<Connection> connection_;
