@@ -13,7 +13,8 @@ def parts:
     part("gcc-runtime"; $gcc; "Free Software Foundation"; "GPL-3.0-or-later WITH GCC-exception-3.1"; "https://gcc.gnu.org"),
     part("mingw-w64-runtime"; $mingw; "mingw-w64"; "ZPL-2.1"; "https://www.mingw-w64.org"),
     part("winpthreads"; $mingw; "mingw-w64"; "MIT AND BSD-3-Clause"; "https://www.mingw-w64.org"),
-    part("boost"; $boost; "Boost"; "BSL-1.0"; "https://www.boost.org")
+    part("boost"; $boost; "Boost"; "BSL-1.0"; "https://www.boost.org"),
+    part("zlib"; $zlib; "zlib"; "Zlib"; "https://zlib.net")
   ];
 def relation($from; $type; $to):
   { spdxElementId: $from, relationshipType: $type, relatedSpdxElement: $to };
@@ -43,7 +44,7 @@ map({
   relationships: (
     [relation("SPDXRef-DOCUMENT"; "DESCRIBES"; "SPDXRef-Package-vantra")] +
     ($files | map(relation("SPDXRef-Package-vantra"; "CONTAINS"; .SPDXID))) +
-    (parts | map(relation("SPDXRef-File-bin-Vantra.dll"; "STATIC_LINK"; .SPDXID))) +
-    (parts | map(select(.name != "boost") | relation("SPDXRef-File-agent-Sendrix2.exe"; "STATIC_LINK"; .SPDXID)))
+    (parts | map(select(.name != "zlib") | relation("SPDXRef-File-bin-Vantra.dll"; "STATIC_LINK"; .SPDXID))) +
+    (parts | map(relation("SPDXRef-File-agent-Sendrix2.exe"; "STATIC_LINK"; .SPDXID)))
   )
 }

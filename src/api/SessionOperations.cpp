@@ -11,6 +11,7 @@
 #include "api/VantraManager.h"
 #include "crash/CrashHandler.h"
 #include "settings/AgentConfigFile.h"
+#include "settings/AgentFolders.h"
 #include "settings/OptInPolicy.h"
 #include "settings/SendrixUtilsWin.h"
 #include "settings/UsageSettings.h"

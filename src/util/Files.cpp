@@ -62,6 +62,19 @@ bool Rename(HANDLE file, const std::wstring& path, bool mayReplace) {
   return SetFileInformationByHandle(file, FileRenameInfo, info, static_cast<DWORD>(buffer.size()));
 }
 
+// By way of a temporary file, when the last look at what is there allows it.
+template <class MayReplace>
+bool Replace(const std::wstring& path, std::string_view text, bool isThere, MayReplace&& mayReplace) {
+  const std::wstring temporary = TemporaryPath(path, GetCurrentProcessId());
+  UniqueFile file(CreateFileW(temporary.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                              nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return false;
+  if (WriteAll(file.Get(), text) && mayReplace() && Rename(file.Get(), path, isThere)) return true;
+  file.Reset();
+  DeleteFileW(temporary.c_str());
+  return false;
+}
+
 // A path without an allocation, since a crashing process deletes files too.
 class PathBuffer {
  public:
@@ -156,24 +169,20 @@ std::optional<FileSnapshot> TakeSnapshot(const std::wstring& path, uint64_t limi
   }
 }
 
+bool ReplaceContent(const std::wstring& path, std::string_view text) {
+  return Replace(path, text, true, [] { return true; });
+}
+
 bool ReplaceContent(const std::wstring& path, const FileSnapshot& before, std::string_view text) {
   if (before.isReadOnly) return false;
   RemoveLeftovers(path);
-  const std::wstring temporary = TemporaryPath(path, GetCurrentProcessId());
-  UniqueFile file(CreateFileW(temporary.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                              nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!file) return false;
   // The time is looked at once more, since that takes a single call: what comes between the last look and the
   // replacement is lost.
-  const auto isUnchanged = [&] {
+  return Replace(path, text, before.exists, [&] {
     if (TakeSnapshot(path, before.text.size()) != before) return false;
     const auto info = GetFileInfo(path);
     return info ? info->written == before.written : !before.exists;
-  };
-  if (WriteAll(file.Get(), text) && isUnchanged() && Rename(file.Get(), path, before.exists)) return true;
-  file.Reset();
-  DeleteFileW(temporary.c_str());
-  return false;
+  });
 }
 
 void TouchFile(const std::wstring& path) noexcept {

@@ -55,8 +55,11 @@ struct FileSnapshot {
 // keep for themselves. The last is waited for, some tens of milliseconds at most.
 [[nodiscard]] std::optional<FileSnapshot> TakeSnapshot(const std::wstring& path, uint64_t limit);
 
-// Puts the text in the file's place in one step, so that no reader ever sees half of it. False when the file
-// is no more as it was before, or is not ours to replace; it stays then.
+// Puts the text in the file's place in one step, so that no reader ever sees half of it. On failure what is
+// there stays.
+[[nodiscard]] bool ReplaceContent(const std::wstring& path, std::string_view text);
+
+// The same, but false too when the file is no more as it was before, or is not ours to replace.
 [[nodiscard]] bool ReplaceContent(const std::wstring& path, const FileSnapshot& before,
                                   std::string_view text);
 

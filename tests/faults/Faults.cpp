@@ -232,13 +232,13 @@ void ReplaceConfig(const Plan& plan, const std::stop_token& stop) {
   Journal& journal = Shared<Journal>();
   while (journal.hosts[plan.choice % kMostHosts].begun == 0 && !stop.stop_requested()) Sleep(0);
   for (uint32_t i = 0; i < plan.choice % 30; ++i) {
-    std::string text(kActiveConfig);
+    std::string text = ConfigText(Switch::kActive);
     text.replace(text.find("10\nurl"), 2, std::to_string(11 + i));
     PutConfig(text);
     Sleep(3);
     if (ReadFile(Config()) != text) return;  // and what is there is not what it must be after the round
   }
-  PutConfig(kDisabledConfig);
+  PutConfig(ConfigText(Switch::kDisabled));
   journal.isDisabled = true;
 }
 
@@ -267,11 +267,11 @@ constexpr Fault kFaults[] = {
     {.name = "agent never ends", .prepare = [](const Plan&) { return SendTo(CaseFolder() / "host.exe"); }},
     {.name = "agent does not start",
      .prepare = [](const Plan&) { return SendTo(CaseFolder() / "Broken.exe"); }},
-    {.name = "configuration broken", .config = {}, .prepare = BreakConfig, .cleanUp = LetGo},
-    {.name = "configuration replaced", .config = kDisabledConfig,
+    {.name = "configuration broken", .status = Switch::kAny, .prepare = BreakConfig, .cleanUp = LetGo},
+    {.name = "configuration replaced", .status = Switch::kDisabled,
      .prepare = [](const Plan&) { return Made::kMayRefuse; }, .meanwhile = ReplaceConfig},
-    {.name = "configuration held", .config = kDisabledConfig,
-     .prepare = [](const Plan&) { return WriteFile(Config(), kDisabledConfig), Made::kRefuses; },
+    {.name = "configuration held", .status = Switch::kDisabled,
+     .prepare = [](const Plan&) { return WriteFile(Config(), ConfigText(Switch::kDisabled)), Made::kRefuses; },
      .meanwhile = HoldConfig},
     {.name = "registry values of any type", .prepare = BreakRegistry},
     {.name = "Logs missing or a file", .loss = kWhileItLasts,

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "Plan.h"
+#include "stage/Case.h"
 
 namespace vantra::faults {
 
@@ -29,22 +30,24 @@ enum class Made {
 // What other threads of the first host do while it crashes.
 enum class Others { kNone, kRecord, kOpenAndClose, kCrash };
 
-// The agent's configuration as the library itself lays it out.
-inline constexpr std::string_view kActiveConfig =
-    "[settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\nurl=https://localhost/"
-    "skylamp\n[ulog]\nstatus=Active\n";
-inline constexpr std::string_view kDisabledConfig =
-    "[settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\nurl=https://localhost/"
-    "skylamp\n[ulog]\nstatus=Disabled\n";
+// What the agent's configuration says after the round.
+enum class Switch { kActive, kDisabled, kAny };
+
+// The agent's configuration as the library itself lays it out, with the agent collecting.
+[[nodiscard]] inline std::string ConfigText(Switch status) {
+  return "[settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\nurl=file:///" +
+         (stage::AgentFolder() / "Outbox").generic_string() +
+         "\n[ulog]\nstatus=" + (status == Switch::kActive ? "Active\n" : "Disabled\n");
+}
 
 struct Fault {
   const char* name;
   Loss loss = Loss::kNothing;
-  bool hindersFinish = false;               // documents may keep their temporary names; else only by a loss
-  std::string_view config = kActiveConfig;  // what it must be after the round; any when empty
-  Made (*prepare)(const Plan&) = nullptr;   // before the hosts
-  bool (*begin)(const Plan&) = nullptr;     // between two calls of the first host
-  void (*end)(const Plan&) = nullptr;       // between two later calls
+  bool hindersFinish = false;  // documents may keep their temporary names; else only by a loss
+  Switch status = Switch::kActive;
+  Made (*prepare)(const Plan&) = nullptr;                            // before the hosts
+  bool (*begin)(const Plan&) = nullptr;                              // between two calls of the first host
+  void (*end)(const Plan&) = nullptr;                                // between two later calls
   void (*meanwhile)(const Plan&, const std::stop_token&) = nullptr;  // by another process, while hosts act
   Others others = Others::kNone;  // other than none: the first host crashes
   void (*cleanUp)() = nullptr;    // after everything has been checked

@@ -32,6 +32,7 @@ bool IsLibrarys(const Plan& plan, const std::string& path) {
     return path.starts_with("AppData/Tolvex/" + std::string(folder));
   };
   return isBelow("Sendrix2/Logs/ulog_") || isBelow("Sendrix2/Outbox/") ||
+         isBelow("Sendrix2/Sendrix2.lock") || isBelow("Sendrix2/Sendrix2.state") ||
          path.starts_with("HKCU " + std::string(kUsage)) || path == "AppData/Tolvex/Sendrix2/Sendrix2.cfg" ||
          (isBelow("Sendrix2/Sendrix2.cfg.") && MayEndAThread(plan)) || (isBelow("Skylamp/") && plan.isLogged);
 }
@@ -59,8 +60,8 @@ void CompareSurroundings(const Plan& plan, const Surroundings& before, Verdict& 
     if (found != after.end()) after.erase(found);
   }
   for (const auto& [path, content] : after) differ(path, " was made");
-  const std::string_view config = Faults()[plan.fault].config;
-  if (!config.empty() && ReadFile(AgentFolder() / "Sendrix2.cfg") != config) {
+  const Switch status = Faults()[plan.fault].status;
+  if (status != Switch::kAny && ReadFile(AgentFolder() / "Sendrix2.cfg") != ConfigText(status)) {
     verdict.faults.push_back("the agent's configuration was changed");
   }
 }

@@ -37,7 +37,7 @@ struct Total {
   }
 };
 
-// The stand-ins for the agent, and the folders that hosts would litter.
+// The agent under another name, what stands in for it, and the folders that hosts would litter.
 void SetTheStage() {
   EnterNewCase();
   RemoveKey(Hive::kMachine, "Software");  // no document is named, so no digest is made
@@ -65,7 +65,7 @@ void ResetTheStage(const Plan& plan) {
     WriteFile(folder / "bystander.tmp", "somebody else's");
   }
   CopyFileW((CaseFolder() / "Broken.exe").c_str(), (CaseFolder() / "Sendrix2.exe").c_str(), FALSE);
-  WriteFile(AgentFolder() / "Sendrix2.cfg", kActiveConfig);
+  WriteFile(AgentFolder() / "Sendrix2.cfg", ConfigText(Switch::kActive));
   if (plan.isLogged) WriteFile(CaseFolder() / "SKLog.config", "");
   RemoveKey(Hive::kUser, kUsage);
   RemoveKey(Hive::kMachine, kPolicy);

@@ -5,7 +5,7 @@ source=$(cd "$(dirname "$0")/../.." && pwd)
 export VANTRA_PREFIX=tools
 world=$(mktemp -d)
 trap 'rm -rf "$world"' EXIT
-cp "$2/Vantra.dll" "$2/Sendrix2.exe" "$2/vantra-demo.exe" "$world"
+cp "$2/Vantra.dll" "$2/Sendrix2.exe" "$2/Sendrix2.cfg" "$2/vantra-demo.exe" "$world"
 cd "$world"
 # An agent that an earlier case started may still be at work, and would make its folders again.
 WINEPREFIX=$source/build/wine/$VANTRA_PREFIX /usr/lib/wine/wineserver64 -k 2>/dev/null || true
@@ -13,6 +13,8 @@ WINEPREFIX=$source/build/wine/$VANTRA_PREFIX /usr/lib/wine/wineserver64 -k 2>/de
 profile=$source/build/wine/tools/drive_c/users/$(id -un)/AppData/Roaming
 rm -rf "$profile/Tolvex"
 data=$profile/Tolvex/Sendrix2
+outbox="$source/build/wine/tools/drive_c/users/Public/Vantra Demo"
+rm -rf "$outbox"
 
 fail() { echo "failed: $*"; cat output; exit 1; }
 run() { # WANTED_EXIT_CODE PROGRAM...: its output, both streams, in the file output
@@ -23,7 +25,7 @@ run() { # WANTED_EXIT_CODE PROGRAM...: its output, both streams, in the file out
 }
 says() { tr -d '\r' <output | grep -q -- "$1" || fail "not in the output: $1"; }
 holds() { [ "$(cat "$1")" = "$2" ] || fail "$1 does not hold $2"; }
-demo_documents() { ls "$data"/*/ulog_Vantra_Demo_* 2>/dev/null || true; }
+demo_documents() { ls "$data/Logs"/ulog_Vantra_Demo_* "$outbox"/ulog_Vantra_Demo_* 2>/dev/null || true; }
 decoded() { tail -c +21 "$1" | tr '!-~' 'P-~!-O'; }
 make_tree() {
   mkdir -p tree/sub tree/.git tree/Build
@@ -34,21 +36,31 @@ make_tree() {
 
 agent_collects() {
   run 0 Sendrix2.exe
-  says 'No finished document'
+  [ ! -s output ] || fail "it speaks"
+  cp Sendrix2.cfg "$data"
   for round in 1 2 3; do
     for name in a.xml b.rdy c.tmp; do echo $round >"$data/Logs/$name"; done
-    run 0 Sendrix2.exe
-    says "Collected a.xml"
+    run 0 Sendrix2.exe send
+    says '^sent 2$'
   done
-  for kept in a.xml:1 a~2.xml:2 a~3.xml:3 b~3.rdy:3; do holds "$data/Outbox/${kept%:*}" "${kept#*:}"; done
+  for kept in a.xml:1 a~2.xml:2 a~3.xml:3 b~3.rdy:3; do holds "$outbox/${kept%:*}" "${kept#*:}"; done
   [ "$(ls "$data/Logs")" = c.tmp ] || fail "Logs holds something else than c.tmp"
 }
 agent_explains() {
-  mkdir -p "$data"
-  echo in the way >"$data/Outbox"
-  run 2 Sendrix2.exe
-  says 'Sendrix2: cannot make .*Outbox: .*(error 183)'
-  run 2 Sendrix2.exe --help
+  run 0 Sendrix2.exe
+  echo 1 >"$data/Logs/a.xml"
+  run 1 Sendrix2.exe send
+  says '^waits: no server is configured'
+  cp Sendrix2.cfg "$data"
+  echo in the way >"$outbox"
+  run 1 Sendrix2.exe send
+  says '^waits: the folder in url takes no document'
+  run 0 Sendrix2.exe status
+  says '^Waiting *1 document, 1 KiB'
+  rm -r "$profile/Tolvex"
+  echo in the way >"$profile/Tolvex"
+  run 2 Sendrix2.exe send
+  run 2 Sendrix2.exe now
   says 'usage: Sendrix2'
 }
 demo_records() {

@@ -1,155 +1,138 @@
-// Sendrix2.exe: stands in for the transport agent that a product ships.
+// Sendrix2.exe: the transport agent. Sends what the library has finished in the user's Logs folder to the
+// server that Sendrix2.cfg names. Its own log tells what it did; without arguments it says nothing.
 //
-// It makes the Logs folder that documents are written to, moves every finished document out of it into the
-// folder Outbox beside it, and ends. An uploading agent would send a document where this one moves it.
-// Nothing here knows the recording library: folders and file names are all that the two share.
-//
-// Exit code: 0 when every finished document was collected or is still held open by somebody, 1 when one could
-// not be moved, 2 when the folders cannot be used.
-#include <shlobj.h>
-#include <windows.h>
+// Exit code: 0 when nothing waits but what is in use, or another agent is at work; 1 when documents wait; 2
+// when the folders cannot be used, or the arguments are wrong.
+#include <io.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "agent/Folder.h"
+#include "agent/Log.h"
+#include "agent/Shift.h"
+#include "util/Clock.h"
+#include "util/TimeStamp.h"
+#include "util/Windows.h"
+
+namespace vantra::agent {
 namespace {
 
-enum ExitCode { kDone = 0, kNotAllMoved = 1, kNoFolders = 2 };
+enum ExitCode { kDone = 0, kWaits = 1, kFailed = 2 };
 
-std::string ToUtf8(std::wstring_view text) {
-  const int length = static_cast<int>(text.size());
-  std::string narrow(text.size() * 3, '\0');
-  const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, narrow.data(),
-                                       static_cast<int>(narrow.size()), nullptr, nullptr);
-  narrow.resize(static_cast<size_t>(size));
-  return narrow;
+constexpr std::chrono::minutes kLongestRun{30};
+
+constexpr const char* kUsage =
+    "usage: Sendrix2 [VERB]\n\n"
+    "Sends the finished usage documents of this user, and says nothing.\n\n"
+    "  status   tell what waits, how the last run ended, and when the next may be\n"
+    "  send     send now, and tell how it goes\n"
+    "  --help   this text\n";
+
+std::string At(int64_t seconds) { return std::string(util::TimeStamp(seconds).Text().text); }
+
+std::string Describe(const std::vector<Document>& documents) {
+  uint64_t bytes = 0;
+  for (const Document& each : documents) bytes += each.size;
+  const std::string count = std::to_string(documents.size());
+  return count + (documents.size() == 1 ? " document, " : " documents, ") +
+         std::to_string((bytes + 1023) / 1024) + " KiB";
 }
 
-void Say(std::FILE* stream, std::wstring_view line) {
-  std::fprintf(stream, "%s\n", ToUtf8(line).c_str());
-  std::fflush(stream);
-}
-
-std::wstring Explain(DWORD error) {
-  wchar_t text[512];
-  DWORD length = FormatMessageW(
-      FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK, nullptr,
-      error, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
-  while (length > 0 && (text[length - 1] == L' ' || text[length - 1] == L'.')) --length;
-  return std::wstring(text, length) + L" (error " + std::to_wstring(error) + L")";
-}
-
-// Path of a file in a folder, in the form that may be longer than 260 characters: a document whose path just
-// fits in Logs would not fit in Outbox.
-std::wstring Child(const std::wstring& folder, std::wstring_view name) {
-  std::wstring path = folder.starts_with(L"\\\\") ? L"\\\\?\\UNC" + folder.substr(1) : L"\\\\?\\" + folder;
-  return path.append(L"\\").append(name);
-}
-
-// Makes the folder with its parents. Returns 0 or the system's error.
-DWORD EnsureFolder(const std::wstring& path) {
-  const int error = SHCreateDirectoryExW(nullptr, path.c_str(), nullptr);
-  const DWORD attributes = GetFileAttributesW(path.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return 0;
-  return error != 0 ? static_cast<DWORD>(error) : ERROR_PATH_NOT_FOUND;
-}
-
-bool IsFinishedDocument(const WIN32_FIND_DATAW& file) {
-  const std::wstring_view name = file.cFileName;
-  const bool isFolder = (file.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-  return !isFolder && (name.ends_with(L".xml") || name.ends_with(L".rdy"));
-}
-
-// Names of the finished documents in the order of their names. Returns 0 or the system's error.
-DWORD ListDocuments(const std::wstring& folder, std::vector<std::wstring>& names) {
-  WIN32_FIND_DATAW file;
-  HANDLE find = FindFirstFileW(Child(folder, L"*").c_str(), &file);
-  if (find == INVALID_HANDLE_VALUE) return GetLastError();
-  do {
-    if (IsFinishedDocument(file)) names.emplace_back(file.cFileName);
-  } while (FindNextFileW(find, &file));
-  const DWORD error = GetLastError();
-  FindClose(find);
-  std::ranges::sort(names);
-  return error == ERROR_NO_MORE_FILES ? 0 : error;
-}
-
-// Moves a document and tells the name that it got. A name that the target folder already holds is never
-// replaced: the newcomer's gets a number. Returns 0 or the system's error.
-DWORD MoveDocument(const std::wstring& from, const std::wstring& name, const std::wstring& to,
-                   std::wstring& newName) {
-  const std::wstring source = Child(from, name);
-  const size_t dot = name.rfind(L'.');
-  newName = name;
-  for (int copy = 2;; ++copy) {
-    if (MoveFileExW(source.c_str(), Child(to, newName).c_str(), MOVEFILE_WRITE_THROUGH)) return 0;
-    const DWORD error = GetLastError();
-    if (error != ERROR_ALREADY_EXISTS && error != ERROR_FILE_EXISTS) return error;
-    newName = name;
-    newName.insert(dot, L"~" + std::to_wstring(copy));
+// What was done so far, and on a terminal each step of it.
+class Terminal {
+ public:
+  void Show(const Counts& counts) const {
+    if (isTerminal_)
+      std::printf("\r%zu of %zu", counts.sent + counts.refused + counts.skipped, counts.queued);
   }
+  void Conclude(std::string_view outcome) const {
+    std::printf("%s%.*s\n", isTerminal_ ? "\r" : "", static_cast<int>(outcome.size()), outcome.data());
+  }
+
+ private:
+  bool isTerminal_ = _isatty(_fileno(stdout)) != 0;
+};
+
+int ShowStatus() {
+  const Folder folder;
+  const Settings settings = ReadSettings(folder.ReadConfig());
+  const State state = ParseState(folder.ReadOwn(kStateFile).value_or(std::string()));
+  std::printf("Sent to    %s\n", settings.url.c_str());
+  if (const auto* const none = std::get_if<NoTarget>(&settings.target))
+    std::printf("           %.*s\n", static_cast<int>(none->why.size()), none->why.data());
+  std::printf("Waiting    %s\n", Describe(folder.ListFinished()).c_str());
+  std::printf("Refused    %s\n", Describe(folder.ListRefused()).c_str());
+  std::printf("Last run   %s%s%s\n", state.ended == 0 ? "none" : At(state.ended).c_str(),
+              state.outcome.empty() ? "" : ": ", state.outcome.c_str());
+  const bool mustWait = state.notBefore > util::UtcSeconds() && state.url == settings.url;
+  std::printf("Next try   %s%s\n", mustWait ? "not before " : "when the agent is started",
+              mustWait ? At(state.notBefore).c_str() : "");
+  return kDone;
 }
 
-// Moves one document and says what became of it. False when it should have moved and did not.
-bool Collect(const std::wstring& logs, const std::wstring& name, const std::wstring& outbox) {
-  std::wstring newName;
-  const DWORD error = MoveDocument(logs, name, outbox, newName);
-  if (error == 0) {
-    Say(stdout, newName == name ? L"Collected " + name : L"Collected " + name + L" as " + newName);
-    return true;
-  }
-  if (error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION) {
-    Say(stdout, L"In use, left for the next start: " + name);
-    return true;
-  }
-  if (GetFileAttributesW(Child(logs, name).c_str()) == INVALID_FILE_ATTRIBUTES) {
-    Say(stdout, L"Already gone: " + name);  // taken by another agent, or deleted with the user's consent
-    return true;
-  }
-  Say(stderr, L"Sendrix2: cannot move " + name + L" to " + outbox + L": " + Explain(error));
-  return false;
+bool HasNew(const std::vector<Document>& documents, const Tried& tried) {
+  return std::ranges::any_of(documents, [&](const Document& each) {
+    return !tried.contains({each.name, each.written});
+  });
 }
 
-int Run() {
-  wchar_t root[MAX_PATH];
-  const HRESULT found =
-      SHGetFolderPathW(nullptr, CSIDL_APPDATA | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, root);
-  if (found != S_OK) {
-    Say(stderr, L"Sendrix2: no application-data folder: " + Explain(static_cast<DWORD>(found)));
-    return kNoFolders;
+// Says how it goes when there is somebody to read it.
+int Run(const Terminal* terminal) {
+  const auto end = Shift::Clock::now() + kLongestRun;
+  const auto say = [&](std::string_view what) {
+    if (terminal != nullptr) terminal->Conclude(what);
+  };
+  Options options{.isUrgent = terminal != nullptr};
+  if (terminal != nullptr) options.progress = [&](const Counts& counts) { terminal->Show(counts); };
+  const Folder folder;
+  if (!folder.Make()) {
+    Log().Error("The folders cannot be made", "Logs");
+    say("the folders cannot be made");
+    return kFailed;
   }
-  const std::wstring data = std::wstring(root) + L"\\Tolvex\\Sendrix2";
-  const std::wstring logs = data + L"\\Logs";
-  const std::wstring outbox = data + L"\\Outbox";
-  for (const std::wstring& folder : {logs, outbox}) {
-    if (const DWORD error = EnsureFolder(folder); error != 0) {
-      Say(stderr, L"Sendrix2: cannot make " + folder + L": " + Explain(error));
-      return kNoFolders;
+  Counts counts;
+  Tried tried;
+  for (;;) {
+    util::UniqueFile lock = folder.Lock();
+    if (!lock) {
+      say("another agent is at work");
+      return kDone;
     }
+    Shift shift(folder, options, counts, tried, end);
+    const bool isDone = shift.Work();
+    lock.Reset();
+    // An agent that was started meanwhile has ended at the lock, and its document was there before. So the
+    // last look comes after the lock is free.
+    if (isDone && HasNew(folder.ListFinished(), tried)) continue;
+    say(shift.Outcome());
+    std::fflush(stdout);
+    if (shift.IsStuck()) TerminateProcess(GetCurrentProcess(), kWaits);
+    return isDone ? kDone : kWaits;
   }
-  std::vector<std::wstring> names;
-  if (const DWORD error = ListDocuments(logs, names); error != 0) {
-    Say(stderr, L"Sendrix2: cannot list " + logs + L": " + Explain(error));
-    return kNoFolders;
-  }
-  if (names.empty()) Say(stdout, L"No finished document in " + logs);
-  int exitCode = kDone;
-  for (const std::wstring& name : names) {
-    if (!Collect(logs, name, outbox)) exitCode = kNotAllMoved;
-  }
-  return exitCode;
 }
 
 }  // namespace
+}  // namespace vantra::agent
 
-int wmain(int argc, wchar_t**) {
+int wmain(int argc, wchar_t** argv) try {
+  using namespace vantra::agent;
+  if (argc == 1) return Run(nullptr);
+  const std::wstring_view verb = argv[1];
   SetConsoleOutputCP(CP_UTF8);
-  if (argc > 1) {
-    Say(stderr, L"usage: Sendrix2\n\nTakes no arguments: collects the finished usage documents and ends.");
-    return kNoFolders;
+  if (argc == 2 && verb == L"status") return ShowStatus();
+  if (argc == 2 && verb == L"send") {
+    const Terminal terminal;
+    return Run(&terminal);
   }
-  return Run();
+  const bool isHelp = argc == 2 && verb == L"--help";
+  std::fputs(kUsage, isHelp ? stdout : stderr);
+  return isHelp ? kDone : kFailed;
+} catch (const std::exception& failure) {
+  vantra::agent::Log().Error(failure.what(), "Ended");
+  return vantra::agent::kWaits;
 }

@@ -11,6 +11,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// What the demo's Sendrix2.cfg names.
+constexpr std::wstring_view kOutbox = L"C:\\Users\\Public\\Vantra Demo";
 constexpr std::string_view kObfuscationMarker = "R-M$ke#$vQPo5lupadix";
 
 fs::path AgentFolder() {
@@ -29,7 +31,7 @@ char Rotate(char c) { return c < '!' || c > '~' ? c : static_cast<char>('!' + (c
 }  // namespace
 
 fs::path LogsFolder() { return AgentFolder() / L"Logs"; }
-fs::path OutboxFolder() { return AgentFolder() / L"Outbox"; }
+fs::path OutboxFolder() { return kOutbox; }
 
 std::vector<fs::path> ListDocuments(std::wstring_view prefix) {
   std::vector<fs::path> documents;

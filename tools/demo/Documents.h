@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-// Where Vantra writes, and where the stand-in agent puts what it has collected.
+// Where Vantra writes, and where the agent, by the demo's Sendrix2.cfg, puts what it has collected.
 std::filesystem::path LogsFolder();
 std::filesystem::path OutboxFolder();
 

@@ -1,0 +1,82 @@
+// The work of the one agent that holds the lock: the queue from its first document to its last, or to the
+// first reason to stop.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "agent/Folder.h"
+#include "agent/Settings.h"
+#include "agent/State.h"
+#include "agent/Upload.h"
+
+namespace vantra::agent {
+
+constexpr std::wstring_view kStateFile = L"Sendrix2.state";
+
+struct Counts {
+  size_t queued = 0;   // seen so far
+  size_t sent = 0;     // or moved
+  size_t refused = 0;  // by the server, and put aside
+  size_t skipped = 0;  // gone, in use, or not to be read
+};
+
+struct Options {
+  // Send although the server has asked to wait.
+  bool isUrgent = false;
+  // Called after each document.
+  std::function<void(const Counts&)> progress = [](const Counts&) {};
+};
+
+// What a process has tried it leaves alone, unless it was written anew: names and times.
+using Tried = std::set<std::pair<std::string, uint64_t>>;
+
+class Shift {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  Shift(const Folder& folder, const Options& options, Counts& counts, Tried& tried, Clock::time_point end)
+      : folder_(folder), options_(options), counts_(counts), tried_(tried), end_(end) {}
+
+  // False when documents wait for another run; Outcome tells why.
+  [[nodiscard]] bool Work();
+
+  // A sentence for people.
+  [[nodiscard]] const std::string& Outcome() const noexcept { return state_.outcome; }
+
+  // A thread is left behind in the platform: the process should end without waiting for it.
+  [[nodiscard]] bool IsStuck() const noexcept { return upload_ && upload_->IsStuck(); }
+
+ private:
+  bool MaySend();
+  bool WorkQueue();
+  bool Send(const std::string& name);
+  bool Move(const std::string& name, const std::string& folder);
+  bool WaitAfter(const std::string& name, const Reply& reply);
+  void Skip(const std::string& name, Taken taken);
+  void Settle(const std::string& name, Taken taken, size_t& count, std::string_view word);
+  bool Stop(std::string_view why);
+  void HoldBudget();
+  void SaveState();
+
+  const Folder& folder_;
+  const Options& options_;
+  Counts& counts_;
+  Tried& tried_;
+  const Clock::time_point end_;
+  Settings settings_;
+  State state_;
+  std::string why_;
+  std::unique_ptr<Upload> upload_;
+  unsigned failures_ = 0;
+  std::minstd_rand random_{std::random_device{}()};
+};
+
+}  // namespace vantra::agent

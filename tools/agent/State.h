@@ -1,0 +1,29 @@
+// What the agent remembers from run to run: the text of its state file.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantra::agent {
+
+// Times are seconds since 1970-01-01 UTC, 0 for none.
+struct State {
+  // The url whose server asked not to be tried before that time.
+  std::string url;
+  int64_t notBefore = 0;
+  // Documents at which runs ended by a broken connection, the longest ago first.
+  std::vector<std::string> last;
+  // When the last run ended, and how.
+  int64_t ended = 0;
+  std::string outcome;
+
+  bool operator==(const State&) const = default;
+};
+
+// Never fails: what cannot be read is forgotten.
+[[nodiscard]] State ParseState(std::string_view text);
+[[nodiscard]] std::string FormatState(const State& state);
+
+}  // namespace vantra::agent

@@ -1,0 +1,36 @@
+// Where documents go: the url of the settings, and the name of a document below it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace vantra::agent {
+
+enum class Scheme { kHttps, kHttp, kFile };
+
+struct Target {
+  Scheme scheme;
+  // An ASCII name or address, IPv6 in brackets; empty for kFile.
+  std::string host;
+  uint16_t port;
+  // For a server the encoded path, without a slash at its end; for kFile the folder in UTF-8, with
+  // backslashes.
+  std::string path;
+};
+
+// Why a url is no target, as a sentence for the log.
+struct NoTarget {
+  std::string_view why;
+};
+
+// https: to any server, http: to a loopback address, file:///C:/folder. Whatever is below .example names no
+// server.
+[[nodiscard]] std::variant<Target, NoTarget> ParseTarget(std::string_view url);
+
+// The path of a document, whose name is UTF-8, on its server. Every byte that has a meaning in a url is
+// percent-encoded, once.
+[[nodiscard]] std::string ObjectPath(const Target& target, std::string_view documentName);
+
+}  // namespace vantra::agent
