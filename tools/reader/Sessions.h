@@ -1,0 +1,75 @@
+// The documents among files and folders, put together to sessions.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "reader/FileName.h"
+
+namespace vantra::reader {
+
+// Where a document lies. It refers to its Sessions.
+struct Document {
+  std::string_view folder;  // with a separator at its end, or empty
+  std::string_view file;
+  FileName name;
+  // A document of the same name has come before it: the same one in another place, or packed.
+  bool isCopy = false;
+
+  [[nodiscard]] std::string Path() const { return std::string(folder).append(file); }
+};
+
+// Documents in the order in which they were written. What tells of the session without being a part of it, a
+// crash document, comes last. A document that belongs to no session, as those of changed opt-ins, is a
+// session of its own here.
+struct Session {
+  std::string_view id;  // 36 characters; else the name of the document that belongs to no session
+  std::vector<Document> documents;
+};
+
+// Told what cannot be read: the path, and why.
+using Complaint = std::function<void(std::string_view path, std::string_view reason)>;
+
+// About 150 bytes a document, and nothing of what is in them.
+class Sessions {
+ public:
+  // A file, whatever its name; or a folder, which is searched through for what is named like a document.
+  void Add(const std::string& path, const Complaint& complain);
+
+  // Puts them in order, by identifier. After the last Add.
+  void Sort();
+
+  [[nodiscard]] size_t Count() const noexcept { return sessions_.size(); }
+  [[nodiscard]] size_t DocumentCount() const noexcept { return entries_.size(); }
+  // Good as long as this is. May be asked for by several threads.
+  [[nodiscard]] Session operator[](size_t index) const;
+
+ private:
+  struct Entry {
+    uint64_t order;  // the first bytes of the key
+    uint32_t folder;
+    uint32_t sizes;  // of the file name
+    uint64_t name;   // where it begins in names_
+    uint32_t keyAt;  // the identifier in it
+    uint32_t keySize;
+    int32_t index;
+  };
+  void AddFolder(std::string path, const Complaint& complain);
+  void AddFile(uint32_t folder, std::string_view file, std::string_view session);
+  [[nodiscard]] std::string_view NameOf(const Entry& entry) const noexcept;
+  [[nodiscard]] std::string_view KeyOf(const Entry& entry) const noexcept;
+  [[nodiscard]] bool IsBefore(const Entry& a, const Entry& b) const noexcept;
+  [[nodiscard]] Document DocumentOf(const Entry& entry) const;
+
+  std::vector<std::string> folders_;
+  std::string names_;
+  std::vector<Entry> entries_;
+  std::vector<uint32_t> sessions_;  // the first entry of each
+};
+
+}  // namespace vantra::reader

@@ -1,0 +1,162 @@
+#include "reader/Text.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "reader/Record.h"
+#include "session/FreeText.h"
+#include "util/Blocks.h"
+
+namespace vantra::reader {
+namespace {
+
+using util::Bits;
+using util::kBlock;
+using util::LoadWholeBlock;
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+
+uint32_t Load32(const char* at) noexcept {
+  uint32_t loaded;
+  std::memcpy(&loaded, at, sizeof loaded);
+  return loaded;
+}
+
+bool IsContinuation(char c) noexcept { return (static_cast<uint8_t>(c) & 0xC0) == 0x80; }
+
+// Whether four characters of three bytes stand there, none of a kind that has exceptions: most of the text of
+// East Asia. Looks at a block.
+bool AreFourOfThree(const char* at) noexcept {
+  const __m128i block = LoadWholeBlock(at);
+  const __m128i marks = _mm_and_si128(
+      block, _mm_setr_epi8(-16, -64, -64, -16, -64, -64, -16, -64, -64, -16, -64, -64, 0, 0, 0, 0));
+  const __m128i wanted =
+      _mm_setr_epi8(-32, -128, -128, -32, -128, -128, -32, -128, -128, -32, -128, -128, 0, 0, 0, 0);
+  if (Bits(_mm_cmpeq_epi8(marks, wanted)) != 0xFFFF) return false;
+  const auto isLead = [block](char lead) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(lead)); };
+  const __m128i exceptions = _mm_or_si128(_mm_or_si128(isLead('\xE0'), isLead('\xED')), isLead('\xEF'));
+  return Bits(exceptions) == 0;
+}
+
+// Passes over bytes of 128 and above.
+const char* ScanHigh(const char* at, FreeScan& scan) noexcept {
+  constexpr ptrdiff_t kLongest = 4;
+  while (*at < 0) {
+    if (AreFourOfThree(at)) {
+      at += 12;
+      continue;
+    }
+    const Character character = ReadCharacter(at, at + kLongest);
+    if (character.size == 0) scan.flaws |= kNotUtf8;
+    if (character.isNoCharacter) scan.flaws |= kNoCharacter;
+    scan.isPlain = scan.isPlain && character.size != 0;
+    at += character.size + character.invalid;
+  }
+  return at;
+}
+
+// At a byte that is no ordinary one. False when the text ends there.
+bool ScanSpecial(const char*& at, FreeScan& scan) noexcept {
+  switch (*at) {
+    case '&':
+      if (ReadReference(at) == '\0') return false;
+      do at += kReferenceSize;
+      while (ReadReference(at) != '\0');
+      scan.isPlain = false;
+      return true;
+    case '"':
+    case '<':
+    case '>':
+    case '\'':
+    case '\\':
+    case '\0':
+      return false;
+    default:
+      if (*at < 0) {
+        at = ScanHigh(at, scan);
+        return true;
+      }
+      if (*at != '\t' && *at != '\n' && *at != '\r') scan.flaws |= kControlCharacter;
+      scan.isPlain = false;
+      ++at;
+      return true;
+  }
+}
+
+}  // namespace
+
+char ReadReference(const char* at) noexcept {
+  if (*at != '&') return '\0';
+  const auto is = [digits = Load32(at + 1)](const char(&text)[5]) { return digits == Load32(text); };
+  if (is("#38;")) return '&';
+  if (is("#60;")) return '<';
+  if (is("#62;")) return '>';
+  if (is("#34;")) return '"';
+  if (is("#39;")) return '\'';
+  if (is("#92;")) return '\\';
+  return '\0';
+}
+
+Character ReadCharacter(const char* at, const char* end) noexcept {
+  const auto byte = [at](size_t i) { return static_cast<uint8_t>(at[i]); };
+  const auto left = static_cast<size_t>(end - at);
+  const uint8_t lead = byte(0);
+  if (lead < 0x80) return {1, 0, false};
+  const auto size = static_cast<uint8_t>(lead < 0xC2   ? 0
+                                         : lead < 0xE0 ? 2
+                                         : lead < 0xF0 ? 3
+                                         : lead < 0xF5 ? 4
+                                                       : 0);
+  if (size == 0) return {0, 1, false};
+  // What the second byte may be keeps out long forms, surrogates and what is beyond U+10FFFF.
+  const uint8_t least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+  const uint8_t most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+  if (left < 2 || byte(1) < least || byte(1) > most) return {0, 1, false};
+  for (uint8_t i = 2; i < size; ++i) {
+    if (left <= i || !IsContinuation(at[i])) return {0, i, false};
+  }
+  return {size, 0, lead == 0xEF && byte(1) == 0xBF && byte(2) >= 0xBE};
+}
+
+FreeScan ScanFree(const char* at) noexcept {
+  FreeScan scan{at, 0, true};
+  for (;;) {
+    const __m128i block = LoadWholeBlock(at);
+    const unsigned stops = session::FindUnordinary(block);
+    if (stops == 0) {
+      at += kBlock;
+      continue;
+    }
+    at += std::countr_zero(stops);
+    if (!ScanSpecial(at, scan)) break;
+  }
+  scan.end = at;
+  return scan;
+}
+
+void AppendUtf8(std::string_view text, std::string& out) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end) {
+    const Character character = ReadCharacter(at, end);
+    out += character.size != 0 ? std::string_view(at, character.size) : kReplacement;
+    at += character.size + character.invalid;
+  }
+}
+
+void Unescape(std::string_view raw, std::string& out) {
+  while (!raw.empty()) {
+    const size_t size = std::min(raw.find('&'), raw.size());
+    AppendUtf8(raw.substr(0, size), out);
+    raw.remove_prefix(size);
+    const char c = raw.size() < kReferenceSize ? '\0' : ReadReference(raw.data());
+    if (c != '\0')
+      out += c;
+    else
+      out += raw.substr(0, 1);
+    raw.remove_prefix(c != '\0' ? kReferenceSize : raw.empty() ? 0 : 1);
+  }
+}
+
+}  // namespace vantra::reader
