@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <thread>
 
 #include "Verb.h"
 #include "reader/Files.h"
@@ -53,8 +55,22 @@ void Say(std::string_view sentence) {
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
-void SayUnreadable(std::string_view path, std::string_view reason) {
-  Say(std::string("cannot read ").append(path).append(": ").append(reason));
+std::string Unreadable(std::string_view path, std::string_view reason) {
+  return std::string("cannot read ").append(path).append(": ").append(reason);
+}
+
+void SayUnreadable(std::string_view path, std::string_view reason) { Say(Unreadable(path, reason)); }
+
+std::string Counted(uint64_t number, std::string_view thing) {
+  return std::to_string(number).append(" ").append(thing).append(number == 1 ? "" : "s");
+}
+
+void Threads::AddTo(CLI::App& verb) {
+  constexpr unsigned kMost = 256;
+  count_ = std::clamp(std::thread::hardware_concurrency(), 1U, kMost);
+  verb.add_option("--threads", count_, "Threads that read; the output is the same for any number of them")
+      ->check(CLI::Range(1U, kMost))
+      ->capture_default_str();
 }
 
 }  // namespace vantra::inspect

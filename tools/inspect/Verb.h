@@ -3,6 +3,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -22,6 +23,8 @@ enum ExitCode {
 using Run = std::function<int()>;
 using AddVerb = void (*)(CLI::App& app, Run& chosen);
 
+void AddCheck(CLI::App& app, Run& chosen);
+void AddExport(CLI::App& app, Run& chosen);
 void AddList(CLI::App& app, Run& chosen);
 
 // The inputs of a verb: what its arguments name, else the user's Logs folder, where there is one.
@@ -38,8 +41,22 @@ class Inputs {
   bool isAllReadable_ = true;
 };
 
+// How many threads read.
+class Threads {
+ public:
+  void AddTo(CLI::App& verb);
+  [[nodiscard]] unsigned Count() const noexcept { return count_; }
+
+ private:
+  unsigned count_ = 1;
+};
+
+// "1 document", "2 documents".
+[[nodiscard]] std::string Counted(uint64_t number, std::string_view thing);
+
 // A sentence on stderr, behind the program's name. May be called by several threads.
 void Say(std::string_view sentence);
+[[nodiscard]] std::string Unreadable(std::string_view path, std::string_view reason);
 void SayUnreadable(std::string_view path, std::string_view reason);
 
 }  // namespace vantra::inspect

@@ -14,8 +14,11 @@ constexpr size_t kExcerpt = 100;
 
 }  // namespace
 
-DocumentReader::DocumentReader()
-    : buffer_(std::make_unique<char[]>(kCapacity + kPadding)), records_(EmptyRecords()) {}
+DocumentReader::DocumentReader(bool isThorough)
+    : buffer_(std::make_unique<char[]>(kCapacity + kPadding)),
+      isThorough_(isThorough),
+      records_(EmptyRecords()),
+      quick_(records_) {}
 
 void DocumentReader::Open(Source& source) {
   source_ = &source;
@@ -91,6 +94,18 @@ Piece DocumentReader::PassOver(Rule rule) {
 }
 
 Piece DocumentReader::Next() {
+  const Record* const quick = isThorough_ ? nullptr : quick_.Read(at_);
+  if (quick == nullptr || quick->text.size() > kLongestRecord) return NextOfAny();
+  Take(quick->text.size());
+  return Found(*quick);
+}
+
+Piece DocumentReader::Found(const Record& record) noexcept {
+  current_ = &record;
+  return Piece::Record;
+}
+
+Piece DocumentReader::NextOfAny() {
   for (;;) {
     if (at_ == end_ && !Refill()) {
       Take(0);
@@ -103,12 +118,10 @@ Piece DocumentReader::Next() {
     if (parsed.piece == Piece::Malformed)
       return PassOver(parsed.isIncomplete && isLong ? Rule::TooLong : parsed.rule);
     Take(parsed.size);
-    if (parsed.piece == Piece::Record) {
-      Record& record = records_[static_cast<size_t>(parsed.kind)];
-      record.offset = offset_;
-      current_ = &record;
-    }
-    return parsed.piece;
+    if (parsed.piece != Piece::Record) return parsed.piece;
+    const Record& record = records_[static_cast<size_t>(parsed.kind)];
+    quick_.Learn(record);
+    return Found(record);
   }
 }
 

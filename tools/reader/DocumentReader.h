@@ -17,6 +17,7 @@
 
 #include "reader/Grammar.h"
 #include "reader/Gunzip.h"
+#include "reader/QuickRecords.h"
 #include "reader/Record.h"
 #include "reader/Rules.h"
 #include "reader/Source.h"
@@ -28,7 +29,8 @@ class DocumentReader {
   // A longer record is passed over.
   static constexpr size_t kLongestRecord = size_t{64} << 10;
 
-  DocumentReader();
+  // One that is thorough reads every record in the unhurried way, with the same result.
+  explicit DocumentReader(bool isThorough = false);
 
   // Begins with another document. The source must stay until the last piece has been taken.
   void Open(Source& source);
@@ -43,8 +45,8 @@ class DocumentReader {
   // After Piece::Record.
   [[nodiscard]] const Record& Current() const noexcept { return *current_; }
 
-  // Of the last piece, whatever it is. Offsets are in the decoded text. Of what is malformed, the text is its
-  // beginning, up to the end of its line or the first hundred bytes.
+  // Of the last piece, whatever it is. The offset is that of its first byte in the decoded text. Of what is
+  // malformed, the text is its beginning, up to the end of its line or the first hundred bytes.
   [[nodiscard]] uint64_t Offset() const noexcept { return offset_; }
   [[nodiscard]] std::string_view Text() const noexcept { return text_; }
 
@@ -64,6 +66,8 @@ class DocumentReader {
   size_t Fill(char* to, size_t size);
   void Take(size_t size) noexcept;
   [[nodiscard]] Piece PassOver(Rule rule);
+  [[nodiscard]] Piece NextOfAny();
+  [[nodiscard]] Piece Found(const Record& record) noexcept;
 
   std::unique_ptr<char[]> buffer_;
   char* at_ = nullptr;
@@ -73,8 +77,10 @@ class DocumentReader {
   std::optional<Gunzip> gunzip_;
   bool isObfuscated_ = false;
   bool isAtEnd_ = false;
+  bool isThorough_;
 
   Records records_;
+  QuickRecords quick_;
   const Record* current_ = nullptr;
   uint64_t offset_ = 0;
   std::string_view text_;

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "reader/Text.h"
+#include "util/Blocks.h"
 
 namespace vantra::reader {
 namespace {
@@ -68,6 +69,15 @@ constexpr std::array<std::span<const Attribute>, kKinds> kElements = {
     kStartAttributes, kResumeAttributes, kGroupAttributes, kValueAttributes,
     kEventAttributes, kSplitAttributes,  kEndAttributes};
 
+constexpr std::string_view kDeclaration = "<?xml";
+constexpr std::string_view kRoot = "<UsageDoc";
+constexpr std::string_view kDoctype = "<!DOCTYPE";
+
+// "<DataRec ".
+std::string_view NameOf(std::span<const Attribute> element) noexcept {
+  return element[0].before.substr(0, element[0].before.find(' ') + 1);
+}
+
 // Whether the text is made as the pattern says, d standing for a digit and x for a lower-case hexadecimal
 // one.
 bool Fits(std::string_view text, std::string_view pattern) noexcept {
@@ -76,6 +86,16 @@ bool Fits(std::string_view text, std::string_view pattern) noexcept {
     return p == 'd' ? isDigit : p == 'x' ? isDigit || (c >= 'a' && c <= 'f') : p == c;
   };
   return std::ranges::equal(pattern, text, fits);
+}
+
+// Whether sixteen bytes are made like 2011-03-04T05:06.
+bool AreDateAndMinute(const char* text) noexcept {
+  constexpr unsigned kDigits = 0b1101'1011'0110'1111;
+  const __m128i block = util::LoadWholeBlock(text);
+  const __m128i digits = _mm_sub_epi8(block, _mm_set1_epi8('0'));
+  const __m128i areDigits = _mm_cmpeq_epi8(_mm_min_epu8(digits, _mm_set1_epi8(9)), digits);
+  const __m128i areSigns = _mm_cmpeq_epi8(block, util::LoadWholeBlock("....-..-..T..:.."));
+  return util::Bits(areDigits) == kDigits && (util::Bits(areSigns) | kDigits) == 0xFFFF;
 }
 
 // Reads one record. Stops at the first thing that is wrong, or where the text ends.
@@ -183,23 +203,31 @@ class Reading {
   bool isIncomplete_ = false;
 };
 
+// What an XML declaration that is not ours leads to.
+Rule RuleOfDeclaration(std::string_view text) noexcept {
+  text.remove_prefix(std::min(text.find("?>"), text.size() - 2) + 2);
+  text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+  return text.starts_with(kRoot) || text.empty() ? Rule::Prologue
+         : text.starts_with(kDoctype)            ? Rule::Doctype
+                                                 : Rule::Foreign;
+}
+
 Parsed Malformed(std::string_view text) noexcept {
+  const auto because = [](Rule rule) { return Parsed{Piece::Malformed, {}, rule, false, 0}; };
   const auto may = [text](std::string_view literal) {
-    return text.starts_with(literal) || (text.size() < literal.size() && literal.starts_with(text));
+    return text.size() < literal.size() && literal.starts_with(text);
   };
-  if (text[0] == '\0') return {Piece::Malformed, {}, Rule::Nul, false, 0};
-  if (text.starts_with("<!DOCTYPE")) return {Piece::Malformed, {}, Rule::Doctype, false, 0};
-  if (text.starts_with("<?xml") || text.starts_with("<UsageDoc"))
-    return {Piece::Malformed, {}, Rule::Prologue, false, 0};
-  bool isIncomplete = may(kPrologue) || may(kEndTag) || may("<!DOCTYPE") || may("<UsageDoc");
+  if (text[0] == '\0') return because(Rule::Nul);
+  bool isIncomplete = may(kPrologue) || may(kEndTag) || may(kDoctype) || may(kRoot);
   for (const auto& attributes : kElements) {
-    const std::string_view begin = attributes[0].before;
-    const size_t name = begin.find(' ');
-    if (text.starts_with(begin.substr(0, name + 1)))
-      return {Piece::Malformed, {}, Rule::Attributes, false, 0};
-    isIncomplete = isIncomplete || may(begin);
+    if (text.starts_with(NameOf(attributes))) return because(Rule::Attributes);
+    isIncomplete = isIncomplete || may(attributes[0].before);
   }
-  return {Piece::Malformed, {}, isIncomplete ? Rule::Cut : Rule::Foreign, isIncomplete, 0};
+  if (isIncomplete) return {Piece::Malformed, {}, Rule::Cut, true, 0};
+  if (text.starts_with(kDeclaration)) return because(RuleOfDeclaration(text));
+  return because(text.starts_with(kRoot)      ? Rule::Prologue
+                 : text.starts_with(kDoctype) ? Rule::Doctype
+                                              : Rule::Foreign);
 }
 
 }  // namespace
@@ -211,7 +239,7 @@ Records EmptyRecords() noexcept {
 }
 
 bool IsTime(std::string_view text) noexcept {
-  if (!Fits(text, "dddd-dd-ddTdd:dd:ddZ")) return false;
+  if (text.size() != 20 || !AreDateAndMinute(text.data()) || !Fits(text.substr(16), ":ddZ")) return false;
   const auto pair = [text](size_t at) { return (text[at] - '0') * 10 + text[at + 1] - '0'; };
   const int month = pair(5);
   const bool isLeap = pair(2) % 4 == 0 && (pair(2) != 0 || pair(0) % 4 == 0);
@@ -228,11 +256,9 @@ bool IsDocumentId(std::string_view text) noexcept {
 }
 
 bool IsBeginning(std::string_view text) noexcept {
-  if (text.empty() || text[0] != '<') return false;
-  if (text.starts_with(kEndTag) || text.starts_with("<?xml")) return true;
-  return std::ranges::any_of(kElements, [text](const auto& attributes) {
-    return text.starts_with(attributes[0].before.substr(0, attributes[0].before.find(' ') + 1));
-  });
+  if (text.starts_with(kEndTag) || text.starts_with(kDeclaration) || text.starts_with(kDoctype)) return true;
+  return std::ranges::any_of(kElements,
+                             [text](const auto& attributes) { return text.starts_with(NameOf(attributes)); });
 }
 
 Parsed Parse(std::string_view text, Records& records) noexcept {

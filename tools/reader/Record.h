@@ -40,7 +40,6 @@ struct Record {
   uint8_t flaws;
   int32_t seq;
   int32_t group;          // of Group and Value
-  uint64_t offset;        // of the first byte, in the document's decoded text
   std::string_view text;  // the whole of it, with its line feed
   std::string_view time;  // 2011-03-04T05:06:07Z, or empty
   std::string_view id;    // of Start, Resume, Split and End; 36 characters or empty

@@ -22,6 +22,7 @@ struct Document {
   bool isCopy = false;
 
   [[nodiscard]] std::string Path() const { return std::string(folder).append(file); }
+  void PutPath(std::string& path) const { path.assign(folder).append(file); }
 };
 
 // Documents in the order in which they were written. What tells of the session without being a part of it, a
