@@ -24,6 +24,11 @@ class Page {
   [[nodiscard]] char* End() noexcept { return text_.get() + size_; }
   void Commit(const char* end) noexcept { size_ = static_cast<size_t>(end - text_.get()); }
   void Add(std::string_view text) noexcept { Commit(End() + text.copy(End(), kRoom)); }
+  // What was written since the last part belongs to this one.
+  void EndPart(std::string_view label) {
+    if (parts.empty() || parts.back().label != label) parts.push_back({std::string(label), 0});
+    parts.back().end = size_;
+  }
   void Say(std::string_view sentence) { sentences.push_back(std::string(sentence)); }
 
   [[nodiscard]] std::string_view Text() const noexcept { return {text_.get(), size_}; }

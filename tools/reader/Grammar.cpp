@@ -207,9 +207,8 @@ class Reading {
 Rule RuleOfDeclaration(std::string_view text) noexcept {
   text.remove_prefix(std::min(text.find("?>"), text.size() - 2) + 2);
   text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
-  return text.starts_with(kRoot) || text.empty() ? Rule::Prologue
-         : text.starts_with(kDoctype)            ? Rule::Doctype
-                                                 : Rule::Foreign;
+  const bool isOurs = text.empty() || text.starts_with(kRoot) || text.starts_with(kDoctype);
+  return isOurs ? Rule::Prologue : Rule::Foreign;
 }
 
 Parsed Malformed(std::string_view text) noexcept {
