@@ -1,8 +1,10 @@
 #include "reader/Checker.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "reader/FileName.h"
+#include "util/Blocks.h"
 
 namespace vantra::reader {
 namespace {
@@ -83,12 +85,17 @@ void Checker::CheckRecord(const Record& record) {
     CheckOrder(record);
   if (record.seq != course.nextSeq && course.nextSeq) Tell(Rule::Gap);
   course.nextSeq = Next(record.seq);
-  if (!record.time.empty() && record.time != course.time) {
-    if (record.time < course.time) Tell(Rule::TimeBack);
-    course.time = record.time;
-  }
+  const Time& last = course.time;
+  if (record.time.size() == last.size() && !util::SameBytes(record.time.data(), last.data(), last.size()))
+    CheckNewTime(record.time);
   CheckGroup(record);
   if (record.flaws != 0) CheckFlaws(record.flaws);
+}
+
+void Checker::CheckNewTime(std::string_view time) {
+  Time& last = course_->time;
+  if (time < std::string_view(last.data(), last.size())) Tell(Rule::TimeBack);
+  std::memcpy(last.data(), time.data(), last.size());
 }
 
 void Checker::CheckOrder(const Record& record) {

@@ -1,6 +1,7 @@
 // Holds the documents of a session against the format, record by record.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -30,6 +31,7 @@ class Checker {
   void Check(const Document& document, DocumentReader& reader, const Told& tell);
 
  private:
+  using Time = std::array<char, 20>;
   // What the records before tell about the next one.
   struct Course {
     std::string id;  // of the session; empty while none has been seen
@@ -37,7 +39,7 @@ class Checker {
     std::optional<int32_t> nextSeq;  // nothing when a record before could not be read
     uint32_t lastGroup = 0;
     bool isEveryGroupKnown = false;  // up to the last one; else it is the largest number seen
-    std::string time;
+    Time time{};
     bool isEnded = false;
   };
   // How far the document is.
@@ -47,6 +49,7 @@ class Checker {
   void CheckRecord(const Record& record);
   void CheckOrder(const Record& record);
   void CheckStage(Kind kind);
+  void CheckNewTime(std::string_view time);
   void CheckGroup(const Record& record);
   void CheckFlaws(uint8_t flaws);
   void CheckEnd();
