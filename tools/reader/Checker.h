@@ -42,8 +42,8 @@ class Checker {
     Time time{};
     bool isEnded = false;
   };
-  // How far the document is.
-  enum class Stage : uint8_t { Nothing, Prologue, Inside, Closed, Ended, After };
+  // How far the document is. One whose beginning cannot be read is damaged until a record has been.
+  enum class Stage : uint8_t { Nothing, Prologue, Damaged, Inside, Closed, Ended, After };
 
   void Begin(const Document& document);
   void CheckRecord(const Record& record);
@@ -66,7 +66,6 @@ class Checker {
   std::string_view nameSession_;
   Stage stage_ = Stage::Nothing;
   bool isCut_ = false;
-  bool isForeign_ = false;  // nothing but what is malformed has been seen yet
 };
 
 }  // namespace vantra::reader

@@ -162,6 +162,9 @@ class Reading {
     text = {{start, static_cast<size_t>(scan.end - start)}, scan.isPlain};
     flaws |= scan.flaws;
     at_ += text.raw.size();
+    // More may follow than belongs to this text.
+    isIncomplete_ = at_ > text_.size();
+    if (isIncomplete_) return false;
     if (*scan.end == '"') return !text.raw.empty() || Fail(Rule::Escaping);
     const std::string_view rest = text_.substr(at_);
     isIncomplete_ = rest.empty() || (rest[0] == '&' && rest.size() < kReferenceSize);
@@ -207,12 +210,11 @@ Parsed Malformed(std::string_view text) noexcept {
     return text.size() < literal.size() && literal.starts_with(text);
   };
   if (text[0] == '\0') return because(Rule::Nul);
-  bool isIncomplete = may(kPrologue) || may(kEndTag) || may(kDoctype) || may(kRoot);
-  for (const auto& attributes : kElements) {
-    if (text.starts_with(NameOf(attributes))) return because(Rule::Attributes);
-    isIncomplete = isIncomplete || may(attributes[0].before);
-  }
-  if (isIncomplete) return {Piece::Malformed, {}, Rule::Cut, true, 0};
+  const auto isNamed = [text](const auto& attributes) { return text.starts_with(NameOf(attributes)); };
+  const auto mayBe = [may](const auto& attributes) { return may(attributes[0].before); };
+  if (may(kPrologue) || may(kEndTag) || may(kDoctype) || may(kRoot) || std::ranges::any_of(kElements, mayBe))
+    return {Piece::Malformed, {}, Rule::Cut, true, 0};
+  if (std::ranges::any_of(kElements, isNamed)) return because(Rule::Attributes);
   if (text.starts_with(kDeclaration)) return because(RuleOfDeclaration(text));
   return because(text.starts_with(kRoot)      ? Rule::Prologue
                  : text.starts_with(kDoctype) ? Rule::Doctype
