@@ -26,16 +26,26 @@ struct FreeText {
   bool isPlain = false;
 };
 
-// One bit for each byte of the block that is not written as it is: NUL, which ends a text, and & < > " ' \ .
-[[nodiscard]] inline unsigned FindSpecial(__m128i block) noexcept {
+// Marks each byte of the block that is one of & < > " ' \ .
+[[nodiscard]] inline __m128i MarkMarkup(__m128i block) noexcept {
   const auto isOneOf = [block](char c, char ignoredBit) {
     const __m128i compared = ignoredBit == 0 ? block : _mm_andnot_si128(_mm_set1_epi8(ignoredBit), block);
     return _mm_cmpeq_epi8(compared, _mm_set1_epi8(c));
   };
   static_assert(('&' | 1) == '\'' && ('<' | 2) == '>');
-  __m128i hits = _mm_or_si128(isOneOf('\0', 0), isOneOf('"', 0));
-  hits = _mm_or_si128(hits, _mm_or_si128(isOneOf('&', 1), isOneOf('<', 2)));
-  return util::Bits(_mm_or_si128(hits, isOneOf('\\', 0)));
+  const __m128i quotes = _mm_or_si128(isOneOf('"', 0), isOneOf('\\', 0));
+  return _mm_or_si128(quotes, _mm_or_si128(isOneOf('&', 1), isOneOf('<', 2)));
+}
+
+// One bit for each byte of the block that is not written as it is: NUL, which ends a text, and markup.
+[[nodiscard]] inline unsigned FindSpecial(__m128i block) noexcept {
+  return util::Bits(_mm_or_si128(MarkMarkup(block), _mm_cmpeq_epi8(block, _mm_setzero_si128())));
+}
+
+// One bit for each byte of the block that a reader has to look at: markup, control characters, and what is
+// not ASCII.
+[[nodiscard]] inline unsigned FindUnordinary(__m128i block) noexcept {
+  return util::Bits(_mm_or_si128(MarkMarkup(block), _mm_cmplt_epi8(block, _mm_set1_epi8(' '))));
 }
 
 }  // namespace vantra::session

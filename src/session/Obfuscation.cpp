@@ -29,8 +29,8 @@ void RotateEach(std::span<char> text) noexcept {
   for (char& c : text) c = Rotated(c);
 }
 
-// Of a block or more. The last block overlaps the one before it.
-void RotateBlocks(std::span<char> text) noexcept {
+// Of a block or more, whose last block overlaps the one before it. Gives what is NUL where a NUL was.
+__m128i RotateBlocks(std::span<char> text) noexcept {
   char* const lastBlock = text.data() + text.size() - util::kBlock;
   const __m128i last = util::LoadWholeBlock(lastBlock);
   __m128i least = last;
@@ -40,8 +40,7 @@ void RotateBlocks(std::span<char> text) noexcept {
     util::StoreBlock(at, Rotated(block));
   }
   util::StoreBlock(lastBlock, Rotated(last));
-  // Rotated twice is not rotated.
-  if (util::FindNul(least) != 0) RotateEach(text.subspan(util::BoundedLength(text.data(), text.size())));
+  return least;
 }
 
 }  // namespace
@@ -49,6 +48,15 @@ void RotateBlocks(std::span<char> text) noexcept {
 void Obfuscate(std::span<char> text) noexcept {
   if (text.size() < util::kBlock) {
     RotateEach(text.first(util::BoundedLength(text.data(), text.size())));
+  } else if (util::FindNul(RotateBlocks(text)) != 0) {
+    // Rotated twice is not rotated.
+    RotateEach(text.subspan(util::BoundedLength(text.data(), text.size())));
+  }
+}
+
+void Rotate(std::span<char> text) noexcept {
+  if (text.size() < util::kBlock) {
+    RotateEach(text);
   } else {
     RotateBlocks(text);
   }

@@ -13,4 +13,7 @@ constexpr std::string_view kObfuscationMarker = "R-M$ke#$vQPo5lupadix";
 // inverse; all other bytes stay.
 void Obfuscate(std::span<char> text) noexcept;
 
+// The same beyond NULs: what a reader does who cannot tell where one text ends.
+void Rotate(std::span<char> text) noexcept;
+
 }  // namespace vantra::session

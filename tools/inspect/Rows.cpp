@@ -1,0 +1,239 @@
+#include "Rows.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <string>
+
+#include "Escape.h"
+#include "reader/Text.h"
+#include "util/Blocks.h"
+#include "util/Counter.h"
+
+namespace vantra::inspect {
+namespace {
+
+using reader::Facts;
+using reader::Kind;
+using reader::kKinds;
+using reader::Record;
+using reader::Text;
+
+constexpr std::array<std::string_view, kKinds> kKindNames = {"start", "resume", "group", "value",
+                                                             "event", "split",  "end"};
+
+// What a row says of the session, in the order of the columns between the number and the time.
+struct Column {
+  std::string_view name;
+  std::string Facts::*text;
+};
+constexpr Column kFacts[] = {{"family", &Facts::family},     {"product", &Facts::product},
+                             {"version", &Facts::version},   {"build", &Facts::build},
+                             {"language", &Facts::language}, {"user", &Facts::user},
+                             {"session", &Facts::session}};
+
+// A text that is followed by bytes that can be read: one of a document, or one that was padded.
+[[gnu::always_inline]] inline char* Put(char* at, std::string_view text) noexcept {
+  return util::CopyWhole(at, text.data(), text.size());
+}
+
+template <size_t N>
+[[gnu::always_inline]] inline char* Put(char* at, const char (&text)[N]) noexcept {
+  return util::Literal{text}.Write(at);
+}
+
+char* PutKind(char* at, Kind kind) noexcept {
+  const std::string_view name = kKindNames[static_cast<size_t>(kind)];
+  return at + name.copy(at, name.size());
+}
+
+// Texts that are kept here are followed by bytes that can be read.
+void Pad(std::string& text) { text.reserve(text.size() + reader::kPadding); }
+
+// A number that mostly is the one after the last.
+class Digits {
+ public:
+  [[nodiscard]] char* Put(char* at, int32_t number) noexcept {
+    if (number == counter_.Value() + 1 && number > 0) {
+      counter_.Increment();
+    } else if (number != counter_.Value()) {
+      counter_ = util::Counter(number);
+    }
+    return counter_.Text().Write(at);
+  }
+
+ private:
+  util::Counter counter_{0};
+};
+
+bool IsNothing(std::string_view doc) noexcept { return doc.empty() || doc == "0" || doc == "NOVALUE"; }
+
+template <Escaping kEscaping>
+std::string Escaped(std::string_view text) {
+  std::string padded(text);
+  Pad(padded);
+  std::string escaped(text.size() * 6 + util::kBlock, '\0');
+  escaped.resize(static_cast<size_t>(PutEscaped<kEscaping>(escaped.data(), padded, false) - escaped.data()));
+  return escaped;
+}
+
+// One JSON object a line.
+class JsonRows final : public RowWriter {
+ public:
+  [[nodiscard]] std::string_view Header() const noexcept override { return {}; }
+
+  void Begin(std::string_view document, const Facts& facts, std::optional<int32_t> index) override {
+    head_ = "{\"document\":" + Quoted(document) + ",\"seq\":";
+    common_ = ",\"origin\":\"" + std::string(NameOf(facts.origin)) + "\"";
+    for (const auto& [name, text] : kFacts)
+      common_.append(",\"").append(name).append("\":").append(Quoted(facts.*text));
+    common_ += ",\"file_index\":" + (index ? std::to_string(*index) : "null") + ",\"time\":\"";
+    Pad(head_);
+    Pad(common_);
+  }
+
+  [[nodiscard]] char* Write(const Record& record, char* at) override {
+    at = Put(at, head_);
+    at = seq_.Put(at, record.seq);
+    at = Put(at, common_);
+    at = record.time.empty() ? Put(at - 1, "null,") : Put(Put(at, record.time), "\",");
+    switch (record.kind) {
+      case Kind::Value:
+        at = group_.Put(Put(at, "\"kind\":\"value\",\"group_id\":"), record.group);
+        at = PutText(Put(at, ",\"doc\":null,\"category\":null,\"subcategory\":null,\"name\":"), record.name);
+        at = PutText(Put(at, ",\"value\":"), record.value);
+        return Put(at, "}\n");
+      case Kind::Event:
+        at = Put(at, "\"kind\":\"event\",\"group_id\":null,\"doc\":");
+        return PutLabels(at, record);
+      case Kind::Group:
+        at = group_.Put(Put(at, "\"kind\":\"group\",\"group_id\":"), record.group);
+        return PutLabels(Put(at, ",\"doc\":"), record);
+      default:
+        at = PutKind(Put(at, "\"kind\":\""), record.kind);
+        return Put(at,
+                   "\",\"group_id\":null,\"doc\":null,\"category\":null,\"subcategory\":null,\"name\":null,"
+                   "\"value\":null}\n");
+    }
+  }
+
+ private:
+  static std::string Quoted(std::string_view text) {
+    return text.empty() ? "null" : "\"" + Escaped<Escaping::Json>(text) + "\"";
+  }
+
+  [[gnu::always_inline]] static char* PutText(char* at, const Text& text) noexcept {
+    if (!text.HasValue()) return Put(at, "null");
+    *at++ = '"';
+    at = text.isPlain ? Put(at, text.raw) : PutEscaped<Escaping::Json>(at, text.raw, true);
+    *at++ = '"';
+    return at;
+  }
+
+  static char* PutLabels(char* at, const Record& record) noexcept {
+    at = IsNothing(record.doc) ? Put(at, "null") : Put(Put(Put(at, "\""), record.doc), "\"");
+    at = PutText(Put(at, ",\"category\":"), record.category);
+    at = PutText(Put(at, ",\"subcategory\":"), record.subcategory);
+    at = PutText(Put(at, ",\"name\":"), record.name);
+    return Put(at, ",\"value\":null}\n");
+  }
+
+  std::string head_;
+  std::string common_;
+  Digits seq_;
+  Digits group_;
+};
+
+// By RFC 4180. A text that is absent is an empty field without quotes.
+class CsvRows final : public RowWriter {
+ public:
+  [[nodiscard]] std::string_view Header() const noexcept override {
+    return "document,seq,origin,family,product,version,build,language,user,session,file_index,time,kind,"
+           "group_id,doc,"
+           "category,subcategory,name,value\r\n";
+  }
+
+  void Begin(std::string_view document, const Facts& facts, std::optional<int32_t> index) override {
+    head_ = Quoted(document) + ",";
+    common_ = "," + std::string(NameOf(facts.origin));
+    for (const Column& column : kFacts) common_.append(",").append(Quoted(facts.*column.text));
+    common_ += "," + (index ? std::to_string(*index) : "") + ",";
+    Pad(head_);
+    Pad(common_);
+  }
+
+  [[nodiscard]] char* Write(const Record& record, char* at) override {
+    at = Put(at, head_);
+    at = seq_.Put(at, record.seq);
+    at = Put(at, common_);
+    if (!record.time.empty()) at = Put(at, record.time);
+    switch (record.kind) {
+      case Kind::Value:
+        at = group_.Put(Put(at, ",value,"), record.group);
+        at = PutText(Put(at, ",,,,"), record.name);
+        *at++ = ',';
+        return Put(PutText(at, record.value), "\r\n");
+      case Kind::Event:
+        return PutLabels(Put(at, ",event,,"), record);
+      case Kind::Group:
+        at = group_.Put(Put(at, ",group,"), record.group);
+        return PutLabels(Put(at, ","), record);
+      default:
+        at = PutKind(Put(at, ","), record.kind);
+        return Put(at, ",,,,,,\r\n");
+    }
+  }
+
+ private:
+  static std::string Quoted(std::string_view text) {
+    if (text.empty()) return {};
+    return (IsFormula(text) ? "\"'" : "\"") + Escaped<Escaping::Csv>(text) + "\"";
+  }
+
+  // Whether a spreadsheet would take the text for a formula. A signed number is none.
+  static bool IsFormula(std::string_view text) noexcept {
+    constexpr std::string_view kBeginnings = "=+-@\t\r\n";
+    if (kBeginnings.find(text[0]) == std::string_view::npos) return false;
+    return (text[0] != '-' && text[0] != '+') || !IsNumber(text.substr(1));
+  }
+
+  static bool IsNumber(std::string_view text) noexcept {
+    double number;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end && text[0] != '-' && std::isfinite(number);
+  }
+
+  [[gnu::always_inline]] static char* PutText(char* at, const Text& text) noexcept {
+    if (!text.HasValue()) return at;
+    *at++ = '"';
+    if (IsFormula(text.raw)) *at++ = '\'';
+    at = text.isPlain ? Put(at, text.raw) : PutEscaped<Escaping::Csv>(at, text.raw, true);
+    *at++ = '"';
+    return at;
+  }
+
+  static char* PutLabels(char* at, const Record& record) noexcept {
+    if (!IsNothing(record.doc)) at = Put(at, record.doc);
+    *at++ = ',';
+    at = PutText(at, record.category);
+    *at++ = ',';
+    at = PutText(at, record.subcategory);
+    *at++ = ',';
+    return Put(PutText(at, record.name), ",\r\n");
+  }
+
+  std::string head_;
+  std::string common_;
+  Digits seq_;
+  Digits group_;
+};
+
+}  // namespace
+
+std::unique_ptr<RowWriter> MakeRowWriter(Format format) {
+  if (format == Format::Csv) return std::make_unique<CsvRows>();
+  return std::make_unique<JsonRows>();
+}
+
+}  // namespace vantra::inspect

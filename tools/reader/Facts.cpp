@@ -1,0 +1,118 @@
+#include "reader/Facts.h"
+
+#include <algorithm>
+
+#include "reader/FileName.h"
+#include "reader/Text.h"
+
+namespace vantra::reader {
+namespace {
+
+constexpr size_t kLongestText = 4096;  // of what is kept; a host cannot write a product text as long as that
+
+struct Entry {
+  Origin origin;
+  std::string_view name;
+  std::string Facts::*target;
+};
+
+// The entries that tell. A crash or an opt-in document also has ProductFamily and ProductName, which say what
+// kind of document it is.
+constexpr Entry kEntries[] = {
+    {Origin::Session, "ProductFamily", &Facts::family},
+    {Origin::Session, "ProductName", &Facts::product},
+    {Origin::Session, "ProductVersion", &Facts::version},
+    {Origin::Session, "ProductBuild", &Facts::build},
+    {Origin::Session, "ProductLanguage", &Facts::language},
+    {Origin::Session, "User", &Facts::user},
+    {Origin::Crash, "CrashProductFamily", &Facts::family},
+    {Origin::Crash, "CrashProductName", &Facts::product},
+    {Origin::Crash, "UserID", &Facts::user},
+    {Origin::OptIn, "OptinProductFamily", &Facts::family},
+    {Origin::OptIn, "OptinProductName", &Facts::product},
+    {Origin::OptIn, "OptinProductVersion", &Facts::version},
+};
+
+void Keep(std::string& target, std::string_view text) {
+  target.clear();
+  AppendUtf8(text.substr(0, kLongestText), target);
+}
+
+void LearnResume(const ResumeTexts& texts, Facts& facts) {
+  Keep(facts.family, texts.family);
+  Keep(facts.product, texts.product);
+  Keep(facts.version, texts.version);
+  Keep(facts.build, texts.build);
+  Keep(facts.language, texts.language);
+  if (texts.user != "NOVALUE") Keep(facts.user, texts.user);
+  facts.start = texts.startTime;
+}
+
+void LearnValue(const Record& record, Facts& facts) {
+  for (const Entry& entry : kEntries) {
+    if (entry.origin != facts.origin || entry.name != record.name.raw || !record.value.HasValue()) continue;
+    std::string& target = facts.*entry.target;
+    target.clear();
+    if (record.value.raw.size() <= kLongestText) Unescape(record.value.raw, target);
+  }
+}
+
+// What kind of document a group that has just been opened tells of.
+Origin OriginOf(const Record& group) {
+  if (group.group != 1 || group.category.raw != "Skylamp" || group.name.raw != "Session")
+    return Origin::Session;
+  if (group.subcategory.raw == "Crash") return Origin::Crash;
+  return group.subcategory.raw == "OptinRate" ? Origin::OptIn : Origin::Session;
+}
+
+// False when no more is to be learned from what follows.
+bool Learn(const Record& record, Facts& facts) {
+  switch (record.kind) {
+    case Kind::Start:
+      facts.start = record.time;
+      break;
+    case Kind::Resume:
+      LearnResume(record.resume, facts);
+      break;
+    case Kind::Group:
+      if (record.group == 1) facts.origin = OriginOf(record);
+      return record.group == 1 || (record.group <= 2 && facts.origin != Origin::Session);
+    case Kind::Value:
+      if (record.group <= 2) LearnValue(record, facts);
+      return true;
+    default:
+      return false;
+  }
+  if (!record.id.empty() && record.id != kNilGuid) facts.session = record.id;
+  return record.kind == Kind::Start;
+}
+
+}  // namespace
+
+std::string_view NameOf(Origin origin) noexcept {
+  return origin == Origin::Session ? "session" : origin == Origin::Crash ? "crash" : "optin";
+}
+
+void Facts::Complete(const Facts& other) {
+  for (auto part : {&Facts::family, &Facts::product, &Facts::version, &Facts::build, &Facts::language,
+                    &Facts::user, &Facts::session, &Facts::start}) {
+    if ((this->*part).empty()) this->*part = other.*part;
+  }
+}
+
+Facts FactsIn(std::string_view beginning) {
+  constexpr int kEnough = 16;
+  Facts facts;
+  Records records = EmptyRecords();
+  for (int i = 0; i < kEnough && !beginning.empty(); ++i) {
+    const Parsed parsed = Parse(beginning, records);
+    if (parsed.piece == Piece::Record && !Learn(records[static_cast<size_t>(parsed.kind)], facts)) break;
+    if (parsed.piece == Piece::EndTag) break;
+    beginning.remove_prefix(parsed.piece == Piece::Malformed
+                                ? std::min(beginning.find("\n<"), beginning.size() - 1) + 1
+                                : parsed.size);
+  }
+  return facts;
+}
+
+}  // namespace vantra::reader

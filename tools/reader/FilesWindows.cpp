@@ -1,0 +1,92 @@
+#include <algorithm>
+#include <memory>
+
+#include "reader/Files.h"
+#include "util/Text.h"
+#include "util/UniqueHandle.h"
+#include "util/Windows.h"
+
+namespace vantra::reader {
+namespace {
+
+std::string LastError() {
+  const DWORD error = GetLastError();
+  wchar_t text[256];
+  const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                                      error, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
+  std::string message = util::ToUtf8({text, length});
+  while (!message.empty() && (message.back() == '\n' || message.back() == '\r' || message.back() == '.'))
+    message.pop_back();
+  return message + " (error " + std::to_string(error) + ")";
+}
+
+HANDLE OpenForReading(const std::string& path, DWORD sharing) {
+  return CreateFileW(util::FromUtf8(path).c_str(), GENERIC_READ, sharing, nullptr, OPEN_EXISTING,
+                     FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+}
+
+HANDLE HandleOf(intptr_t file) { return reinterpret_cast<HANDLE>(file); }
+
+}  // namespace
+
+FileSource::~FileSource() { Close(); }
+
+bool FileSource::Open(std::string_view folder, std::string_view name) {
+  Close();
+  error_.clear();
+  path_.assign(folder).append(name);
+  const HANDLE file = OpenForReading(path_, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+  if (file == INVALID_HANDLE_VALUE) error_ = LastError();
+  file_ = reinterpret_cast<intptr_t>(file);
+  return file_ != -1;
+}
+
+void FileSource::Close() noexcept {
+  if (file_ != -1) CloseHandle(HandleOf(file_));
+  file_ = -1;
+}
+
+size_t FileSource::Read(char* to, size_t size) {
+  size_t done = 0;
+  while (done < size && file_ != -1) {
+    DWORD got = 0;
+    const auto wanted = static_cast<DWORD>(std::min<size_t>(size - done, MAXDWORD));
+    if (!ReadFile(HandleOf(file_), to + done, wanted, &got, nullptr)) error_ = LastError();
+    if (got == 0) break;
+    done += got;
+  }
+  return done;
+}
+
+bool ListFolder(const std::string& path,
+                const std::function<void(std::string_view name, bool isFolder)>& tell, std::string& error) {
+  WIN32_FIND_DATAW found;
+  const util::UniqueFind find(FindFirstFileExW(util::FromUtf8(path + "\\*").c_str(), FindExInfoBasic, &found,
+                                               FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH));
+  if (!find) {
+    error = LastError();
+    return false;
+  }
+  do {
+    const std::string name = util::ToUtf8(found.cFileName);
+    const bool isFolder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const bool isLink = isFolder && (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    if (!isLink && name != "." && name != "..") tell(name, isFolder);
+  } while (FindNextFileW(find.Get(), &found));
+  return true;
+}
+
+bool IsFolder(const std::string& path) {
+  const DWORD attributes = GetFileAttributesW(util::FromUtf8(path).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool IsBeingWritten(const std::string& path) {
+  // A host lets others read what it writes, so only one who would forbid writing is refused.
+  const HANDLE file = OpenForReading(path, FILE_SHARE_READ | FILE_SHARE_DELETE);
+  if (file == INVALID_HANDLE_VALUE) return GetLastError() == ERROR_SHARING_VIOLATION;
+  CloseHandle(file);
+  return false;
+}
+
+}  // namespace vantra::reader

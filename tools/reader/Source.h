@@ -1,0 +1,39 @@
+// Where a reader gets its bytes from.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace vantra::reader {
+
+class Source {
+ public:
+  Source() = default;
+  Source(const Source&) = delete;
+  Source& operator=(const Source&) = delete;
+  virtual ~Source() = default;
+
+  // Reads up to size bytes and returns how many: fewer than were asked for only at the end, or when the rest
+  // cannot be read, for which see Error.
+  [[nodiscard]] virtual size_t Read(char* to, size_t size) = 0;
+
+  // Why the rest cannot be read, in a few words; empty while all is well.
+  [[nodiscard]] virtual std::string_view Error() const noexcept { return {}; }
+};
+
+// A text that is there already, to which it refers.
+class TextSource final : public Source {
+ public:
+  explicit TextSource(std::string_view text) noexcept : text_(text) {}
+  [[nodiscard]] size_t Read(char* to, size_t size) override {
+    const size_t taken = text_.copy(to, size);
+    text_.remove_prefix(taken);
+    return taken;
+  }
+
+ private:
+  std::string_view text_;
+};
+
+}  // namespace vantra::reader
