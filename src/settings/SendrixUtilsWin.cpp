@@ -25,8 +25,10 @@ constexpr std::wstring_view kAgentFile = L"Sendrix2.exe";
 constexpr int kAgentFound = 0;
 constexpr int kAgentMissing = 13;
 
-// Points into the global items once a host has chosen a folder.
-constinit std::wstring* explicitAgentPath = nullptr;
+// The host's choice; there is none before the first.
+struct ChosenAgent : util::OneOf<ChosenAgent> {
+  std::wstring path;
+};
 
 enum class Answer { kUnknown, kNo, kYes };
 constinit Answer protectedMode = Answer::kUnknown;
@@ -104,13 +106,12 @@ bool IsProtectedMode() {
 
 void SetAgentFolder(const char* folder) {
   if (folder == nullptr) return;
-  std::wstring path = AgentIn(util::FromUtf8(folder));
-  if (explicitAgentPath == nullptr) explicitAgentPath = &util::GlobalItems::Instance().Add(std::wstring());
-  *explicitAgentPath = std::move(path);
+  ChosenAgent::Instance().path = AgentIn(util::FromUtf8(folder));
 }
 
 std::wstring GetAgentPath() {
-  if (explicitAgentPath != nullptr && util::IsFile(*explicitAgentPath)) return *explicitAgentPath;
+  const ChosenAgent* const chosen = ChosenAgent::Existing();
+  if (chosen != nullptr && util::IsFile(chosen->path)) return chosen->path;
   std::wstring path = util::JoinPath(util::HostFolder(), kAgentFile);
   if (util::IsFile(path)) return path;
   path = AgentIn(GetStoredAgentFolder());
