@@ -14,61 +14,89 @@ int32_t Refuse(Arguments...) noexcept {
   return result;
 }
 
-// The functions in use. Those of a library that is not there fail as its own would.
+// The functions in use, under their names without UT. One that is not there fails as the library's own would.
 struct Functions {
-  decltype(&UTInitialize) initialize = &Refuse<1>;
-  decltype(&UTStartSession) startSession = &Refuse<1>;
-  decltype(&UTAddToSession) addToSession = &Refuse<1>;
-  decltype(&UTLogEvent) logEvent = &Refuse<1>;
-  decltype(&UTNewDataGroup) newDataGroup = &Refuse<1>;
-  decltype(&UTAddToGroup) addToGroup = &Refuse<1>;
-  decltype(&UTCloseSession) closeSession = &Refuse<1>;
-  decltype(&UTGetOptIn) getOptIn = &Refuse<-1>;
-  decltype(&UTSetOptIn) setOptIn = &Refuse<1>;
-  decltype(&UTOptInGet) optInGet = &Refuse<-1>;
-  decltype(&UTOptInSet) optInSet = &Refuse<1>;
-  decltype(&UTGetNonDefaultDemographic) getDemographic = &Refuse<1>;
-  decltype(&UTSetNonDefaultDemographic) setDemographic = &Refuse<1>;
-  decltype(&UTSetSerializationState) setSerializationState = &Refuse<1>;
+  decltype(&UTInitialize) Initialize = &Refuse<1>;
+  decltype(&UTStartSession) StartSession = &Refuse<1>;
+  decltype(&UTAddToSession) AddToSession = &Refuse<1>;
+  decltype(&UTLogEvent) LogEvent = &Refuse<1>;
+  decltype(&UTNewDataGroup) NewDataGroup = &Refuse<1>;
+  decltype(&UTAddToGroup) AddToGroup = &Refuse<1>;
+  decltype(&UTCloseSession) CloseSession = &Refuse<1>;
+  decltype(&UTGetOptIn) GetOptIn = &Refuse<-1>;
+  decltype(&UTSetOptIn) SetOptIn = &Refuse<1>;
+  decltype(&UTOptInGet) OptInGet = &Refuse<-1>;
+  decltype(&UTOptInSet) OptInSet = &Refuse<1>;
+  decltype(&UTGetDemographic) GetDemographic = &Refuse<1>;
+  decltype(&UTSetDemographic) SetDemographic = &Refuse<1>;
+  decltype(&UTGetNonDefaultDemographic) GetNonDefaultDemographic = &Refuse<1>;
+  decltype(&UTSetNonDefaultDemographic) SetNonDefaultDemographic = &Refuse<1>;
+  decltype(&UTSetSerializationState) SetSerializationState = &Refuse<1>;
 };
 
-inline Functions Linked() noexcept {
-  return {&UTInitialize,
-          &UTStartSession,
-          &UTAddToSession,
-          &UTLogEvent,
-          &UTNewDataGroup,
-          &UTAddToGroup,
-          &UTCloseSession,
-          &UTGetOptIn,
-          &UTSetOptIn,
-          &UTOptInGet,
-          &UTOptInSet,
-          &UTGetNonDefaultDemographic,
-          &UTSetNonDefaultDemographic,
-          &UTSetSerializationState};
+// Whether a library is of use without the function. Those that came after 1.0.0 are optional, since a host
+// may meet an older library.
+enum class Need { kRequired, kOptional };
+
+// Calls visit(function, name, need, linked) for each. linked() gives the address that the linker knows; only
+// who calls it needs the import library.
+template <class Visit>
+constexpr void ForEachFunction(Functions& f, Visit visit) {
+  using enum Need;
+  visit(f.Initialize, "UTInitialize", kRequired, [] { return &UTInitialize; });
+  visit(f.StartSession, "UTStartSession", kRequired, [] { return &UTStartSession; });
+  visit(f.AddToSession, "UTAddToSession", kRequired, [] { return &UTAddToSession; });
+  visit(f.LogEvent, "UTLogEvent", kRequired, [] { return &UTLogEvent; });
+  visit(f.NewDataGroup, "UTNewDataGroup", kRequired, [] { return &UTNewDataGroup; });
+  visit(f.AddToGroup, "UTAddToGroup", kRequired, [] { return &UTAddToGroup; });
+  visit(f.CloseSession, "UTCloseSession", kRequired, [] { return &UTCloseSession; });
+  visit(f.GetOptIn, "UTGetOptIn", kRequired, [] { return &UTGetOptIn; });
+  visit(f.SetOptIn, "UTSetOptIn", kRequired, [] { return &UTSetOptIn; });
+  visit(f.OptInGet, "UTOptInGet", kRequired, [] { return &UTOptInGet; });
+  visit(f.OptInSet, "UTOptInSet", kRequired, [] { return &UTOptInSet; });
+  // vantra.hpp does without: it reaches the common store through the two that follow.
+  visit(f.GetDemographic, "UTGetDemographic", kOptional, [] { return &UTGetDemographic; });
+  visit(f.SetDemographic, "UTSetDemographic", kOptional, [] { return &UTSetDemographic; });
+  visit(f.GetNonDefaultDemographic, "UTGetNonDefaultDemographic", kRequired,
+        [] { return &UTGetNonDefaultDemographic; });
+  visit(f.SetNonDefaultDemographic, "UTSetNonDefaultDemographic", kRequired,
+        [] { return &UTSetNonDefaultDemographic; });
+  visit(f.SetSerializationState, "UTSetSerializationState", kRequired,
+        [] { return &UTSetSerializationState; });
 }
 
-// All of them, or nothing.
+constexpr size_t CountRows() {
+  Functions functions;
+  size_t rows = 0;
+  ForEachFunction(functions, [&rows](auto...) { ++rows; });
+  return rows;
+}
+static_assert(CountRows() * sizeof(void (*)()) == sizeof(Functions), "each function has a row");
+
+inline Functions Linked() noexcept {
+  Functions functions;
+  ForEachFunction(functions, [](auto& function, const char*, Need, auto linked) { function = linked(); });
+  return functions;
+}
+
+// Makes the function the export at this address, unless that is a null pointer.
+template <class Function, class Address>
+bool Take(Function& function, Address address) noexcept {
+  // By way of a plain function pointer, which may become any other.
+  const auto found = reinterpret_cast<Function>(reinterpret_cast<void (*)()>(address));
+  if (found != nullptr) function = found;
+  return found != nullptr;
+}
+
+// What find(name) finds; nothing when a required function is missing.
 template <class Find>
 std::optional<Functions> FindAll(Find find) noexcept {
-  Functions f;
-  const auto take = [&find](auto& function, const char* name) {
-    // By way of a plain function pointer, which may become any other.
-    function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(
-        reinterpret_cast<void (*)()>(find(name)));
-    return function != nullptr;
-  };
-  const bool isWhole = take(f.initialize, "UTInitialize") && take(f.startSession, "UTStartSession") &&
-                       take(f.addToSession, "UTAddToSession") && take(f.logEvent, "UTLogEvent") &&
-                       take(f.newDataGroup, "UTNewDataGroup") && take(f.addToGroup, "UTAddToGroup") &&
-                       take(f.closeSession, "UTCloseSession") && take(f.getOptIn, "UTGetOptIn") &&
-                       take(f.setOptIn, "UTSetOptIn") && take(f.optInGet, "UTOptInGet") &&
-                       take(f.optInSet, "UTOptInSet") &&
-                       take(f.getDemographic, "UTGetNonDefaultDemographic") &&
-                       take(f.setDemographic, "UTSetNonDefaultDemographic") &&
-                       take(f.setSerializationState, "UTSetSerializationState");
-  return isWhole ? std::optional(f) : std::nullopt;
+  Functions functions;
+  bool isWhole = true;
+  ForEachFunction(functions, [&](auto& function, const char* name, Need need, auto /*linked*/) {
+    isWhole = isWhole && (Take(function, find(name)) || need == Need::kOptional);
+  });
+  return isWhole ? std::optional(functions) : std::nullopt;
 }
 
 }  // namespace vantra::detail

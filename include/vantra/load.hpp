@@ -17,7 +17,8 @@ namespace vantra {
  *
  * @param path  A file name, looked for beside the host's executable and in the system's folder only, or a
  *              full path (for a plug-in, say).
- * @return The library; not present when the file is missing, cannot be loaded or lacks a function.
+ * @return The library; not present when the file is missing, cannot be loaded or lacks a function
+ *         of version 1.0.0.
  */
 [[nodiscard]] inline Library Load(const wchar_t* path = L"Vantra.dll") noexcept {
   const HMODULE module =

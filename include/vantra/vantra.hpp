@@ -112,7 +112,7 @@ class Group {
 
   /** UTAddToGroup. */
   bool Add(const Text& key, const Text& value) const noexcept {
-    return session_ != nullptr && functions_->addToGroup(session_, id_, key.Get(), value.Get()) == 0;
+    return session_ != nullptr && functions_->AddToGroup(session_, id_, key.Get(), value.Get()) == 0;
   }
 
  private:
@@ -144,14 +144,14 @@ class Session {
 
   /** UTAddToSession: a value of the session itself. */
   bool Add(const Text& key, const Text& value) const noexcept {
-    return handle_ != nullptr && functions_->addToSession(handle_, key.Get(), value.Get()) == 0;
+    return handle_ != nullptr && functions_->AddToSession(handle_, key.Get(), value.Get()) == 0;
   }
 
   /** UTLogEvent. Of the document only a digest is recorded; an empty one stands for none. */
   bool LogEvent(const Text& category, const Text& subCategory, const Text& name,
                 std::string_view document = {}) const noexcept {
     return handle_ != nullptr &&
-           functions_->logEvent(handle_, category.Get(), subCategory.Get(), name.Get(),
+           functions_->LogEvent(handle_, category.Get(), subCategory.Get(), name.Get(),
                                 detail::DocumentText(document), detail::DocumentLength(document)) == 0;
   }
 
@@ -161,7 +161,7 @@ class Session {
     uint32_t group = 0;
     const bool isOpen =
         handle_ != nullptr &&
-        functions_->newDataGroup(handle_, category.Get(), subCategory.Get(), name.Get(), &group,
+        functions_->NewDataGroup(handle_, category.Get(), subCategory.Get(), name.Get(), &group,
                                  detail::DocumentText(document), detail::DocumentLength(document)) == 0;
     return isOpen ? Group(functions_, handle_, group) : Group();
   }
@@ -170,7 +170,7 @@ class Session {
   bool Close() noexcept {
     if (handle_ == nullptr) return false;
     void* handle = std::exchange(handle_, nullptr);
-    return functions_->closeSession(&handle) == 0;
+    return functions_->CloseSession(&handle) == 0;
   }
 
  private:
@@ -189,8 +189,9 @@ class Library {
   Library() noexcept : Library(detail::Linked()) {}
 
   /**
-   * A library found at run time: find(name) gives the address of an export, or a null pointer. Unless all are
-   * found the library is not present. It must stay loaded as long as this object and its sessions live.
+   * A library found at run time: find(name) gives the address of an export, or a null pointer. The library is
+   * present when it has what version 1.0.0 has; a later function that it lacks fails. It must stay loaded as
+   * long as this object and its sessions live.
    */
   template <class Find>
   requires std::is_invocable_v<Find&, const char*>
@@ -205,19 +206,19 @@ class Library {
   /** UTInitialize. A folder of nullptr keeps the present choice. False when the usage key is refused. */
   bool Initialize(const Text& usageKey, CrashHandling crashHandling,
                   const Text& agentFolder = nullptr) const noexcept {
-    return functions_.initialize(usageKey.Get(), crashHandling == CrashHandling::kOn, agentFolder.Get()) == 0;
+    return functions_.Initialize(usageKey.Get(), crashHandling == CrashHandling::kOn, agentFolder.Get()) == 0;
   }
 
   /** UTSetSerializationState, before a session starts. */
   void SetReleaseState(ReleaseState state) const noexcept {
-    functions_.setSerializationState(static_cast<int32_t>(state));
+    functions_.SetSerializationState(static_cast<int32_t>(state));
   }
 
   /** UTStartSession. A session that is false when it was refused, for want of consent for one. */
   [[nodiscard]] Session StartSession(const Product& product) const& noexcept {
     Session session;
     session.functions_ = &functions_;
-    functions_.startSession(&session.handle_, product.family.Get(), product.name.Get(), product.version.Get(),
+    functions_.StartSession(&session.handle_, product.family.Get(), product.name.Get(), product.version.Get(),
                             product.build.Get(), product.language.Get());
     return session;
   }
@@ -227,13 +228,13 @@ class Library {
   /** UTGetOptIn; with a usage key, UTOptInGet. */
   [[nodiscard]] OptIn GetOptIn(const Text& usageKey = nullptr) const noexcept {
     const char* const key = usageKey.Get();
-    return static_cast<OptIn>(key == nullptr ? functions_.getOptIn() : functions_.optInGet(key));
+    return static_cast<OptIn>(key == nullptr ? functions_.GetOptIn() : functions_.OptInGet(key));
   }
   /** UTSetOptIn; with a usage key, UTOptInSet. False when the choice was not stored. */
   [[nodiscard]] bool SetOptIn(OptIn choice, const Text& usageKey = nullptr) const noexcept {
     const auto value = static_cast<int32_t>(choice);
     const char* const key = usageKey.Get();
-    return (key == nullptr ? functions_.setOptIn(value) : functions_.optInSet(key, value)) == 0;
+    return (key == nullptr ? functions_.SetOptIn(value) : functions_.OptInSet(key, value)) == 0;
   }
 
   /**
@@ -244,12 +245,12 @@ class Library {
                                                           const Text& subkey = nullptr) const {
     char value[kDemographicSize];
     size_t size = sizeof value;
-    if (functions_.getDemographic(subkey.Get(), key.Get(), value, &size) != 0) return std::nullopt;
+    if (functions_.GetNonDefaultDemographic(subkey.Get(), key.Get(), value, &size) != 0) return std::nullopt;
     return std::string(value);
   }
   /** UTSetNonDefaultDemographic; without a subkey, UTSetDemographic. */
   bool SetDemographic(const Text& key, const Text& value, const Text& subkey = nullptr) const noexcept {
-    return functions_.setDemographic(subkey.Get(), key.Get(), value.Get()) == 0;
+    return functions_.SetNonDefaultDemographic(subkey.Get(), key.Get(), value.Get()) == 0;
   }
 
  private:

@@ -23,14 +23,10 @@ namespace {
 using session::ProductTexts;
 using session::UsageSession;
 
-constinit util::SaltedDigest* digest = nullptr;
-
-// False while the user has no identifier to salt with.
-bool MakeDigest() {
+// NULL while the user has no identifier to salt with.
+util::SaltedDigest* MakeDigest() {
   const std::string& salt = settings::OptInPolicy::Instance().FetchUserIdentifier();
-  if (salt.empty()) return false;
-  digest = &util::GlobalItems::Instance().Add(std::make_unique<util::SaltedDigest>(salt));
-  return true;
+  return salt.empty() ? nullptr : &util::SaltedDigest::Create(salt);
 }
 
 // Reports a changed opt-in of the product, and starts the agent when there is something for it to fetch.
@@ -113,7 +109,9 @@ bool StartSession(void** handle, const ProductTexts& product) {
 }
 
 session::FreeText DigestOf(std::string_view text) {
-  if (digest == nullptr && !MakeDigest()) return {};
+  util::SaltedDigest* digest = util::SaltedDigest::Existing();
+  if (digest == nullptr) digest = MakeDigest();
+  if (digest == nullptr) return {};
   const std::string_view made = digest->Of(text);
   return made.empty() ? session::FreeText() : util::Whole{made};
 }

@@ -4,14 +4,6 @@
 
 namespace vantra::api {
 
-constinit VantraManager* VantraManager::instance_ = nullptr;
-
-void VantraManager::Create() {
-  instance_ = &util::GlobalItems::Instance().Add(std::unique_ptr<VantraManager>(new VantraManager));
-}
-
-VantraManager::~VantraManager() { instance_ = nullptr; }
-
 session::UsageSession* VantraManager::Add(std::unique_ptr<session::UsageSession> session) {
   if (sessions_.size() == sessions_.max_size()) throw std::length_error("list<T> too long");
   const auto [place, isNew] = places_.try_emplace(session.get());

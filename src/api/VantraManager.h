@@ -9,16 +9,9 @@
 
 namespace vantra::api {
 
-class VantraManager : public util::GlobalItem {
+// Sessions still open at unload are abandoned.
+class VantraManager : public util::OneOf<VantraManager> {
  public:
-  // Created on first use, owned by the global items. Sessions still open at unload are abandoned.
-  static VantraManager& Instance() {
-    if (instance_ == nullptr) Create();
-    return *instance_;
-  }
-
-  ~VantraManager() override;
-
   // Takes the session over and returns its handle.
   session::UsageSession* Add(std::unique_ptr<session::UsageSession> session);
 
@@ -34,11 +27,9 @@ class VantraManager : public util::GlobalItem {
   [[nodiscard]] const session::SessionList& Sessions() const noexcept { return sessions_; }
 
  private:
+  friend util::OneOf<VantraManager>;
   VantraManager() = default;
-  static void Create();
   [[nodiscard]] session::UsageSession* FindPlace(const void* handle) noexcept;
-
-  static constinit VantraManager* instance_;
 
   session::SessionList sessions_;
   // Where each handle stands in the list, so that a call costs the same however many sessions are open.

@@ -49,14 +49,8 @@ constexpr Entry kUsageVersionInfo[] = {
 };
 
 // The answers that cannot change while the process lives.
-class KnownAnswers : public util::GlobalItem {
+class KnownAnswers : public util::OneOf<KnownAnswers> {
  public:
-  static KnownAnswers& Instance() {
-    if (instance == nullptr) instance = &util::GlobalItems::Instance().Add(std::make_unique<KnownAnswers>());
-    return *instance;
-  }
-  ~KnownAnswers() override { instance = nullptr; }
-
   const std::string& To(const Entry& entry) {
     std::string& answer = answers_[entry.name];
     if (answer.empty()) answer = entry.probe();
@@ -64,12 +58,8 @@ class KnownAnswers : public util::GlobalItem {
   }
 
  private:
-  static constinit KnownAnswers* instance;
-
   std::map<std::string_view, std::string> answers_;
 };
-
-constinit KnownAnswers* KnownAnswers::instance = nullptr;
 
 int32_t OpenBlock(UsageSession& session, std::string_view name) {
   return session.NewGroup({.category = "Skylamp", .subcategory = {}, .name = name, .doc = "0"});

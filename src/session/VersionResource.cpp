@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <memory>
 #include <vector>
 
 #include "util/Files.h"
@@ -45,14 +44,8 @@ std::string QueryText(const VersionLibrary& library, const std::vector<BYTE>& re
   return util::ToUtf8(std::wstring(static_cast<const wchar_t*>(text), std::min<size_t>(length, room)));
 }
 
-class KnownVersions : public util::GlobalItem {
+class KnownVersions : public util::OneOf<KnownVersions> {
  public:
-  static KnownVersions& Instance() {
-    if (instance == nullptr) instance = &util::GlobalItems::Instance().Add(std::make_unique<KnownVersions>());
-    return *instance;
-  }
-  ~KnownVersions() override { instance = nullptr; }
-
   const VersionTexts& Of(const std::wstring& path, const util::FileInfo& info) {
     Known& known = files_[path];
     if (known.size != info.size || known.written != info.written) {
@@ -68,12 +61,8 @@ class KnownVersions : public util::GlobalItem {
     VersionTexts texts;
   };
 
-  static constinit KnownVersions* instance;
-
   std::map<std::wstring, Known> files_;
 };
-
-constinit KnownVersions* KnownVersions::instance = nullptr;
 
 }  // namespace
 

@@ -1,29 +1,13 @@
 #include "settings/OptInPolicy.h"
 
-#include <memory>
-
 #include "settings/RegistryKey.h"
 
 namespace vantra::settings {
-namespace {
-
-constinit OptInPolicy* instance = nullptr;
-
-}  // namespace
 
 std::string_view ReleaseStateWord(uint32_t state) noexcept {
   constexpr std::string_view kWords[] = {"PreRelease", "Trial", "Serialized", "SharedComponent"};
   return state < std::size(kWords) ? kWords[state] : "NOVALUE";
 }
-
-OptInPolicy& OptInPolicy::Instance() {
-  if (instance == nullptr) {
-    instance = &util::GlobalItems::Instance().Add(std::unique_ptr<OptInPolicy>(new OptInPolicy));
-  }
-  return *instance;
-}
-
-OptInPolicy::~OptInPolicy() { instance = nullptr; }
 
 bool OptInPolicy::IsAllowedByGroupPolicy() {
   RegistryKey key = RegistryKey::LocalMachine();

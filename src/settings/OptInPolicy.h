@@ -14,13 +14,8 @@ namespace vantra::settings {
 [[nodiscard]] std::string_view ReleaseStateWord(uint32_t state) noexcept;
 
 // Guarded by the lock of the exported functions, except that the crash filter reads it as it stands.
-class OptInPolicy : public util::GlobalItem {
+class OptInPolicy : public util::OneOf<OptInPolicy> {
  public:
-  // Created on first use, owned by the global items.
-  static OptInPolicy& Instance();
-
-  ~OptInPolicy() override;
-
   // False only when an administrator has set the policy value "enabled" to 0. Read afresh each time.
   [[nodiscard]] static bool IsAllowedByGroupPolicy();
 
@@ -56,6 +51,7 @@ class OptInPolicy : public util::GlobalItem {
   [[nodiscard]] const std::string& KnownUserIdentifier() const noexcept { return userIdentifier_; }
 
  private:
+  friend util::OneOf<OptInPolicy>;
   OptInPolicy() = default;
 
   uint32_t releaseState_ = 2;

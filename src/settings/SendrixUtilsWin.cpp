@@ -20,8 +20,10 @@ constexpr std::wstring_view kAgentFile = L"Sendrix2.exe";
 constexpr int kAgentFound = 0;
 constexpr int kAgentMissing = 13;
 
-// Points into the global items once a host has chosen a folder.
-constinit std::wstring* explicitAgentPath = nullptr;
+// The host's choice; there is none before the first.
+struct ChosenAgent : util::OneOf<ChosenAgent> {
+  std::wstring path;
+};
 
 // The program in this folder. Its path is absolute, so that it is started from where it was found.
 std::wstring AgentIn(const std::wstring& folder) {
@@ -51,13 +53,12 @@ std::wstring EnvironmentBlock(const EnvironmentPairs& extra) {
 
 void SetAgentFolder(const char* folder) {
   if (folder == nullptr) return;
-  std::wstring path = AgentIn(util::FromUtf8(folder));
-  if (explicitAgentPath == nullptr) explicitAgentPath = &util::GlobalItems::Instance().Add(std::wstring());
-  *explicitAgentPath = std::move(path);
+  ChosenAgent::Instance().path = AgentIn(util::FromUtf8(folder));
 }
 
 std::wstring GetAgentPath() {
-  if (explicitAgentPath != nullptr && util::IsFile(*explicitAgentPath)) return *explicitAgentPath;
+  const ChosenAgent* const chosen = ChosenAgent::Existing();
+  if (chosen != nullptr && util::IsFile(chosen->path)) return chosen->path;
   std::wstring path = util::JoinPath(util::HostFolder(), kAgentFile);
   if (util::IsFile(path)) return path;
   path = AgentIn(GetStoredAgentFolder());

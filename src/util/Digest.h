@@ -15,7 +15,7 @@ namespace vantra::util {
 
 // MD5 of bytes and a salt as 32 lower-case hexadecimal characters. Keeps the provider open between calls and
 // remembers the last text, since hosts log about one document many times in a row. Not thread-safe.
-class SaltedDigest : public GlobalItem {
+class SaltedDigest : public OneOf<SaltedDigest> {
  public:
   // The salt is not empty: a digest that anyone could recompute would be no anonymity.
   explicit SaltedDigest(std::string_view salt) : salt_(salt) {}

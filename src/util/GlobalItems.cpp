@@ -26,14 +26,8 @@ void GlobalItems::Release(unsigned long reason, void* reserved) {
   released_ = true;
 }
 
+void GlobalItems::Keep(std::unique_ptr<GlobalItem> item) { objects_.push_back(std::move(item)); }
+
 bool GlobalItems::IsProcessEnding() noexcept { return processEnding; }
-
-std::string& GlobalItems::Add(std::string text) {
-  return *narrowTexts_.emplace_back(std::make_unique<std::string>(std::move(text)));
-}
-
-std::wstring& GlobalItems::Add(std::wstring text) {
-  return *wideTexts_.emplace_back(std::make_unique<std::wstring>(std::move(text)));
-}
 
 }  // namespace vantra::util

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <memory>
-#include <string>
+#include <utility>
 #include <vector>
 
 namespace vantra::util {
@@ -39,23 +39,47 @@ class GlobalItems {
   template <class Item>
   Item& Add(std::unique_ptr<Item> item) {
     Item& kept = *item;
-    objects_.push_back(std::move(item));
+    Keep(std::move(item));
     return kept;
   }
-  std::string& Add(std::string text);
-  std::wstring& Add(std::wstring text);
 
   void SetCleanUp(CleanUp routine) noexcept { cleanUp_ = routine; }
 
  private:
   GlobalItems() = default;
+  void Keep(std::unique_ptr<GlobalItem> item);
 
   static constinit bool released_;
 
   std::vector<std::unique_ptr<GlobalItem>> objects_;
-  std::vector<std::unique_ptr<std::string>> narrowTexts_;
-  std::vector<std::unique_ptr<std::wstring>> wideTexts_;
   CleanUp cleanUp_ = nullptr;
+};
+
+// Base of a class whose one object is made on first use. A class with a private constructor is its friend.
+template <class Item>
+class OneOf : public GlobalItem {
+ public:
+  // Made when it is not there yet.
+  static Item& Instance() {
+    if (instance_ == nullptr) Create();
+    return *instance_;
+  }
+
+  // NULL before the first use and after unload.
+  [[nodiscard]] static Item* Existing() noexcept { return instance_; }
+
+  // For an object that needs arguments. There must be none yet.
+  template <class... Arguments>
+  [[gnu::noinline]] static Item& Create(Arguments&&... arguments) {
+    std::unique_ptr<Item> item(new Item(std::forward<Arguments>(arguments)...));
+    instance_ = &GlobalItems::Instance().Add(std::move(item));
+    return *instance_;
+  }
+
+  ~OneOf() override { instance_ = nullptr; }
+
+ private:
+  static inline constinit Item* instance_ = nullptr;
 };
 
 }  // namespace vantra::util

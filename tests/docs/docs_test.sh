@@ -77,7 +77,7 @@ templates() {
   grep -q 'key="SOFTWARE\\Policies\\Tolvex\\ORPIX" valueName="enabled"' "$docs/admx/vantra.admx" || fail "another value"
 }
 
-# Links within the repository lead to files, and to headings where they name one.
+# Links within the repository lead to files, and to headings where they name one. Each function has a page.
 links() {
   anchors() { sed -n 's/^##* //p' "$1" | tr 'A-Z ' 'a-z-' | tr -cd 'a-z0-9_\n-'; }
   cd "$source"
@@ -89,6 +89,10 @@ links() {
       [ -e "$target" ] || fail "$page: no $link"
       [ -z "$heading" ] || anchors "$target" | grep -qx -- "${heading#?}" || fail "$page: no heading $link"
     done
+  done
+  sed -n 's/^int32_t \(UT[A-Za-z]*\)(.*/\1/p' include/vantra/vantra.h | while read -r name; do
+    grep -qF "| [$name]($name.md) |" docs/reference/README.md || fail "no page of $name"
+    [ "$(grep -cw "$name" docs/other-languages.md)" -ge 2 ] || fail "other-languages.md declares no $name"
   done
 }
 

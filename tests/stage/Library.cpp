@@ -17,15 +17,13 @@ void Require(bool holds, const std::string& what) {
 
 Library::Library(const Path& file) : module_(LoadLibraryW(file.c_str())) {
   Require(module_ != nullptr, file.string() + " does not load, error " + std::to_string(GetLastError()));
+  vantra::detail::ForEachFunction(*this, [&](auto& function, const char* name, auto...) {
+    Require(vantra::detail::Take(function, GetProcAddress(static_cast<HMODULE>(module_), name)),
+            std::string(name) + " is not exported");
+  });
 }
 
 Library::~Library() { FreeLibrary(static_cast<HMODULE>(module_)); }
-
-Library::Export Library::Find(const char* name) const {
-  void* const address = reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(module_), name));
-  Require(address != nullptr, std::string(name) + " is not exported");
-  return {address};
-}
 
 void* Library::Open(const char* family, const char* name) {
   void* session = nullptr;
