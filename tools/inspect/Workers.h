@@ -47,7 +47,7 @@ class Page {
   std::vector<std::string> sentences;
 
  private:
-  static constexpr size_t kFull = size_t{256} << 10;
+  static constexpr size_t kFull = size_t{1024} << 10;
 
   std::unique_ptr<char[]> text_ = std::make_unique_for_overwrite<char[]>(kFull + kRoom);
   size_t size_ = 0;

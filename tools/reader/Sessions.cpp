@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <compare>
 #include <cstring>
 #include <limits>
 
@@ -119,10 +120,10 @@ bool Sessions::IsSame(const Entry& a, const Entry& b) const noexcept {
 
 bool Sessions::IsBefore(const Entry& a, const Entry& b) const noexcept {
   if (a.order != b.order) return a.order < b.order;
-  if (const auto order = KeyOf(a) <=> KeyOf(b); order != 0) return order < 0;
+  if (const auto order = KeyOf(a) <=> KeyOf(b); std::is_neq(order)) return std::is_lt(order);
   if (a.index != b.index) return a.index < b.index;
   const auto stemOf = [this](const Entry& entry) { return NameOf(entry).substr(0, entry.stemSize); };
-  if (const auto order = stemOf(a) <=> stemOf(b); order != 0) return order < 0;
+  if (const auto order = stemOf(a) <=> stemOf(b); std::is_neq(order)) return std::is_lt(order);
   // Of the same document a finished one comes first.
   if (a.ending != b.ending) return a.ending < b.ending;
   if (a.isPacked != b.isPacked) return b.isPacked;
