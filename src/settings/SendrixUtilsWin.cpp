@@ -2,6 +2,9 @@
 
 #include <shlobj.h>
 
+#include <string_view>
+#include <utility>
+
 #include "log/Logger.h"
 #include "settings/LogsTidy.h"
 #include "settings/UsageSettings.h"
@@ -75,21 +78,6 @@ std::wstring AgentIn(const std::wstring& folder) {
   return util::JoinPath(absolute, kAgentFile);
 }
 
-// The pairs, then this process's own environment, ready for the platform.
-std::wstring EnvironmentBlock(const EnvironmentPairs& extra) {
-  std::wstring block;
-  for (const auto& [name, value] : extra) block.append(name).append(L"=").append(value).push_back(L'\0');
-  wchar_t* const own = GetEnvironmentStringsW();
-  if (own != nullptr) {
-    const wchar_t* end = own;
-    while (*end != L'\0') end += std::char_traits<wchar_t>::length(end) + 1;
-    block.append(own, static_cast<size_t>(end - own));
-    FreeEnvironmentStringsW(own);
-  }
-  block.push_back(L'\0');
-  return block;
-}
-
 }  // namespace
 
 AgentFolders GetAgentFolders() {
@@ -142,18 +130,15 @@ bool StartTransportAgent(const std::wstring& documentPath) {
   std::wstring commandLine = L"\"" + GetAgentPath();
   if (!commandLine.ends_with(L'"')) commandLine += L'"';
   if (logger->IsOn()) logger->Info(L"Sendrix2 Path: " + commandLine, kSource, kAgentPathLine);
-  return StartProcess(std::move(commandLine), {});
+  return StartProcess(std::move(commandLine));
 }
 
-bool StartProcess(std::wstring commandLine, const EnvironmentPairs& extraEnvironment) {
-  std::wstring environment;
-  if (!extraEnvironment.empty()) environment = EnvironmentBlock(extraEnvironment);
+bool StartProcess(std::wstring commandLine) {
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
   if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE,
-                      CREATE_NO_WINDOW | CREATE_UNICODE_ENVIRONMENT,
-                      environment.empty() ? nullptr : environment.data(), nullptr, &startup, &process)) {
+                      CREATE_NO_WINDOW | CREATE_UNICODE_ENVIRONMENT, nullptr, nullptr, &startup, &process)) {
     return false;
   }
   CloseHandle(process.hThread);
