@@ -1,5 +1,8 @@
 #include "settings/SendrixUtilsWin.h"
 
+#include <string_view>
+#include <utility>
+
 #include "log/Log.h"
 #include "settings/AgentFolders.h"
 #include "settings/LogsTidy.h"
@@ -32,21 +35,6 @@ std::wstring AgentIn(const std::wstring& folder) {
   const DWORD length = GetFullPathNameW(folder.c_str(), size, absolute.data(), nullptr);
   absolute.resize(length < size ? length : 0);
   return util::JoinPath(absolute, kAgentFile);
-}
-
-// The pairs, then this process's own environment, ready for the platform.
-std::wstring EnvironmentBlock(const EnvironmentPairs& extra) {
-  std::wstring block;
-  for (const auto& [name, value] : extra) block.append(name).append(L"=").append(value).push_back(L'\0');
-  wchar_t* const own = GetEnvironmentStringsW();
-  if (own != nullptr) {
-    const wchar_t* end = own;
-    while (*end != L'\0') end += std::char_traits<wchar_t>::length(end) + 1;
-    block.append(own, static_cast<size_t>(end - own));
-    FreeEnvironmentStringsW(own);
-  }
-  block.push_back(L'\0');
-  return block;
 }
 
 }  // namespace
@@ -89,18 +77,15 @@ bool StartTransportAgent(const std::wstring& documentPath) {
   std::wstring commandLine = L"\"" + GetAgentPath();
   if (!commandLine.ends_with(L'"')) commandLine += L'"';
   log::Info(kAgentPath, commandLine);
-  return StartProcess(std::move(commandLine), {});
+  return StartProcess(std::move(commandLine));
 }
 
-bool StartProcess(std::wstring commandLine, const EnvironmentPairs& extraEnvironment) {
-  std::wstring environment;
-  if (!extraEnvironment.empty()) environment = EnvironmentBlock(extraEnvironment);
+bool StartProcess(std::wstring commandLine) {
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
   if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE,
-                      CREATE_NO_WINDOW | CREATE_UNICODE_ENVIRONMENT,
-                      environment.empty() ? nullptr : environment.data(), nullptr, &startup, &process)) {
+                      CREATE_NO_WINDOW | CREATE_UNICODE_ENVIRONMENT, nullptr, nullptr, &startup, &process)) {
     return false;
   }
   CloseHandle(process.hThread);

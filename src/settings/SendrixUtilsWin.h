@@ -2,9 +2,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 namespace vantra::settings {
 
@@ -26,9 +23,7 @@ void SetAgentFolder(const char* folder);
 // agent; if empty, nothing starts. In protected mode the Logs folder is tidied instead.
 bool StartTransportAgent(const std::wstring& documentPath);
 
-using EnvironmentPairs = std::vector<std::pair<std::wstring, std::wstring>>;
-
-// Starts a program by its command line; the pairs are added in front of this process's environment.
-[[nodiscard]] bool StartProcess(std::wstring commandLine, const EnvironmentPairs& extraEnvironment);
+// Starts a program by its command line, without a window, and does not wait for it.
+[[nodiscard]] bool StartProcess(std::wstring commandLine);
 
 }  // namespace vantra::settings
