@@ -11,36 +11,36 @@ while (($#)); do
 done
 ((${#places[@]})) || places=(src include/vantra/vantra.hpp tools)
 
-# From fast to slow: NAME PRESET COMMAND. Whatever takes longer than some minutes has failed.
+# From fast to slow: NAME FILES PRESET COMMAND, where FILES says whose faults to try it on. Whatever takes longer than
+# some minutes has failed.
 suites=(
-  'unit sanitize build/sanitize/tests/unit/vantra_unit_tests --gtest_brief=1 --gtest_fail_fast'
-  'fuzz fuzz for target in $(ls tests/fuzz/corpus); do
+  'unit src/* sanitize build/sanitize/tests/unit/vantra_unit_tests --gtest_brief=1 --gtest_fail_fast'
+  'fuzz src/* fuzz for target in $(ls tests/fuzz/corpus); do
     build/fuzz/tests/fuzz/fuzz-$target -seed=1 -runs=3000 -verbosity=0 -print_funcs=0 -artifact_prefix=build/ \
       -seed_inputs=$(ls tests/fuzz/corpus/$target/* | paste -sd,) || exit 1; done'
-  'host release cmake/wine-run build/release/tests/vantra_host_test.exe --gtest_brief=1 --gtest_fail_fast'
-  'crash release cmake/wine-run build/release/tests/vantra_crash_test.exe --gtest_brief=1 --gtest_fail_fast'
-  'examples release ctest --test-dir build/release --stop-on-failure -R "^(example.(c|testkit)|header|Lock)"'
-  'tools release ctest --test-dir build/release --stop-on-failure -R ^tools')
+  'host src/* release cmake/wine-run build/release/tests/vantra_host_test.exe --gtest_brief=1 --gtest_fail_fast'
+  'crash src/* release cmake/wine-run build/release/tests/vantra_crash_test.exe --gtest_brief=1 --gtest_fail_fast'
+  'examples include/* release ctest --test-dir build/release --stop-on-failure -R "^(example|header)"'
+  'tools * release ctest --test-dir build/release --stop-on-failure -R "^(tools|Lock)"')
 
 # Sets caught to the suite that notices what is in the copy now, to nothing when none does, to "-" when it does not
 # compile.
 judge() { # FILE
-  local preset
-  built=' ' caught=-
+  local preset built=' '
+  caught=-
   for preset in sanitize fuzz release; do
     cmake --build --preset $preset >"$logs/mutant-build.log" 2>&1 </dev/null 9>&- || return 0
     grep -q 'no work to do' "$logs/mutant-build.log" || built+="$preset "
   done
-  run_suites "$1"
+  run_suites "$1" "$built"
 }
 
-run_suites() { # FILE
-  local suite preset command ordered=("${suites[@]}")
-  # Hosts do not see what lies outside the library.
-  [[ $1 == src/* ]] || ordered=("${suites[@]:4:2}" "${suites[@]}")
-  for suite in "${ordered[@]}"; do
-    read -rd '' caught preset command <<<"$suite" || true
-    [[ $built == *" $preset "* ]] || continue
+run_suites() { # FILE PRESETS
+  local suite files preset command
+  for suite in "${suites[@]}"; do
+    read -rd '' caught files preset command <<<"$suite" || true
+    # shellcheck disable=SC2053 # FILES is a pattern
+    [[ $2 == *" $preset "* && ($1 == $files || $1 == all) ]] || continue
     timeout 240 bash -c "$command" >"$logs/mutant-$caught.log" 2>&1 </dev/null 9>&- || return 0
   done
   caught=
@@ -70,8 +70,7 @@ for preset in sanitize fuzz release; do
 done
 wine_prefix mutants
 say "Testing without a fault"
-built=' sanitize fuzz release '
-run_suites src/
+run_suites all ' sanitize fuzz release '
 [[ -z $caught ]] || { say "Failed: $caught (all of it in $logs/mutant-$caught.log)"; exit 1; }
 
 planted=0 survivors=()

@@ -14,49 +14,6 @@ namespace vantra {
 using namespace session;
 using namespace util;
 
-RecordStamp StampOf(int32_t seq) { return {TimeStamp(1299215167), Counter(seq)}; }
-
-TEST(UsageDocument, RecordTexts) {
-  const RecordStamp stamp = StampOf(7), none{TimeStamp(), Counter(-1)};
-  const Labels labels{"Cat", "S>", "a<b & \"c\"", "it's"};
-  const std::string wanted = R"(<?xml version="1.0" encoding="utf-8"?>
-
-<UsageDoc version="0.5.4">
-<StartSession id="0a1b-c2" time="2011-03-04T05:06:07Z" seq="0" />
-<NewGroup category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" group="12" doc="it&#39;s" seq="7" />
-<NewGroup category="NOVALUE" subcategory="NOVALUE" name="NOVALUE" time="2011-03-04T05:06:07Z" group="-1" doc="NOVALUE" seq="2147483647" />
-<NewGroup category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" group="1" doc="" seq="7" />
-<EventRec doc="it&#39;s" category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" seq="7" />
-<DataRec time="" group="-2147483648" name="NOVALUE" data="D:&#92;x" seq="-1" />
-<DataRec time="" group="9" name="n" data="d" seq="-1" />
-<DataRec time="" group="10" name="n" data="d" seq="-1" />
-<SplitSession id="i<" time="2011-03-04T05:06:07Z" seq="7" />
-</UsageDoc>
-<ResumeSession id="i&" ProductFamily="F<>" ProductName="N&"n"" ProductVersion="" ProductBuild="7\8" ProductLanguage="l" SessionStartTime="then" User="u'r" time="2011-03-04T05:06:07Z" seq="7" />
-<ResumeSession id="" ProductFamily="" ProductName="" ProductVersion="" ProductBuild="" ProductLanguage="" SessionStartTime="" User="NOVALUE" time="" seq="-1" />
-<EndSession id="i" time="" seq="-1" />
-</UsageDoc>
-)";
-  char storage[50];
-  TextBuffer out(storage);
-  for (const std::string& all : {wanted, wanted + wanted, wanted}) {
-    AppendPrologue(out);
-    AppendStartSession(out, "0a1b-c2", StampOf(0));
-    AppendNewGroup(out, labels, Counter(12), stamp);
-    AppendNewGroup(out, {{}, {}, {}, {}}, Counter(-1), StampOf(INT32_MAX));
-    AppendNewGroupWithoutDoc(out, labels, Counter(1), stamp);
-    AppendEventRec(out, labels, stamp);
-    AppendDataRec(out, INT32_MIN, "", "D:\\x", none);
-    for (const int32_t group : {9, 10}) AppendDataRec(out, group, "n", "d", none);
-    AppendSplitSession(out, "i<", stamp);
-    AppendResumeSession(out, "i&", {"F<>", "N&\"n\"", "", "7\\8", "l"}, "then", "u'r", stamp);
-    AppendResumeSession(out, "", {}, "", "", none);
-    AppendEndSession(out, "i", none);
-    EXPECT_EQ(out.Text(), all);
-    if (all != wanted) out.ShrinkBeyond(wanted.size());
-  }
-}
-
 std::string Obfuscated(std::string text) {
   Obfuscate(text);
   return text;
