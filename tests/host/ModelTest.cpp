@@ -76,7 +76,7 @@ void Start(Library& ut, Session& s, Chance& chance) {
   static int count = 0;
   static constexpr const char* kNames[] = {"Family", "Name", "version", "build", "language"};
   static constexpr int kLines[] = {207, 216, 225};
-  const std::string name = "S" + to_string(++count);
+  const std::string name = "x " + to_string(++count);
   s.files = "ulog_Acme_" + name + "_" + kUser + "_";
   for (bool isRefused = true; isRefused;) {
     ++s.log.call;
@@ -160,7 +160,7 @@ TEST_F(Model, Sessions) {
     log.Info("UTInitialize", 159);
     std::unique_ptr<Session> sessions[2];
     void* closed = nullptr;
-    for (int round = 0; round < 30 && !HasFailure(); ++round) {
+    for (int round = 0; round < 18 && !HasFailure(); ++round) {
       std::unique_ptr<Session>& next = sessions[round % 2];
       if (next) closed = next->handle, Close(ut, *next);
       next.reset(new Session{.log = log});
@@ -297,7 +297,7 @@ class Settings {
 TEST_F(Model, Settings) {
   RunHost([](Library& ut) {
     Settings settings(ut);
-    for (int call = 0; call < 8000 && !HasFailure(); ++call) settings.Call();
+    for (int call = 0; call < 5000 && !HasFailure(); ++call) settings.Call();
     Compare(settings.log);
   });
 }
