@@ -1,6 +1,3 @@
-#include <algorithm>
-#include <cctype>
-
 #include "Fuzz.h"
 #include "api/Validation.h"
 

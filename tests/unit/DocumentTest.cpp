@@ -4,8 +4,6 @@
 #include <numeric>
 #include <string>
 
-#include "PageEnd.h"
-#include "api/Validation.h"
 #include "session/DocumentName.h"
 #include "session/DocumentSeries.h"
 #include "session/Obfuscation.h"
@@ -81,50 +79,6 @@ TEST(DocumentSeries, SplitsAndFates) {
     EXPECT_EQ(series.End({row.hasAgent, row.isAllowed}), row.fate);
     EXPECT_EQ(series.Index(), row.index);
     EXPECT_EQ(series.IsNameUsed(), row.fate == Fate::kDeleted);
-  }
-}
-
-// The attribute value that a record makes of the text.
-std::string NameOfRecord(const FreeText& text) {
-  TextBuffer out;
-  AppendDataRec(out, 1, text, "", StampOf(2));
-  const std::string record(out.Text());
-  const size_t start = record.find(" name=\"") + 7;
-  return record.substr(start, record.rfind("\" data=\"NOVALUE\" seq=\"2\" />\n") - start);
-}
-
-// The same whether or not the text has been checked before, and wherever it lies.
-std::string Escaped(std::string_view text) {
-  const std::string escaped = NameOfRecord(std::string_view(AtPageEnd(text), text.size()));
-  const std::string host(text);
-  for (const char* const place : {host.c_str(), AtPageEnd({host.c_str(), host.size() + 1})}) {
-    const api::CheckedText checked(place, api::CheckFor(api::kLimit512 | api::kEmptyAllowed));
-    EXPECT_EQ(NameOfRecord(checked.Value()), escaped);
-  }
-  return escaped;
-}
-
-TEST(UsageDocument, EscapedTexts) {
-  EXPECT_EQ(Escaped("&<>\"'\\&#38;&lt;"), "&#38;&#60;&#62;&#34;&#39;&#92;&#38;#38;&#38;lt;");
-  const char kPlain[] = "\x01\t\r\n\x1a\x1f !%#;=?[]`/\x7f\x80\xa6\xbc\xbe\xdc\xff \xc3\xa9\xf0\x9f\x98\x80";
-  EXPECT_EQ(Escaped(kPlain), kPlain);
-}
-
-// Texts are read in blocks: each special character, alone and in a run, at each place of several blocks.
-TEST(UsageDocument, EscapesAtEveryPlace) {
-  // clang-format off
-  const std::pair<char, const char*> rows[] = {{'&', "&#38;"}, {'<', "&#60;"}, {'>', "&#62;"},
-                                               {'"', "&#34;"}, {'\'', "&#39;"}, {'\\', "&#92;"}};
-  // clang-format on
-  std::string head, run, escapedRun;
-  for (int before = 0; before < 50; ++before, head += 'x', run += '<', escapedRun += "&#60;") {
-    for (const size_t after : {0U, 1U, 14U, 15U, 16U, 17U, 31U, 32U, 33U}) {
-      const std::string tail(after, 'y');
-      for (const auto& [special, wanted] : rows)
-        ASSERT_EQ(Escaped((head + special).append(tail)), (head + wanted).append(tail));
-      ASSERT_EQ(Escaped((run + '&').append(tail)), (escapedRun + "&#38;").append(tail));
-      ASSERT_EQ(Escaped((head + '\0').append(tail)), before == 0 ? "NOVALUE" : head);
-    }
   }
 }
 
