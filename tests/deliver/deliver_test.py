@@ -345,6 +345,13 @@ def case_connections():
         check([gzip.decompress(body) for _, body in server.requests] == [documents[n] for n in server.names()], name)
 
 
+def page_lines(verb):
+    """The pattern of a request as the page on privacy lists it."""
+    page = (SOURCE / "docs/privacy.md").read_text()
+    lines = re.search(rf"```http\n({verb} .*?)```", page, re.S)[1].replace("\n", "\r\n") + "\r\n"
+    return re.sub(r"<[a-z]+>", r"[^\\s]+( [^\\s]+)?", re.escape(lines))
+
+
 def case_certificates():
     """Who is believed to be the server, and by which way it is reached."""
     make_authority()
@@ -375,7 +382,7 @@ def case_certificates():
     asked = []
 
     def tunnel(stream, connection):
-        asked.append(read_head(stream).split()[1])
+        asked.append(read_head(stream))
         far = socket.create_connection(("127.0.0.1", secure.port))
         connection.sendall(b"HTTP/1.1 200 X\r\n\r\n")
         for here, there in ((connection, far), (far, connection)):
@@ -387,12 +394,13 @@ def case_certificates():
     registry(r"HKCU\Software\Microsoft\Windows\CurrentVersion\Internet Settings\Connections",
              "DefaultConnectionSettings", struct.pack("<IIII", 70, 0, 3, len(named)).hex() + named.hex() + "00" * 8,
              "REG_BINARY")
-    for server, through in ((secure, [f"localhost:{secure.port}"]), (plain, [])):
+    for server, through in ((secure, 1), (plain, 0)):
         asked.clear()
-        configure(server.url)
+        configure(server.url, authorization="Bearer 4e12")
         make_documents(1)
         agent("send", code=0)
-        check(len(server.requests) == 1 and asked == through, f"by the proxy: {asked}")
+        check(len(server.requests) == 1 and len(asked) == through, f"by the proxy: {asked}")
+        check(all(re.fullmatch(page_lines("CONNECT"), head) for head in asked), asked)
 
 
 def case_queue():
@@ -408,12 +416,10 @@ def case_queue():
         return server
 
     # Each byte of a request stands in the page on privacy.
-    page = (SOURCE / "docs/privacy.md").read_text()
-    lines = re.escape(re.search(r"```http\n(.*?)```", page, re.S)[1].replace("\n", "\r\n") + "\r\n")
     configure((server := Server(answer(201))).url, authorization="Basic YTpi")
     make_documents(1)
     agent(code=0)
-    check(re.fullmatch(re.sub(r"<[a-z]+>", r"[^\\s]+( [^\\s]+)?", lines), server.requests[0][0]), server.requests[0][0])
+    check(re.fullmatch(page_lines("PUT"), server.requests[0][0]), server.requests[0][0])
     check(server.requests[0][1][3:8] == bytes(5), "a name or a time is in the gzip header")
 
     # By age; a session by its index; a read-only one is deleted too.
