@@ -70,6 +70,11 @@ bool IsObfuscationOn() { return IsFlagOn(L"obfuscate"); }
 
 bool IsSendOn() { return IsFlagOn(L"send"); }
 
+bool IsSendAllowed() {
+  const auto key = OpenUsageKey(KEY_QUERY_VALUE);
+  return !key || key->Query(L"send") != L"0";
+}
+
 std::string GetUserType() {
   const auto key = MakeUsageKey();
   return key ? ToUtf8(key->Query(L"UserType").value_or(L"")) : std::string();

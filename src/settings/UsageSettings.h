@@ -24,6 +24,9 @@ constexpr int32_t kUndecided = -1;
 [[nodiscard]] bool IsObfuscationOn();
 [[nodiscard]] bool IsSendOn();
 
+// The same as IsSendOn; creates no key.
+[[nodiscard]] bool IsSendAllowed();
+
 [[nodiscard]] std::string GetUserType();
 
 // The folder that the Agent value names; empty when there is none. Creates no key.

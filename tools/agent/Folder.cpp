@@ -21,7 +21,8 @@ constexpr size_t kLongestRead = 1 << 30;
 // In the form that may be longer than 260 characters: a document whose path just fits in Logs would not fit
 // in a folder of a longer name.
 std::wstring Child(const std::wstring& folder, std::wstring_view name) {
-  return util::JoinPath(L"\\\\?\\" + folder, name);
+  const bool isShare = folder.starts_with(L"\\\\");
+  return util::JoinPath(isShare ? L"\\\\?\\UNC" + folder.substr(1) : L"\\\\?\\" + folder, name);
 }
 
 Taken TakenOf(DWORD error) noexcept {
@@ -50,6 +51,13 @@ bool ReadAll(HANDLE file, std::string& content) {
   DWORD read = 0;
   return ReadFile(file, content.data(), static_cast<DWORD>(content.size()), &read, nullptr) &&
          read == content.size();
+}
+
+// Whole, as nobody is writing it.
+Taken ReadShared(const std::wstring& path, std::string& content) {
+  const util::UniqueFile file = Open(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE);
+  if (!file) return TakenOf(GetLastError());
+  return ReadAll(file.Get(), content) ? Taken::kDone : Taken::kFailed;
 }
 
 bool Rename(HANDLE file, const std::wstring& to, bool replace) {
@@ -84,10 +92,12 @@ Taken TakeOpen(const std::wstring& path, std::string_view content, Act&& act) {
 
 // For another volume, where a move would hold the file for as long as the copy takes.
 Taken CopyAcross(const std::wstring& from, const std::wstring& to) {
-  const auto content = util::ReadWholeFile(from);
-  if (!content) return TakenOf(GetLastError());
-  if (!util::ReplaceContent(to, *content)) return Taken::kFailed;
-  return TakeOpen(from, *content, [&](HANDLE file) { return DeleteOpen(from, file); });
+  std::string content;
+  if (const Taken taken = ReadShared(from, content); taken != Taken::kDone) return taken;
+  if (!util::ReplaceContent(to, content)) return Taken::kFailed;
+  const util::UniqueFile copy = Open(to, GENERIC_WRITE, FILE_SHARE_READ);
+  if (!copy || !FlushFileBuffers(copy.Get())) return Taken::kFailed;
+  return TakeOpen(from, content, [&](HANDLE file) { return DeleteOpen(from, file); });
 }
 
 bool HasContentOf(const std::wstring& path, const std::wstring& other) {
@@ -131,17 +141,21 @@ bool IsMarked(HANDLE file) {
          std::string_view(start, read) == session::kObfuscationMarker;
 }
 
-// The handle that tests whether anybody has the file open is the one that renames it.
-bool FinishIfAbandoned(const std::wstring& logs, std::wstring name, std::chrono::seconds age) {
+bool IsOld(const FILETIME& written, std::chrono::seconds age) {
   constexpr uint64_t kTicksPerSecond = 10'000'000;
-  const util::UniqueFile file = Open(Child(logs, name), GENERIC_READ | DELETE, 0);
-  FILETIME written;
   FILETIME now;
-  if (!file || !GetFileTime(file.Get(), nullptr, nullptr, &written)) return false;
   GetSystemTimeAsFileTime(&now);
   // A time in the future is no fresh one: the clock was wrong once.
   const uint64_t passed = std::max(Ticks(now), Ticks(written)) - std::min(Ticks(now), Ticks(written));
-  if (passed < static_cast<uint64_t>(age.count()) * kTicksPerSecond) return false;
+  return passed >= static_cast<uint64_t>(age.count()) * kTicksPerSecond;
+}
+
+// The handle that tests whether anybody has the file open is the one that renames it.
+// It keeps nobody from deleting or moving the file.
+bool FinishIfAbandoned(const std::wstring& logs, std::wstring name, std::chrono::seconds age) {
+  const util::UniqueFile file = Open(Child(logs, name), GENERIC_READ | DELETE, FILE_SHARE_DELETE);
+  FILETIME written;
+  if (!file || !GetFileTime(file.Get(), nullptr, nullptr, &written) || !IsOld(written, age)) return false;
   name.replace(name.size() - 4, 4, IsMarked(file.Get()) ? L".rdy" : L".xml");
   return Rename(file.Get(), Child(logs, name), false);
 }
@@ -157,21 +171,24 @@ Folder::Folder() {
 
 bool Folder::Make() const { return util::EnsureFolder(data_) && util::EnsureFolder(logs_); }
 
-util::UniqueFile Folder::Lock() const {
-  util::UniqueFile lock(CreateFileW(Child(data_, L"Sendrix2.lock").c_str(), GENERIC_WRITE, 0, nullptr,
-                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+Taken Folder::Lock(util::UniqueFile& lock) const {
+  lock = util::UniqueFile(CreateFileW(Child(data_, L"Sendrix2.lock").c_str(), GENERIC_WRITE, 0, nullptr,
+                                      OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!lock) return TakenOf(GetLastError());
   // What an agent that was killed in WriteOwn has left.
-  if (lock) util::DeleteMatching(data_, L"Sendrix2.state.*.tmp", false);
-  return lock;
+  util::DeleteMatching(data_, L"Sendrix2.state.*.tmp", false);
+  return Taken::kDone;
 }
 
 std::optional<std::string> Folder::ReadOwn(std::wstring_view name) const {
   return util::ReadWholeFile(util::JoinPath(data_, name));
 }
 
-settings::ConfigMap Folder::ReadConfig() const {
-  const auto text = ReadOwn(L"Sendrix2.cfg");
-  return (text ? settings::ParseConfig(*text) : std::nullopt).value_or(settings::DefaultConfig());
+std::optional<settings::ConfigMap> Folder::ReadConfig(bool& isThere) const {
+  const auto file = util::TakeSnapshot(util::JoinPath(data_, L"Sendrix2.cfg"), settings::kLargestConfig);
+  isThere = !file || file->exists;
+  if (!isThere) return settings::DefaultConfig();
+  return file ? settings::ParseConfig(file->text) : std::nullopt;
 }
 
 bool Folder::WriteOwn(std::wstring_view name, std::string_view content) const {
@@ -182,19 +199,17 @@ std::vector<Document> Folder::ListFinished() const { return List(logs_); }
 
 std::vector<Document> Folder::ListRefused() const { return List(refused_); }
 
-size_t Folder::FinishAbandoned(std::chrono::seconds age) const {
+size_t Folder::FinishAbandoned(std::chrono::seconds age, bool (*isAllowed)()) const {
   std::vector<std::wstring> names;
-  ForEachWithEnd(logs_, {L".tmp"},
-                 [&](const WIN32_FIND_DATAW& found) { names.emplace_back(found.cFileName); });
+  ForEachWithEnd(logs_, {L".tmp"}, [&](const WIN32_FIND_DATAW& found) {
+    if (IsOld(found.ftLastWriteTime, age)) names.emplace_back(found.cFileName);
+  });
   return static_cast<size_t>(std::ranges::count_if(
-      names, [&](const std::wstring& name) { return FinishIfAbandoned(logs_, name, age); }));
+      names, [&](const std::wstring& name) { return isAllowed() && FinishIfAbandoned(logs_, name, age); }));
 }
 
 Taken Folder::Read(const std::string& name, std::string& content) const {
-  const util::UniqueFile file =
-      Open(Child(logs_, util::FromUtf8(name)), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE);
-  if (!file) return TakenOf(GetLastError());
-  return ReadAll(file.Get(), content) ? Taken::kDone : Taken::kFailed;
+  return ReadShared(Child(logs_, util::FromUtf8(name)), content);
 }
 
 Taken Folder::Delete(const std::string& name, std::string_view content) const {

@@ -27,23 +27,24 @@ class Folder {
   // Makes the data folder and Logs. False when they cannot be used.
   [[nodiscard]] bool Make() const;
 
-  // The lock of the one agent that works here; no handle when another has it. It lasts as long as the handle.
-  [[nodiscard]] util::UniqueFile Lock() const;
+  // Takes the lock of the one agent that works here, for as long as the handle lives. kInUse when another has
+  // it.
+  [[nodiscard]] Taken Lock(util::UniqueFile& lock) const;
 
   // Content of a file of the data folder, and its replacement in one step.
   [[nodiscard]] std::optional<std::string> ReadOwn(std::wstring_view name) const;
   [[nodiscard]] bool WriteOwn(std::wstring_view name, std::string_view content) const;
 
-  // What Sendrix2.cfg says; the defaults when it is not there or cannot be read.
-  [[nodiscard]] settings::ConfigMap ReadConfig() const;
+  // What Sendrix2.cfg says; the defaults when it is not there, nothing when it cannot be read.
+  [[nodiscard]] std::optional<settings::ConfigMap> ReadConfig(bool& isThere) const;
 
   // In no order.
   [[nodiscard]] std::vector<Document> ListFinished() const;
   [[nodiscard]] std::vector<Document> ListRefused() const;
 
   // Gives the temporary documents that nobody holds open, and that have not changed for so long, their final
-  // names. Returns how many.
-  size_t FinishAbandoned(std::chrono::seconds age) const;
+  // names, as long as it is allowed. Returns how many.
+  size_t FinishAbandoned(std::chrono::seconds age, bool (*isAllowed)()) const;
 
   // Reads a document whole; no handle stays.
   [[nodiscard]] Taken Read(const std::string& name, std::string& content) const;

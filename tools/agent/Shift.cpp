@@ -12,6 +12,7 @@
 #include "agent/Queue.h"
 #include "agent/Schedule.h"
 #include "settings/OptInPolicy.h"
+#include "settings/UsageSettings.h"
 #include "util/Clock.h"
 #include "util/Text.h"
 
@@ -31,11 +32,10 @@ void AppendCount(std::string& text, size_t count, std::string_view word) {
 }  // namespace
 
 bool Shift::Work() {
-  settings_ = ReadSettings(folder_.ReadConfig());
   state_ = ParseState(folder_.ReadOwn(kStateFile).value_or(std::string()));
-  bool isDone = IsAllowed() || Stop("the administrator forbids the recording of usage data");
+  bool isDone = MayWork();
   if (isDone) {
-    if (const size_t count = folder_.FinishAbandoned(kAbandonedAge); count != 0)
+    if (const size_t count = folder_.FinishAbandoned(kAbandonedAge, IsAllowed); count != 0)
       Log().Info("Finished what was abandoned", std::to_string(count));
     HoldBudget();
     isDone = MaySend() && WorkQueue();
@@ -48,6 +48,15 @@ bool Shift::Work() {
   if (!isDone) Log().Warning(why_, "Documents wait");
   SaveState();
   return isDone;
+}
+
+bool Shift::MayWork() {
+  if (!IsAllowed()) return Stop("the administrator forbids the recording of usage data");
+  if (!options_.isUrgent && !settings::IsSendAllowed()) return Stop("the value send in the registry is 0");
+  const auto config = folder_.ReadConfig(hasConfig_);
+  if (!config) return Stop("Sendrix2.cfg cannot be read");
+  settings_ = ReadSettings(*config);
+  return true;
 }
 
 bool Shift::MaySend() {
@@ -87,7 +96,10 @@ bool Shift::Send(const std::string& name) {
       return true;
     }
     std::string body = Gzip(content);
-    if (body.empty()) return Stop("there is no memory for a document");
+    if (body.empty()) {
+      Skip(name, Taken::kFailed);
+      return true;
+    }
     const Reply reply = upload_->Put(name, std::move(body));
     switch (MeaningOf(reply)) {
       case Meaning::kStored:
@@ -157,7 +169,9 @@ bool Shift::Stop(std::string_view why) {
   return false;
 }
 
+// Without a configuration nobody has said what the documents may take.
 void Shift::HoldBudget() {
+  if (!hasConfig_ || !IsAllowed()) return;
   const size_t count = folder_.HoldBudget(settings_.maxDiskSpace);
   if (count != 0) Log().Warning("Deleted for want of space", std::to_string(count));
 }

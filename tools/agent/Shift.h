@@ -55,6 +55,7 @@ class Shift {
   [[nodiscard]] bool IsStuck() const noexcept { return upload_ && upload_->IsStuck(); }
 
  private:
+  bool MayWork();
   bool MaySend();
   bool WorkQueue();
   bool Send(const std::string& name);
@@ -71,6 +72,7 @@ class Shift {
   Counts& counts_;
   Tried& tried_;
   const Clock::time_point end_;
+  bool hasConfig_ = false;
   Settings settings_;
   State state_;
   std::string why_;

@@ -14,6 +14,7 @@
 
 #include "agent/Folder.h"
 #include "agent/Log.h"
+#include "agent/Schedule.h"
 #include "agent/Shift.h"
 #include "util/Clock.h"
 #include "util/TimeStamp.h"
@@ -60,7 +61,13 @@ class Terminal {
 
 int ShowStatus() {
   const Folder folder;
-  const Settings settings = ReadSettings(folder.ReadConfig());
+  bool isThere = false;
+  const auto config = folder.ReadConfig(isThere);
+  if (!config) {
+    std::puts("Sendrix2.cfg cannot be read");
+    return kFailed;
+  }
+  const Settings settings = ReadSettings(*config);
   const State state = ParseState(folder.ReadOwn(kStateFile).value_or(std::string()));
   std::printf("Sent to    %s\n", settings.url.c_str());
   if (const auto* const none = std::get_if<NoTarget>(&settings.target))
@@ -69,7 +76,8 @@ int ShowStatus() {
   std::printf("Refused    %s\n", Describe(folder.ListRefused()).c_str());
   std::printf("Last run   %s%s%s\n", state.ended == 0 ? "none" : At(state.ended).c_str(),
               state.outcome.empty() ? "" : ": ", state.outcome.c_str());
-  const bool mustWait = state.notBefore > util::UtcSeconds() && state.url == settings.url;
+  const int64_t left = state.notBefore - util::UtcSeconds();
+  const bool mustWait = left > 0 && left <= kLongestRetryAfter.count() && state.url == settings.url;
   std::printf("Next try   %s%s\n", mustWait ? "not before " : "when the agent is started",
               mustWait ? At(state.notBefore).c_str() : "");
   return kDone;
@@ -84,6 +92,7 @@ bool HasNew(const std::vector<Document>& documents, const Tried& tried) {
 // Says how it goes when there is somebody to read it.
 int Run(const Terminal* terminal) {
   const auto end = Shift::Clock::now() + kLongestRun;
+  bool isStuck = false;
   const auto say = [&](std::string_view what) {
     if (terminal != nullptr) terminal->Conclude(what);
   };
@@ -98,20 +107,30 @@ int Run(const Terminal* terminal) {
   Counts counts;
   Tried tried;
   for (;;) {
-    util::UniqueFile lock = folder.Lock();
-    if (!lock) {
+    util::UniqueFile lock;
+    const Taken taken = folder.Lock(lock);
+    if (taken == Taken::kInUse) {
       say("another agent is at work");
       return kDone;
     }
+    if (taken != Taken::kDone) {
+      Log().Error("The file cannot be opened", "Sendrix2.lock");
+      say("Sendrix2.lock cannot be opened");
+      return kFailed;
+    }
     Shift shift(folder, options, counts, tried, end);
     const bool isDone = shift.Work();
+    isStuck |= shift.IsStuck();
     lock.Reset();
     // An agent that was started meanwhile has ended at the lock, and its document was there before. So the
     // last look comes after the lock is free.
-    if (isDone && HasNew(folder.ListFinished(), tried)) continue;
+    if (isDone && HasNew(folder.ListFinished(), tried)) {
+      Sleep(100);
+      continue;
+    }
     say(shift.Outcome());
     std::fflush(stdout);
-    if (shift.IsStuck()) TerminateProcess(GetCurrentProcess(), kWaits);
+    if (isStuck) TerminateProcess(GetCurrentProcess(), isDone ? kDone : kWaits);
     return isDone ? kDone : kWaits;
   }
 }
