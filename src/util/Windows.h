@@ -1,4 +1,5 @@
-// The only file that includes windows.h. What is newer than Windows 7 is looked up at run time, never imported.
+// The only file that includes windows.h. What is newer than Windows 7 is looked up at run time, never
+// imported.
 #pragma once
 
 #ifndef _WIN32_WINNT

@@ -1,5 +1,6 @@
-// Preloaded into Wine and its server: sends without Nagle's delay, as Windows' own HTTP client does. Wine hands a
-// request's head and body over apart, and each would wait some 40 ms for the other side's acknowledgement.
+// Preloaded into Wine and its server: sends without Nagle's delay, as Windows' own HTTP client does. Wine
+// hands a request's head and body over apart, and each would wait some 40 ms for the other side's
+// acknowledgement.
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <netinet/in.h>

@@ -31,9 +31,9 @@ bool IsLibrarys(const Plan& plan, const std::string& path) {
   const auto isBelow = [&](const char* folder) {
     return path.starts_with("AppData/Tolvex/" + std::string(folder));
   };
-  return isBelow("Sendrix2/Logs/ulog_") || isBelow("Sendrix2/Outbox/") ||
-         isBelow("Sendrix2/Sendrix2.lock") || isBelow("Sendrix2/Sendrix2.state") ||
-         path.starts_with("HKCU " + std::string(kUsage)) || path == "AppData/Tolvex/Sendrix2/Sendrix2.cfg" ||
+  return isBelow("Sendrix2/Logs/ulog_") || isBelow("Sendrix2/Outbox/") || isBelow("Sendrix2/Sendrix2.lock") ||
+         isBelow("Sendrix2/Sendrix2.state") || path.starts_with("HKCU " + std::string(kUsage)) ||
+         path == "AppData/Tolvex/Sendrix2/Sendrix2.cfg" ||
          (isBelow("Sendrix2/Sendrix2.cfg.") && MayEndAThread(plan)) || (isBelow("Skylamp/") && plan.isLogged);
 }
 
