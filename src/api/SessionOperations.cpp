@@ -11,6 +11,7 @@
 #include "crash/CrashHandler.h"
 #include "crash/ProductOptInSync.h"
 #include "settings/AgentConfigFile.h"
+#include "settings/AgentFolders.h"
 #include "settings/OptInPolicy.h"
 #include "settings/SendrixUtilsWin.h"
 #include "settings/UsageSettings.h"

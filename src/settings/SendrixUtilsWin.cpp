@@ -1,15 +1,13 @@
 #include "settings/SendrixUtilsWin.h"
 
-#include <shlobj.h>
-
 #include "log/Logger.h"
+#include "settings/AgentFolders.h"
 #include "settings/LogsTidy.h"
 #include "settings/UsageSettings.h"
 #include "util/Files.h"
 #include "util/GlobalItems.h"
 #include "util/HostProcess.h"
 #include "util/Paths.h"
-#include "util/SystemModule.h"
 #include "util/Text.h"
 
 namespace vantra::settings {
@@ -18,7 +16,6 @@ namespace {
 const log::LoggerPointer logger("Vantra");
 
 constexpr std::string_view kSource = "..\\SendrixUtilsWin";
-constexpr int kProtectedModeLine = 74;
 constexpr int kAgentPathLine = 182;
 
 constexpr std::wstring_view kAgentFile = L"Sendrix2.exe";
@@ -27,42 +24,6 @@ constexpr int kAgentMissing = 13;
 
 // Points into the global items once a host has chosen a folder.
 constinit std::wstring* explicitAgentPath = nullptr;
-
-enum class Answer { kUnknown, kNo, kYes };
-constinit Answer protectedMode = Answer::kUnknown;
-
-bool QueryProtectedMode() {
-  const util::SystemModule ieframe(L"ieframe.dll");
-  const auto query = ieframe.Find<HRESULT(WINAPI*)(BOOL*)>("IEIsProtectedModeProcess");
-  BOOL isProtected = FALSE;
-  return query != nullptr && SUCCEEDED(query(&isProtected)) && isProtected;
-}
-
-std::wstring GetLowIntegrityDataRoot() {
-  constexpr GUID kLocalAppDataLow = {
-      0xA520A1A4, 0x1780, 0x4FF6, {0xBD, 0x18, 0x16, 0x73, 0x43, 0xC5, 0xAF, 0x16}};
-  using Query = HRESULT(WINAPI*)(const GUID&, DWORD, HANDLE, PWSTR*);
-  const util::SystemModule shell(L"Shell32.dll");
-  const auto query = shell.Find<Query>("SHGetKnownFolderPath");
-  PWSTR found = nullptr;
-  std::wstring root;
-  if (query != nullptr && SUCCEEDED(query(kLocalAppDataLow, 0, nullptr, &found))) root = found;
-  CoTaskMemFree(found);
-  return root;
-}
-
-std::wstring GetDataRoot() {
-  if (IsProtectedMode()) {
-    logger->Info("IE is protected mode!", kSource, kProtectedModeLine);
-    return GetLowIntegrityDataRoot();
-  }
-  wchar_t root[MAX_PATH];
-  if (SHGetFolderPathW(nullptr, CSIDL_APPDATA | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, root) !=
-      S_OK) {
-    return {};
-  }
-  return root;
-}
 
 // The pairs, then this process's own environment, ready for the platform.
 std::wstring EnvironmentBlock(const EnvironmentPairs& extra) {
@@ -80,18 +41,6 @@ std::wstring EnvironmentBlock(const EnvironmentPairs& extra) {
 }
 
 }  // namespace
-
-AgentFolders GetAgentFolders() {
-  AgentFolders folders;
-  folders.data = util::JoinPath(GetDataRoot(), L"Tolvex\\Sendrix2");
-  folders.logs = util::JoinPath(folders.data, L"Logs");
-  return folders;
-}
-
-bool IsProtectedMode() {
-  if (protectedMode == Answer::kUnknown) protectedMode = QueryProtectedMode() ? Answer::kYes : Answer::kNo;
-  return protectedMode == Answer::kYes;
-}
 
 void SetAgentFolder(const char* folder) {
   if (folder == nullptr) return;

@@ -1,4 +1,4 @@
-// The transport agent: its folders, its program, and starting it. Every failure is an empty path or false.
+// The transport agent: its program, and starting it. Every failure is an empty path or false.
 #pragma once
 
 #include <string>
@@ -7,19 +7,6 @@
 #include <vector>
 
 namespace vantra::settings {
-
-// Both empty when the user's application-data folder cannot be found. Nothing is made.
-struct AgentFolders {
-  std::wstring data;
-  std::wstring logs;
-};
-
-// Asks the platform each time: once for both folders.
-[[nodiscard]] AgentFolders GetAgentFolders();
-
-// Internet Explorer's protected mode, where the process may write to low-integrity places only and start
-// nothing. Asked once in the life of the process.
-[[nodiscard]] bool IsProtectedMode();
 
 // The explicit choice of the host: a folder in UTF-8. NULL leaves the present choice, an empty folder or one
 // that is not text takes it back.

@@ -1,0 +1,68 @@
+#include "settings/AgentFolders.h"
+
+#include <shlobj.h>
+
+#include <string_view>
+
+#include "log/Logger.h"
+#include "util/Paths.h"
+#include "util/SystemModule.h"
+
+namespace vantra::settings {
+namespace {
+
+// A part of that unit for those who read the log.
+constexpr std::string_view kSource = "..\\SendrixUtilsWin";
+constexpr int kProtectedModeLine = 74;
+
+enum class Answer { kUnknown, kNo, kYes };
+constinit Answer protectedMode = Answer::kUnknown;
+
+bool QueryProtectedMode() {
+  const util::SystemModule ieframe(L"ieframe.dll");
+  const auto query = ieframe.Find<HRESULT(WINAPI*)(BOOL*)>("IEIsProtectedModeProcess");
+  BOOL isProtected = FALSE;
+  return query != nullptr && SUCCEEDED(query(&isProtected)) && isProtected;
+}
+
+std::wstring GetLowIntegrityDataRoot() {
+  constexpr GUID kLocalAppDataLow = {
+      0xA520A1A4, 0x1780, 0x4FF6, {0xBD, 0x18, 0x16, 0x73, 0x43, 0xC5, 0xAF, 0x16}};
+  using Query = HRESULT(WINAPI*)(const GUID&, DWORD, HANDLE, PWSTR*);
+  const util::SystemModule shell(L"Shell32.dll");
+  const auto query = shell.Find<Query>("SHGetKnownFolderPath");
+  PWSTR found = nullptr;
+  std::wstring root;
+  if (query != nullptr && SUCCEEDED(query(kLocalAppDataLow, 0, nullptr, &found))) root = found;
+  CoTaskMemFree(found);
+  return root;
+}
+
+std::wstring GetDataRoot() {
+  if (IsProtectedMode()) {
+    log::LoggerPointer::current->Info("IE is protected mode!", kSource, kProtectedModeLine);
+    return GetLowIntegrityDataRoot();
+  }
+  wchar_t root[MAX_PATH];
+  if (SHGetFolderPathW(nullptr, CSIDL_APPDATA | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, root) !=
+      S_OK) {
+    return {};
+  }
+  return root;
+}
+
+}  // namespace
+
+AgentFolders GetAgentFolders() {
+  AgentFolders folders;
+  folders.data = util::JoinPath(GetDataRoot(), L"Tolvex\\Sendrix2");
+  folders.logs = util::JoinPath(folders.data, L"Logs");
+  return folders;
+}
+
+bool IsProtectedMode() {
+  if (protectedMode == Answer::kUnknown) protectedMode = QueryProtectedMode() ? Answer::kYes : Answer::kNo;
+  return protectedMode == Answer::kYes;
+}
+
+}  // namespace vantra::settings
