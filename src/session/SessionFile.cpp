@@ -4,6 +4,7 @@
 
 #include "session/DocumentName.h"
 #include "settings/OptInPolicy.h"
+#include "settings/AgentProgram.h"
 #include "settings/SendrixUtilsWin.h"
 #include "settings/UsageSettings.h"
 #include "util/Text.h"

@@ -13,7 +13,6 @@
 namespace vantra::session {
 namespace {
 
-constexpr uint64_t kLeastFreeSpace = 10'485'760;
 constexpr uint64_t kFullDocument = 102'400;
 
 // What a session keeps for building records; a rare larger one is given back.

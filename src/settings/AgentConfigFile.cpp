@@ -4,7 +4,6 @@
 #include <optional>
 
 #include "util/Files.h"
-#include "util/HostProcess.h"
 #include "util/Paths.h"
 
 namespace vantra::settings {
@@ -39,8 +38,8 @@ void Seed(const std::wstring& shippedPath, const std::wstring& userPath, const s
   }
 }
 
-void Synchronise(const std::wstring& userPath, const std::wstring& userFolder) {
-  const std::wstring hostFolder = util::HostFolder();
+void Synchronise(const std::wstring& userPath, const std::wstring& userFolder,
+                 const std::wstring& hostFolder) {
   const std::wstring shippedPath = util::JoinPath(hostFolder, kFileName);
   const auto shipped = util::GetFileInfo(shippedPath);
   const auto user = util::GetFileInfo(userPath);
@@ -71,9 +70,9 @@ boost::gregorian::date Today() {
 
 }  // namespace
 
-std::wstring GetAgentConfigPath(const std::wstring& agentDataFolder) {
+std::wstring GetAgentConfigPath(const std::wstring& agentDataFolder, const std::wstring& hostFolder) {
   std::wstring path = util::JoinPath(agentDataFolder, kFileName);
-  if (!path.empty()) Synchronise(path, agentDataFolder);
+  if (!path.empty()) Synchronise(path, agentDataFolder, hostFolder);
   return path;
 }
 

@@ -5,12 +5,14 @@
 #include <string_view>
 
 #include "settings/AgentConfig.h"
+#include "util/HostProcess.h"
 
 namespace vantra::settings {
 
 // Path of the user's copy in the agent's data folder, after bringing it up to date with the copy beside the
 // host's executable; empty when the data folder is.
-[[nodiscard]] std::wstring GetAgentConfigPath(const std::wstring& agentDataFolder);
+[[nodiscard]] std::wstring GetAgentConfigPath(const std::wstring& agentDataFolder,
+                                              const std::wstring& hostFolder = util::HostFolder());
 
 // Reads the file, checks whether the application may record, and writes the file back. An empty path, and a
 // file that cannot be read, say yes.

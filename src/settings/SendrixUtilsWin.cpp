@@ -2,13 +2,10 @@
 
 #include "log/Logger.h"
 #include "settings/AgentFolders.h"
+#include "settings/AgentProgram.h"
 #include "settings/LogsTidy.h"
-#include "settings/UsageSettings.h"
 #include "util/Files.h"
-#include "util/GlobalItems.h"
-#include "util/HostProcess.h"
 #include "util/Paths.h"
-#include "util/Text.h"
 
 namespace vantra::settings {
 namespace {
@@ -17,13 +14,6 @@ const log::LoggerPointer logger("Vantra");
 
 constexpr std::string_view kSource = "..\\SendrixUtilsWin";
 constexpr int kAgentPathLine = 182;
-
-constexpr std::wstring_view kAgentFile = L"Sendrix2.exe";
-constexpr int kAgentFound = 0;
-constexpr int kAgentMissing = 13;
-
-// Points into the global items once a host has chosen a folder.
-constinit std::wstring* explicitAgentPath = nullptr;
 
 // The pairs, then this process's own environment, ready for the platform.
 std::wstring EnvironmentBlock(const EnvironmentPairs& extra) {
@@ -41,25 +31,6 @@ std::wstring EnvironmentBlock(const EnvironmentPairs& extra) {
 }
 
 }  // namespace
-
-void SetAgentFolder(const char* folder) {
-  if (folder == nullptr) return;
-  std::wstring path = util::JoinPath(util::FromUtf8(folder), kAgentFile);
-  if (explicitAgentPath == nullptr) explicitAgentPath = &util::GlobalItems::Instance().Add(std::wstring());
-  *explicitAgentPath = std::move(path);
-}
-
-std::wstring GetAgentPath() {
-  if (explicitAgentPath != nullptr && util::IsFile(*explicitAgentPath)) return *explicitAgentPath;
-  std::wstring path = util::JoinPath(util::HostFolder(), kAgentFile);
-  if (util::IsFile(path)) return path;
-  path = util::JoinPath(GetStoredAgentFolder(), kAgentFile);
-  if (util::IsFile(path)) return path;
-  DeleteAgentSubkey();
-  return {};
-}
-
-int VerifyTransAgentExist() { return GetAgentPath().empty() ? kAgentMissing : kAgentFound; }
 
 bool HasFinishedDocument(const std::wstring& logsFolder) {
   if (logsFolder.empty()) return false;

@@ -11,7 +11,6 @@ namespace {
 using util::FromUtf8;
 using util::ToUtf8;
 
-constexpr wchar_t kUsageKey[] = L"Software\\Tolvex\\CommonFiles\\Usage";
 constexpr wchar_t kAgent[] = L"Agent";
 constexpr wchar_t kDate[] = L"Date";
 constexpr wchar_t kDemographic[] = L"Demographic";

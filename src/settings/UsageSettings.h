@@ -11,6 +11,9 @@
 
 namespace vantra::settings {
 
+// Below the current user's root: what all of this is stored under.
+constexpr wchar_t kUsageKey[] = L"Software\\Tolvex\\CommonFiles\\Usage";
+
 constexpr int32_t kOptedIn = 1;
 constexpr int32_t kOptedOut = 0;
 constexpr int32_t kUndecided = -1;
