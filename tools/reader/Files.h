@@ -12,8 +12,10 @@ namespace vantra::reader {
 
 #ifdef _WIN32
 constexpr char kSeparator = '\\';
+constexpr char kSeparators[] = "\\/:";
 #else
 constexpr char kSeparator = '/';
+constexpr char kSeparators[] = "/";
 #endif
 
 // A file, which others may go on writing, moving and deleting meanwhile.
