@@ -65,6 +65,11 @@ std::string GetUserIdentifier() {
   return fresh;
 }
 
+bool HasUserIdentifier() {
+  const auto key = OpenUsageKey(KEY_ALL_ACCESS);
+  return key && !key->Query(kGuid).value_or(L"").empty();
+}
+
 bool IsObfuscationOn() { return IsFlagOn(L"obfuscate"); }
 
 bool IsSendOn() { return IsFlagOn(L"send"); }

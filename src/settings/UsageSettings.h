@@ -21,6 +21,9 @@ constexpr int32_t kUndecided = -1;
 // The user's GUID, created when none is stored; empty when there is no Usage key yet.
 [[nodiscard]] std::string GetUserIdentifier();
 
+// Whether one is stored, and can be used.
+[[nodiscard]] bool HasUserIdentifier();
+
 // Both are on unless the stored text is exactly "0". Reading them creates the Usage key.
 [[nodiscard]] bool IsObfuscationOn();
 [[nodiscard]] bool IsSendOn();

@@ -14,7 +14,7 @@ namespace vantra::inspect {
 
 enum ExitCode {
   kDone = 0,
-  kFindings = 1,    // of check: a document breaks a rule
+  kFindings = 1,    // of check: a document breaks a rule; of doctor: a gate is closed
   kUnreadable = 2,  // bad arguments, or something that cannot be read or written; goes before the others
   kCrashed = 3,     // of list --last
 };
@@ -25,6 +25,9 @@ using AddVerb = void (*)(CLI::App& app, Run& chosen);
 
 void AddCheck(CLI::App& app, Run& chosen);
 void AddExport(CLI::App& app, Run& chosen);
+#ifdef _WIN32
+void AddDoctor(CLI::App& app, Run& chosen);
+#endif
 void AddList(CLI::App& app, Run& chosen);
 void AddShow(CLI::App& app, Run& chosen);
 
