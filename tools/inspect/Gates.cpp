@@ -120,8 +120,10 @@ class Examination {
          isDisabled
              ? "Disabled in " + file
              : "Hibernate until " + settings::GetEntry(entries, kSection, "wakeupdate") + " in " + file,
-         "The vendor has switched recording off for this user. To switch it on, set status=Active in "
-         "the section [ulog] of that file.",
+         isDisabled ? "The vendor has switched recording off. To switch it on for this user, set "
+                      "status=Active in the "
+                      "section [ulog] of that file."
+                    : "The vendor has paused recording. It goes on after that date.",
          api::refusal::kConfigStatus.text});
     Add({"pause", Verdict::Unknown, "not looked at while the status refuses"});
   }

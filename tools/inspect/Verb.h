@@ -14,7 +14,8 @@ namespace vantra::inspect {
 
 enum ExitCode {
   kDone = 0,
-  kFindings = 1,    // of check: a document breaks a rule; of doctor: a gate is closed
+  kFindings =
+      1,  // of check: a document breaks a rule; of doctor: a gate is closed; of privacy: the answer was no
   kUnreadable = 2,  // bad arguments, or something that cannot be read or written; goes before the others
   kCrashed = 3,     // of list --last
 };
@@ -27,6 +28,7 @@ void AddCheck(CLI::App& app, Run& chosen);
 void AddExport(CLI::App& app, Run& chosen);
 #ifdef _WIN32
 void AddDoctor(CLI::App& app, Run& chosen);
+void AddPrivacy(CLI::App& app, Run& chosen);
 #endif
 void AddList(CLI::App& app, Run& chosen);
 void AddShow(CLI::App& app, Run& chosen);

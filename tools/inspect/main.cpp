@@ -15,9 +15,9 @@ namespace vantra::inspect {
 namespace {
 
 constexpr AddVerb kVerbs[] = {
-    AddList,   AddShow, AddCheck, AddExport,
+    AddList,   AddShow,    AddCheck, AddExport,
 #ifdef _WIN32
-    AddDoctor,
+    AddDoctor, AddPrivacy,
 #endif
 };
 
