@@ -31,6 +31,7 @@ void AddDoctor(CLI::App& app, Run& chosen);
 void AddPrivacy(CLI::App& app, Run& chosen);
 #endif
 void AddList(CLI::App& app, Run& chosen);
+void AddReport(CLI::App& app, Run& chosen);
 void AddShow(CLI::App& app, Run& chosen);
 
 // The inputs of a verb: what its arguments name, else the user's Logs folder, where there is one.

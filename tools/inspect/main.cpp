@@ -15,7 +15,7 @@ namespace vantra::inspect {
 namespace {
 
 constexpr AddVerb kVerbs[] = {
-    AddList,   AddShow,    AddCheck, AddExport,
+    AddList,   AddShow,    AddCheck, AddExport, AddReport,
 #ifdef _WIN32
     AddDoctor, AddPrivacy,
 #endif
