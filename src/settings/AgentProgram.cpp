@@ -18,11 +18,7 @@ constinit std::wstring* explicitAgentPath = nullptr;
 
 // The program in this folder. Its path is absolute, so that it is started from where it was found.
 std::wstring AgentIn(const std::wstring& folder) {
-  const DWORD size = GetFullPathNameW(folder.c_str(), 0, nullptr, nullptr);
-  std::wstring absolute(size, L'\0');
-  const DWORD length = GetFullPathNameW(folder.c_str(), size, absolute.data(), nullptr);
-  absolute.resize(length < size ? length : 0);
-  return util::JoinPath(absolute, kAgentFile);
+  return util::JoinPath(util::FullPath(folder), kAgentFile);
 }
 
 }  // namespace

@@ -27,13 +27,6 @@ using util::ToUtf8;
 
 constexpr std::string_view kSection = "ulog";
 
-std::wstring FullPath(const std::wstring& path) {
-  const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
-  std::wstring full(size, L'\0');
-  full.resize(GetFullPathNameW(path.c_str(), size, full.data(), nullptr));
-  return full;
-}
-
 // A copy of the user's configuration in a folder of its own, for code that writes what it checks.
 class ConfigCopy {
  public:
@@ -70,7 +63,7 @@ class Examination {
  public:
   explicit Examination(const Host& host)
       : host_(host),
-        hostFolder_(host.folder.empty() ? util::HostFolder() : FullPath(FromUtf8(host.folder))),
+        hostFolder_(host.folder.empty() ? util::HostFolder() : util::FullPath(FromUtf8(host.folder))),
         folders_(settings::GetAgentFolders()) {
     if (!host.agentFolder.empty()) settings::SetAgentFolder(host.agentFolder.c_str());
   }

@@ -33,14 +33,6 @@ std::string Reason(DWORD error) {
   return message + " (error " + std::to_string(error) + ")";
 }
 
-std::wstring FullPath(const std::string& path) {
-  const std::wstring wide = FromUtf8(path);
-  const DWORD size = GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr);
-  std::wstring full(size, L'\0');
-  full.resize(GetFullPathNameW(wide.c_str(), size, full.data(), nullptr));
-  return full;
-}
-
 bool IsWithin(const std::wstring& path, const std::wstring& folder) {
   const std::wstring root = util::WithTrailingBackslash(folder);
   return CompareStringOrdinal(util::WithTrailingBackslash(path).substr(0, root.size()).c_str(), -1,
@@ -247,7 +239,7 @@ std::vector<Failure> Erase(const std::vector<Place>& places) {
 std::vector<Failure> Export(const std::vector<Place>& places, const std::vector<StoredItem>& items,
                             const std::string& folder) {
   for (const Place& place : places) {
-    if (!place.isKey && IsWithin(FullPath(folder), FromUtf8(place.path)))
+    if (!place.isKey && IsWithin(util::FullPath(FromUtf8(folder)), FromUtf8(place.path)))
       throw std::runtime_error("the folder lies in what is to be exported: " + folder);
   }
   if (!ListFolder(FromUtf8(folder)).empty()) throw std::runtime_error("the folder is not empty: " + folder);

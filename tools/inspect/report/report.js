@@ -96,7 +96,7 @@
       const value = row[column];
       if (value === null || value === undefined) return element('td', { class: 'absent' }, '\u2013');
       return typeof value === 'number' ? element('td', { class: 'number' }, number.format(value))
-        : element('td', {}, visible(value));
+        : element('td', { class: value.length <= 20 ? 'short' : 'text' }, visible(value));
     })));
     const parts = [];
     if (found.length === 0) {
