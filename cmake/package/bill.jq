@@ -1,7 +1,7 @@
 # The bill of materials in SPDX 2.3. Input: lines of sha1sum, then lines of sha256sum, over the same files.
 def file_id: "SPDXRef-File-" + (ltrimstr("./") | gsub("[^A-Za-z0-9.]"; "-"));
 
-# What is linked into the library and the agent, with the licence under which it comes.
+# What is linked into the library and the programs, with the licence under which it comes.
 def part($name; $version; $supplier; $license; $home):
   {
     SPDXID: "SPDXRef-Package-\($name)", name: $name, versionInfo: $version, supplier: "Organization: \($supplier)",
@@ -13,8 +13,13 @@ def parts:
     part("gcc-runtime"; $gcc; "Free Software Foundation"; "GPL-3.0-or-later WITH GCC-exception-3.1"; "https://gcc.gnu.org"),
     part("mingw-w64-runtime"; $mingw; "mingw-w64"; "ZPL-2.1"; "https://www.mingw-w64.org"),
     part("winpthreads"; $mingw; "mingw-w64"; "MIT AND BSD-3-Clause"; "https://www.mingw-w64.org"),
-    part("boost"; $boost; "Boost"; "BSL-1.0"; "https://www.boost.org")
+    part("boost"; $boost; "Boost"; "BSL-1.0"; "https://www.boost.org"),
+    part("zlib"; $zlib; "zlib"; "Zlib"; "https://zlib.net"),
+    part("nlohmann-json"; $json; "nlohmann-json"; "MIT"; "https://json.nlohmann.me"),
+    part("cli11"; $cli11; "CLI11"; "BSD-3-Clause"; "https://github.com/CLIUtils/CLI11")
   ];
+def parts_of($names): parts | map(select([.name] | inside($names)));
+def runtimes: ["gcc-runtime", "mingw-w64-runtime", "winpthreads"];
 def relation($from; $type; $to):
   { spdxElementId: $from, relationshipType: $type, relatedSpdxElement: $to };
 
@@ -43,7 +48,10 @@ map({
   relationships: (
     [relation("SPDXRef-DOCUMENT"; "DESCRIBES"; "SPDXRef-Package-vantra")] +
     ($files | map(relation("SPDXRef-Package-vantra"; "CONTAINS"; .SPDXID))) +
-    (parts | map(relation("SPDXRef-File-bin-Vantra.dll"; "STATIC_LINK"; .SPDXID))) +
-    (parts | map(select(.name != "boost") | relation("SPDXRef-File-agent-Sendrix2.exe"; "STATIC_LINK"; .SPDXID)))
+    (parts_of(runtimes + ["boost"]) | map(relation("SPDXRef-File-bin-Vantra.dll"; "STATIC_LINK"; .SPDXID))) +
+    (parts_of(runtimes) | map(relation("SPDXRef-File-agent-Sendrix2.exe"; "STATIC_LINK"; .SPDXID))) +
+    (parts | map(relation("SPDXRef-File-inspect-vantra-inspect.exe"; "STATIC_LINK"; .SPDXID))) +
+    (parts_of(["gcc-runtime", "boost", "zlib", "nlohmann-json", "cli11"]) |
+      map(relation("SPDXRef-File-inspect-vantra-inspect"; "STATIC_LINK"; .SPDXID)))
   )
 }

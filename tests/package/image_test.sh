@@ -16,7 +16,7 @@ calls() { # FUNCTION: how many of our objects do
 known='ADVAPI32|KERNEL32|msvcrt|ole32|SHELL32|USER32'
 
 headers() {
-  for image in Vantra.dll Sendrix2.exe vantra-demo.exe; do
+  for image in Vantra.dll Sendrix2.exe vantra-demo.exe vantra-inspect.exe; do
     headers=$($tool-objdump -p "$build/$image")
     for flag in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
       echo "$headers" | grep -q "^[[:space:]]*$flag\$" || fail "$image is not marked $flag"

@@ -6,6 +6,7 @@ source=$(cd "$here/../.." && pwd)
 build=$2
 toolchain=$3
 work=$build/package
+[ -x "$source/build/native/vantra-inspect" ] || { echo "no native vantra-inspect"; exit 77; }
 for tool in jq llvm-dlltool pkg-config zip; do command -v $tool >/dev/null || { echo "no $tool"; exit 77; }; done
 unpacked=$(echo "$work/moved here"/vantra-*)
 tool=x86_64-w64-mingw32
@@ -15,9 +16,9 @@ bill() { jq -re "$1" ./*.spdx.json; }
 
 pack() {
   export SOURCE_DATE_EPOCH=1000000000
-  (umask 022 && "$source/cmake/package/pack" "$build" one)
+  (umask 022 && "$source/cmake/package/pack" "$build" "$source/build/native" one)
   sleep 2 # times in a zip count in twos
-  (umask 077 && TZ=Asia/Tokyo "$source/cmake/package/pack" "$build" two)
+  (umask 077 && TZ=Asia/Tokyo "$source/cmake/package/pack" "$build" "$source/build/native" two)
   cmp one/*.zip two/*.zip
   rm -rf "$work/moved here"
   mkdir "$work/moved here"
@@ -28,6 +29,8 @@ pack() {
   [ "$(bill '.files | length')" = $(($(wc -l <SHA256SUMS) - 1)) ] || fail "the bill does not list every file"
   bill '.files[] | select(.fileName == "./bin/Vantra.dll").checksums[1].checksumValue + "  bin/Vantra.dll"' | sha256sum -c
   cmp bin/Vantra.dll "$build/Vantra.dll"
+  inspect/vantra-inspect check docs/usage-document-example.xml
+  VANTRA_PREFIX=examples "$source/cmake/wine-run" inspect/vantra-inspect.exe check docs/usage-document-example.xml
   $tool-nm bin/Vantra.dll.debug | awk '$3 == "UTInitialize" { print $1 }' |
     xargs $tool-addr2line -e bin/Vantra.dll.debug | grep '/src/api/UTLogData.cpp:[1-9]'
 }

@@ -5,7 +5,7 @@ source=$(cd "$(dirname "$0")/../.." && pwd)
 export VANTRA_PREFIX=tools
 world=$(mktemp -d)
 trap 'rm -rf "$world"' EXIT
-cp "$2/Vantra.dll" "$2/Sendrix2.exe" "$2/vantra-demo.exe" "$world"
+cp "$2/Vantra.dll" "$2/Sendrix2.exe" "$2/vantra-demo.exe" "$2/vantra-inspect.exe" "$world"
 cd "$world"
 # An agent that an earlier case started may still be at work, and would make its folders again.
 WINEPREFIX=$source/build/wine/$VANTRA_PREFIX /usr/lib/wine/wineserver64 -k 2>/dev/null || true
@@ -96,6 +96,42 @@ demo_asks() {
 demo_arguments() {
   for bad in 'no-such-folder' '--consent perhaps .' '. .'; do run 2 vantra-demo.exe $bad; done
   run 0 vantra-demo.exe --help
+}
+
+# Documents as support and analysts get them: a session that crashed, one with a gap, one packed, one that is hostile.
+inspect_tells() {
+  example=$source/docs/usage-document-example.xml user=ee3ebfc2-9cf1-43b9-827a-84e9267912bf
+  mkdir -p in/sub
+  a=ulog_Acme_Draw_${user}_ba75520a-2a5a-4cd0-8658-84e928a7dd23 b=ulog_Acme_Draw_${user}_ca75520a-2a5a-4cd0-8658-84e928a7dd23
+  cp "$example" "in/${a}_0.xml"
+  sed 's/ba75520a/ca75520a/; s/2026-11-24/2026-11-25/; /EndSession/,$d' "$example" >"in/${b}_0.tmp"
+  run 0 vantra-inspect.exe list --last in
+  says 'abandoned .*ca75520a-'
+  sed -n '1,5p' "$example" | sed 's/ba75520a/ca75520a/; s/NOVALUE/Crash/' >"in/sub/$b.xml"
+  run 3 vantra-inspect.exe list --json --last in
+  says '"session":"ca75520a.*"version":"3.1".*"files":2,"records":43,"events":1,"state":"crashed"}$'
+  run 0 vantra-inspect.exe check "in/${a}_0.xml"
+  cp "in/${a}_0.xml" "in/${a}_2.rdy"
+  run 1 vantra-inspect.exe check --json in
+  says '_2.rdy".*"rule":"name"'
+  says '"offset":4425,"rule":"open"'
+  run 0 vantra-inspect.exe list in
+  says 'incomplete .*ba75520a-'
+  head -c 100000000 /dev/zero | gzip >in/bomb.xml.gz
+  gzip -c "$example" | head -c 900 >in/sub/cut.xml.gz
+  status=0
+  (ulimit -v 200000 && "$source/build/native/vantra-inspect" check --threads 2 in) >output 2>&1 || status=$?
+  [ $status = 2 ] || fail "the bomb: $status"
+  for threads in 1 3; do
+    run 2 vantra-inspect.exe export --threads $threads --to csv -o rows$threads.csv in
+    says 'cannot read .*cut.xml.gz: the packed data end too early'
+    says '^vantra-inspect: .* rows of .* documents, 2 malformed records left out'
+  done
+  cmp rows1.csv rows3.csv
+  run 0 vantra-inspect.exe export --partition day -o days "in/${a}_0.xml" "in/${b}_0.tmp"
+  [ "$(cat days/day=2026-11-24/records.ndjson | wc -l)/$(ls days | wc -l)" = 44/2 ] || fail "not two days of rows"
+  run 2 vantra-inspect.exe check nothing.xml
+  says 'vantra-inspect: cannot read nothing.xml: File not found'
 }
 
 "$1"

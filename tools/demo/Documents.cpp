@@ -2,16 +2,16 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 #include <thread>
+
+#include "LineCounter.h"
+#include "reader/DocumentReader.h"
+#include "reader/Files.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr std::string_view kObfuscationMarker = "R-M$ke#$vQPo5lupadix";
 
 fs::path AgentFolder() {
   const wchar_t* const applicationData = _wgetenv(L"APPDATA");
@@ -22,9 +22,6 @@ bool IsDocument(const fs::path& path, std::wstring_view prefix) {
   return path.filename().native().starts_with(prefix) &&
          (path.extension() == L".xml" || path.extension() == L".rdy");
 }
-
-// The printable characters '!' to '~' are rotated by half their number; a second turn brings them back.
-char Rotate(char c) { return c < '!' || c > '~' ? c : static_cast<char>('!' + (c - '!' + 47) % 94); }
 
 }  // namespace
 
@@ -66,14 +63,11 @@ std::vector<fs::path> WaitForNewDocuments(std::wstring_view prefix, const std::v
 }
 
 std::optional<DocumentText> ReadDocument(const fs::path& document) {
-  std::ifstream file(document, std::ios::binary);
-  if (!file) file.open(OutboxFolder() / document.filename(), std::ios::binary);
-  if (!file) return {};
-  DocumentText content{{std::istreambuf_iterator<char>(file), {}}, false};
-  if (content.text.starts_with(kObfuscationMarker)) {
-    content.wasObfuscated = true;
-    content.text.erase(0, kObfuscationMarker.size());
-    std::ranges::transform(content.text, content.text.begin(), Rotate);
-  }
+  vantra::reader::FileSource file;
+  if (!file.Open(ToUtf8(document)) && !file.Open(ToUtf8(OutboxFolder() / document.filename()))) return {};
+  vantra::reader::DocumentReader reader;
+  reader.Open(file);
+  DocumentText content{{}, reader.IsObfuscated()};
+  while (reader.Next() != vantra::reader::Piece::Done) content.text += reader.Text();
   return content;
 }

@@ -59,7 +59,7 @@ class Worker {
  private:
   void Check(const Document& document, Writer& writer) {
     document.PutPath(path_);
-    const bool isOpen = file_.Open(path_);
+    const bool isOpen = file_.Open(document.folder, document.file);
     if (isOpen) {
       reader_.Open(file_);
       checker_.Check(document, reader_, [&](const Finding& finding) {

@@ -58,7 +58,7 @@ class Worker {
  private:
   void Export(const reader::Session& session, const Document& document, Writer& writer) {
     document.PutPath(path_);
-    if (!file_.Open(path_)) return Complain(file_.Error(), writer);
+    if (!file_.Open(document.folder, document.file)) return Complain(file_.Error(), writer);
     reader_.Open(file_);
     Facts facts = reader::FactsIn(reader_.Beginning());
     if (facts.family.empty() && known_.family.empty()) known_.Complete(FactsOfOthers(session, document));
@@ -92,7 +92,8 @@ class Worker {
     reader::DocumentReader other;
     for (const Document& document : session.documents) {
       reader::FileSource file;
-      if (document.isCopy || document.file == asking.file || !file.Open(document.Path())) continue;
+      if (document.isCopy || document.file == asking.file || !file.Open(document.folder, document.file))
+        continue;
       other.Open(file);
       facts = reader::FactsIn(other.Beginning());
       if (facts.origin == reader::Origin::Session && !facts.family.empty()) return facts;

@@ -21,14 +21,18 @@ void PageOrder::Fail(std::exception_ptr error) {
   changed_.notify_all();
 }
 
-void PageOrder::Put(size_t item, std::unique_ptr<Page>& page, bool isLast) {
+bool PageOrder::IsWelcome(size_t session) const noexcept {
+  return waitingBytes_ < most_ || (session == turn_ && !isConsuming_);
+}
+
+void PageOrder::Put(size_t session, std::unique_ptr<Page>& page, bool isLast) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return item == turn_ || waitingPages_ < most_ || error_ != nullptr; });
+  changed_.wait(lock, [&] { return IsWelcome(session) || error_ != nullptr; });
   if (error_ != nullptr) std::rethrow_exception(error_);
-  Item& place = waiting_[item];
+  Result& place = waiting_[session];
+  waitingBytes_ += page->Text().size();
   place.pages.push_back(std::move(page));
   place.isComplete = isLast;
-  ++waitingPages_;
   Drain(lock);
   page = spare_.empty() ? NewPage() : std::move(spare_.back());
   if (!spare_.empty()) spare_.pop_back();
@@ -50,7 +54,7 @@ void PageOrder::Drain(std::unique_lock<std::mutex>& lock) {
       Fail(std::current_exception());
     }
     lock.lock();
-    waitingPages_ -= pages.size();
+    for (const auto& page : pages) waitingBytes_ -= page->Text().size();
     std::ranges::move(pages, std::back_inserter(spare_));
     if (isComplete) {
       waiting_.erase(turn_);
@@ -64,10 +68,6 @@ void PageOrder::Drain(std::unique_lock<std::mutex>& lock) {
 
 void WorkOn(size_t sessions, unsigned threads, const std::function<Work()>& makeWorker,
             PageOrder::Consume consume) {
-  // Several sessions are one item, when there are many: pages are then handed on when they are worth it.
-  constexpr size_t kMost = 16;
-  constexpr size_t kItemsOfThread = 8;
-  const size_t together = std::clamp<size_t>(sessions / (threads * kItemsOfThread), 1, kMost);
   PageOrder order(std::move(consume), threads);
   std::atomic<size_t> next = 0;
   std::exception_ptr error;
@@ -76,11 +76,10 @@ void WorkOn(size_t sessions, unsigned threads, const std::function<Work()>& make
     try {
       const Work work = makeWorker();
       std::unique_ptr<Page> page = order.NewPage();
-      for (size_t item = next++; item * together < sessions; item = next++) {
-        Writer writer(order, item, page);
-        const size_t end = std::min(sessions, (item + 1) * together);
-        for (size_t session = item * together; session < end; ++session) work(session, writer);
-        order.Put(item, page, true);
+      for (size_t session = next++; session < sessions; session = next++) {
+        Writer writer(order, session, page);
+        work(session, writer);
+        order.Put(session, page, true);
       }
     } catch (...) {
       const std::lock_guard lock(errorMutex);

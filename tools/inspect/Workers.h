@@ -47,42 +47,44 @@ class Page {
   std::vector<std::string> sentences;
 
  private:
-  static constexpr size_t kFull = size_t{256} << 10;
+  static constexpr size_t kFull = size_t{1024} << 10;
 
   std::unique_ptr<char[]> text_ = std::make_unique_for_overwrite<char[]>(kFull + kRoom);
   size_t size_ = 0;
 };
 
 // Pages on their way from the workers to one consumer, which gets them one at a time and in the order of the
-// items. A worker that is far ahead of the others waits.
+// sessions. A worker that is far ahead of the others waits.
 class PageOrder {
  public:
   using Consume = std::function<void(const Page&)>;
 
   PageOrder(Consume consume, unsigned threads) : consume_(std::move(consume)), most_(kAhead * threads) {}
 
-  // Takes the page, the last one of the item or not, and leaves an empty one in its place. Throws what the
+  // Takes the page, the last one of the session or not, and leaves an empty one in its place. Throws what the
   // consumer has thrown, to every worker.
-  void Put(size_t item, std::unique_ptr<Page>& page, bool isLast);
+  void Put(size_t session, std::unique_ptr<Page>& page, bool isLast);
   [[nodiscard]] std::unique_ptr<Page> NewPage();
   // Ends all waiting.
   void Fail(std::exception_ptr error);
 
  private:
-  static constexpr size_t kAhead = 4;  // pages a thread
+  static constexpr size_t kAhead = size_t{3} << 20;  // bytes that wait, for each thread
 
-  struct Item {
+  struct Result {
     std::vector<std::unique_ptr<Page>> pages;
     bool isComplete = false;
   };
+  // Whether a page of the session may wait, or need not.
+  [[nodiscard]] bool IsWelcome(size_t session) const noexcept;
   void Drain(std::unique_lock<std::mutex>& lock);
 
   Consume consume_;
   size_t most_;
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::map<size_t, Item> waiting_;
-  size_t waitingPages_ = 0;
+  std::map<size_t, Result> waiting_;
+  size_t waitingBytes_ = 0;
   std::vector<std::unique_ptr<Page>> spare_;
   size_t turn_ = 0;
   bool isConsuming_ = false;
@@ -92,18 +94,18 @@ class PageOrder {
 // The page that a worker is filling.
 class Writer {
  public:
-  Writer(PageOrder& order, size_t item, std::unique_ptr<Page>& page)
-      : order_(order), item_(item), page_(page) {}
+  Writer(PageOrder& order, size_t session, std::unique_ptr<Page>& page)
+      : order_(order), session_(session), page_(page) {}
 
   // A page with room.
   [[nodiscard]] Page& Room() {
-    if (page_->IsFull()) order_.Put(item_, page_, false);
+    if (page_->IsFull()) order_.Put(session_, page_, false);
     return *page_;
   }
 
  private:
   PageOrder& order_;
-  size_t item_;
+  size_t session_;
   std::unique_ptr<Page>& page_;
 };
 

@@ -1,8 +1,10 @@
 #include "reader/Checker.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "reader/FileName.h"
+#include "util/Blocks.h"
 
 namespace vantra::reader {
 namespace {
@@ -21,7 +23,7 @@ void Checker::Begin(const Document& document) {
   course_ = index ? &session_ : &own_;
   nameSession_ = document.name.session;
   stage_ = Stage::Nothing;
-  isCut_ = isForeign_ = false;
+  isCut_ = false;
   const bool goesOn = index && session_.index && *index == *session_.index + 1;
   if (!goesOn) {
     course_->nextSeq.reset();
@@ -71,10 +73,9 @@ void Checker::PassMalformed() {
   isCut_ = reader_->Fault() == Rule::Cut;
   if (stage_ != Stage::After) Tell(stage_ == Stage::Ended ? Rule::AfterEnd : reader_->Fault());
   if (stage_ == Stage::Ended) stage_ = Stage::After;
-  isForeign_ = stage_ <= Stage::Prologue;
   course_->nextSeq.reset();
   course_->isEveryGroupKnown = false;
-  if (stage_ == Stage::Nothing) stage_ = Stage::Prologue;
+  if (stage_ <= Stage::Prologue) stage_ = Stage::Damaged;
 }
 
 void Checker::CheckRecord(const Record& record) {
@@ -83,12 +84,17 @@ void Checker::CheckRecord(const Record& record) {
     CheckOrder(record);
   if (record.seq != course.nextSeq && course.nextSeq) Tell(Rule::Gap);
   course.nextSeq = Next(record.seq);
-  if (!record.time.empty() && record.time != course.time) {
-    if (record.time < course.time) Tell(Rule::TimeBack);
-    course.time = record.time;
-  }
+  const Time& last = course.time;
+  if (record.time.size() == last.size() && !util::SameBytes(record.time.data(), last.data(), last.size()))
+    CheckNewTime(record.time);
   CheckGroup(record);
   if (record.flaws != 0) CheckFlaws(record.flaws);
+}
+
+void Checker::CheckNewTime(std::string_view time) {
+  Time& last = course_->time;
+  if (time < std::string_view(last.data(), last.size())) Tell(Rule::TimeBack);
+  std::memcpy(last.data(), time.data(), last.size());
 }
 
 void Checker::CheckOrder(const Record& record) {
@@ -126,6 +132,8 @@ void Checker::CheckStage(Kind kind) {
     case Stage::Nothing:
       Tell(Rule::NoPrologue);
       break;
+    case Stage::Damaged:
+      break;
     default:
       // No document but the first begins a session.
       if (isOpening != (stage_ == Stage::Prologue) ||
@@ -158,7 +166,7 @@ void Checker::CheckFlaws(uint8_t flaws) {
 }
 
 void Checker::CheckEnd() {
-  if (stage_ >= Stage::Ended || isCut_ || isForeign_) return;
+  if (stage_ >= Stage::Ended || isCut_ || stage_ == Stage::Damaged) return;
   if (stage_ == Stage::Closed) return Tell(Rule::NoEndTag);
   Tell(course_->isEnded ? Rule::SplitAfterEnd : Rule::Open);
 }

@@ -1,6 +1,7 @@
 // Holds the documents of a session against the format, record by record.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -30,6 +31,7 @@ class Checker {
   void Check(const Document& document, DocumentReader& reader, const Told& tell);
 
  private:
+  using Time = std::array<char, 20>;
   // What the records before tell about the next one.
   struct Course {
     std::string id;  // of the session; empty while none has been seen
@@ -37,16 +39,17 @@ class Checker {
     std::optional<int32_t> nextSeq;  // nothing when a record before could not be read
     uint32_t lastGroup = 0;
     bool isEveryGroupKnown = false;  // up to the last one; else it is the largest number seen
-    std::string time;
+    Time time{};
     bool isEnded = false;
   };
-  // How far the document is.
-  enum class Stage : uint8_t { Nothing, Prologue, Inside, Closed, Ended, After };
+  // How far the document is. One whose beginning cannot be read is damaged until a record has been.
+  enum class Stage : uint8_t { Nothing, Prologue, Damaged, Inside, Closed, Ended, After };
 
   void Begin(const Document& document);
   void CheckRecord(const Record& record);
   void CheckOrder(const Record& record);
   void CheckStage(Kind kind);
+  void CheckNewTime(std::string_view time);
   void CheckGroup(const Record& record);
   void CheckFlaws(uint8_t flaws);
   void CheckEnd();
@@ -63,7 +66,6 @@ class Checker {
   std::string_view nameSession_;
   Stage stage_ = Stage::Nothing;
   bool isCut_ = false;
-  bool isForeign_ = false;  // nothing but what is malformed has been seen yet
 };
 
 }  // namespace vantra::reader

@@ -11,7 +11,6 @@ namespace {
 constexpr std::string_view kPacked = ".gz";
 constexpr std::pair<std::string_view, Ending> kEndings[] = {
     {".xml", Ending::Xml}, {".rdy", Ending::Rdy}, {".tmp", Ending::Tmp}};
-constexpr size_t kGuid = 36;
 
 bool TakeEnd(std::string_view& text, std::string_view end) noexcept {
   if (!text.ends_with(end)) return false;
@@ -21,10 +20,10 @@ bool TakeEnd(std::string_view& text, std::string_view end) noexcept {
 
 // "_GUID" at the end of the text.
 std::string_view TakeGuid(std::string_view& text) noexcept {
-  if (text.size() <= kGuid || text[text.size() - kGuid - 1] != '_') return {};
-  const std::string_view guid = text.substr(text.size() - kGuid);
+  if (text.size() <= kGuidSize || text[text.size() - kGuidSize - 1] != '_') return {};
+  const std::string_view guid = text.substr(text.size() - kGuidSize);
   if (!IsGuid(guid)) return {};
-  text.remove_suffix(kGuid + 1);
+  text.remove_suffix(kGuidSize + 1);
   return guid;
 }
 

@@ -1,6 +1,7 @@
 // What the name of a document's file tells.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -10,6 +11,7 @@ namespace vantra::reader {
 enum class Ending : uint8_t { Xml, Rdy, Tmp };
 
 // Views are into the name that was parsed.
+constexpr size_t kGuidSize = 36;
 struct FileName {
   std::string_view stem;  // without endings: the name of the document, wherever its file lies
   Ending ending;

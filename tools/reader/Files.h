@@ -22,10 +22,12 @@ constexpr char kSeparators[] = "/";
 class FileSource final : public Source {
  public:
   FileSource() = default;
-  ~FileSource() override { Close(); }
+  ~FileSource() override;
 
-  // Whether it is there and may be read; else Error tells why not.
-  bool Open(const std::string& path);
+  // Whether the file is there and may be read; else Error tells why not. The folder is empty or ends in a
+  // separator.
+  bool Open(std::string_view folder, std::string_view name);
+  bool Open(const std::string& path) { return Open({}, path); }
   void Close() noexcept;
 
   [[nodiscard]] size_t Read(char* to, size_t size) override;
@@ -33,6 +35,11 @@ class FileSource final : public Source {
 
  private:
   intptr_t file_ = -1;
+  std::string path_;
+#ifndef _WIN32
+  std::string folder_;  // of the last file: most are followed by another one there
+  int folderHandle_ = -1;
+#endif
   std::string error_;
 };
 

@@ -29,10 +29,23 @@ Type TypeOf(const dirent& entry, const std::string& folder) {
 
 }  // namespace
 
-bool FileSource::Open(const std::string& path) {
+FileSource::~FileSource() {
+  Close();
+  if (folderHandle_ >= 0) close(folderHandle_);
+}
+
+bool FileSource::Open(std::string_view folder, std::string_view name) {
   Close();
   error_.clear();
-  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+  if (folder != folder_) {
+    if (folderHandle_ >= 0) close(folderHandle_);
+    folder_ = folder;
+    folderHandle_ = folder_.empty() ? -1 : open(folder_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  }
+  path_ = name;
+  const bool isInFolder = !folder_.empty();
+  const int file =
+      openat(isInFolder ? folderHandle_ : AT_FDCWD, path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
   if (file < 0) error_ = LastError();
   file_ = file;
   return file >= 0;

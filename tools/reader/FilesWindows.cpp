@@ -29,10 +29,13 @@ HANDLE HandleOf(intptr_t file) { return reinterpret_cast<HANDLE>(file); }
 
 }  // namespace
 
-bool FileSource::Open(const std::string& path) {
+FileSource::~FileSource() { Close(); }
+
+bool FileSource::Open(std::string_view folder, std::string_view name) {
   Close();
   error_.clear();
-  const HANDLE file = OpenForReading(path, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+  path_.assign(folder).append(name);
+  const HANDLE file = OpenForReading(path_, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
   if (file == INVALID_HANDLE_VALUE) error_ = LastError();
   file_ = reinterpret_cast<intptr_t>(file);
   return file_ != -1;

@@ -78,16 +78,6 @@ std::string_view NameOf(std::span<const Attribute> element) noexcept {
   return element[0].before.substr(0, element[0].before.find(' ') + 1);
 }
 
-// Whether the text is made as the pattern says, d standing for a digit and x for a lower-case hexadecimal
-// one.
-bool Fits(std::string_view text, std::string_view pattern) noexcept {
-  const auto fits = [](char p, char c) {
-    const bool isDigit = c >= '0' && c <= '9';
-    return p == 'd' ? isDigit : p == 'x' ? isDigit || (c >= 'a' && c <= 'f') : p == c;
-  };
-  return std::ranges::equal(pattern, text, fits);
-}
-
 // Whether sixteen bytes are made like 2011-03-04T05:06.
 bool AreDateAndMinute(const char* text) noexcept {
   constexpr unsigned kDigits = 0b1101'1011'0110'1111;
@@ -172,6 +162,9 @@ class Reading {
     text = {{start, static_cast<size_t>(scan.end - start)}, scan.isPlain};
     flaws |= scan.flaws;
     at_ += text.raw.size();
+    // More may follow than belongs to this text.
+    isIncomplete_ = at_ > text_.size();
+    if (isIncomplete_) return false;
     if (*scan.end == '"') return !text.raw.empty() || Fail(Rule::Escaping);
     const std::string_view rest = text_.substr(at_);
     isIncomplete_ = rest.empty() || (rest[0] == '&' && rest.size() < kReferenceSize);
@@ -217,12 +210,11 @@ Parsed Malformed(std::string_view text) noexcept {
     return text.size() < literal.size() && literal.starts_with(text);
   };
   if (text[0] == '\0') return because(Rule::Nul);
-  bool isIncomplete = may(kPrologue) || may(kEndTag) || may(kDoctype) || may(kRoot);
-  for (const auto& attributes : kElements) {
-    if (text.starts_with(NameOf(attributes))) return because(Rule::Attributes);
-    isIncomplete = isIncomplete || may(attributes[0].before);
-  }
-  if (isIncomplete) return {Piece::Malformed, {}, Rule::Cut, true, 0};
+  const auto isNamed = [text](const auto& attributes) { return text.starts_with(NameOf(attributes)); };
+  const auto mayBe = [may](const auto& attributes) { return may(attributes[0].before); };
+  if (may(kPrologue) || may(kEndTag) || may(kDoctype) || may(kRoot) || std::ranges::any_of(kElements, mayBe))
+    return {Piece::Malformed, {}, Rule::Cut, true, 0};
+  if (std::ranges::any_of(kElements, isNamed)) return because(Rule::Attributes);
   if (text.starts_with(kDeclaration)) return because(RuleOfDeclaration(text));
   return because(text.starts_with(kRoot)      ? Rule::Prologue
                  : text.starts_with(kDoctype) ? Rule::Doctype
@@ -238,7 +230,9 @@ Records EmptyRecords() noexcept {
 }
 
 bool IsTime(std::string_view text) noexcept {
-  if (text.size() != 20 || !AreDateAndMinute(text.data()) || !Fits(text.substr(16), ":ddZ")) return false;
+  const auto isDigit = [text](size_t at) { return text[at] >= '0' && text[at] <= '9'; };
+  if (text.size() != 20 || !AreDateAndMinute(text.data())) return false;
+  if (text[16] != ':' || !isDigit(17) || !isDigit(18) || text[19] != 'Z') return false;
   const auto pair = [text](size_t at) { return (text[at] - '0') * 10 + text[at + 1] - '0'; };
   const int month = pair(5);
   const bool isLeap = pair(2) % 4 == 0 && (pair(2) != 0 || pair(0) % 4 == 0);
@@ -248,10 +242,24 @@ bool IsTime(std::string_view text) noexcept {
   return pair(8) >= 1 && pair(8) <= days && pair(11) < 24 && pair(14) < 60 && pair(17) < 60;
 }
 
-bool IsGuid(std::string_view text) noexcept { return Fits(text, "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx"); }
+bool IsGuid(std::string_view text) noexcept {
+  constexpr size_t kSize = 36;
+  constexpr uint64_t kJoints = uint64_t{1} << 8 | uint64_t{1} << 13 | uint64_t{1} << 18 | uint64_t{1} << 23;
+  if (text.size() != kSize) return false;
+  const auto digits = [text](size_t at) {
+    return uint64_t{FindHexadecimal(util::LoadWholeBlock(text.data() + at))} << at;
+  };
+  const bool areJoints = text[8] == '-' && text[13] == '-' && text[18] == '-' && text[23] == '-';
+  return areJoints && (digits(0) | digits(16) | digits(20) | kJoints) == (uint64_t{1} << kSize) - 1;
+}
 
 bool IsDocumentId(std::string_view text) noexcept {
-  return text == "0" || text == "NOVALUE" || Fits(text, "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx");
+  constexpr size_t kDigest = 32;
+  if (text.size() != kDigest) return text == "0" || text == "NOVALUE";
+  const auto areDigits = [text](size_t at) {
+    return FindHexadecimal(util::LoadWholeBlock(text.data() + at)) == 0xFFFF;
+  };
+  return areDigits(0) && areDigits(16);
 }
 
 bool IsBeginning(std::string_view text) noexcept {

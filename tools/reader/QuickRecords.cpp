@@ -18,26 +18,43 @@ using util::LoadWholeBlock;
 
 constexpr size_t kTimeSize = 20;
 constexpr size_t kDigestSize = 32;
-constexpr std::string_view kValueBegin = "<DataRec time=\"";
-constexpr std::string_view kEventBegin = "<EventRec doc=\"";
-constexpr std::string_view kGroupBegin = "<NewGroup category=\"";
-constexpr std::string_view kGroupLead = "\" group=\"";
-constexpr std::string_view kNameLead = "\" name=\"";
-constexpr std::string_view kDataLead = "\" data=\"";
-constexpr std::string_view kCategoryLead = "\" category=\"";
-constexpr std::string_view kSubcategoryLead = "\" subcategory=\"";
-constexpr std::string_view kTimeLead = "\" time=\"";
-constexpr std::string_view kDocLead = "\" doc=\"";
-constexpr std::string_view kSeqLead = "\" seq=\"";
+// A literal of the format, compared in blocks.
+struct Lead {
+  template <size_t N>
+  consteval explicit Lead(const char (&literal)[N]) : size(N - 1), need((1U << (N - 1)) - 1) {
+    static_assert(N - 1 < 2 * kBlock);
+    for (size_t i = 0; i < size; ++i) bytes[i] = literal[i];
+  }
+  [[nodiscard]] constexpr std::string_view Text() const noexcept { return {bytes, size}; }
 
-[[gnu::always_inline]] inline bool Is(const char* at, std::string_view literal) noexcept {
-  return std::memcmp(at, literal.data(), literal.size()) == 0;
+  alignas(kBlock) char bytes[2 * kBlock] = {};
+  size_t size;
+  uint32_t need;
+};
+
+constexpr Lead kValueBegin{"<DataRec time=\""};
+constexpr Lead kEventBegin{"<EventRec doc=\""};
+constexpr Lead kGroupBegin{"<NewGroup category=\""};
+constexpr Lead kGroupLead{"\" group=\""};
+constexpr Lead kNameLead{"\" name=\""};
+constexpr Lead kDataLead{"\" data=\""};
+constexpr Lead kCategoryLead{"\" category=\""};
+constexpr Lead kSubcategoryLead{"\" subcategory=\""};
+constexpr Lead kTimeLead{"\" time=\""};
+constexpr Lead kDocLead{"\" doc=\""};
+constexpr Lead kSeqLead{"\" seq=\""};
+
+[[gnu::always_inline]] inline uint32_t Equal16(const char* at, const char* wanted) noexcept {
+  return Bits(_mm_cmpeq_epi8(LoadWholeBlock(at), LoadWholeBlock(wanted)));
 }
 
 [[gnu::always_inline]] inline uint64_t Equal32(const char* at, const char* wanted) noexcept {
-  const __m128i first = _mm_cmpeq_epi8(LoadWholeBlock(at), LoadWholeBlock(wanted));
-  const __m128i second = _mm_cmpeq_epi8(LoadWholeBlock(at + kBlock), LoadWholeBlock(wanted + kBlock));
-  return Bits(first) | Bits(second) << kBlock;
+  return Equal16(at, wanted) | Equal16(at + kBlock, wanted + kBlock) << kBlock;
+}
+
+[[gnu::always_inline]] inline bool Is(const char* at, const Lead& lead) noexcept {
+  const uint64_t equal = lead.size <= kBlock ? Equal16(at, lead.bytes) : Equal32(at, lead.bytes);
+  return (~equal & lead.need) == 0;
 }
 
 // A text with nothing to look at in it but the quote at its end is found without a branch on its length, as
@@ -50,25 +67,18 @@ constexpr std::string_view kSeqLead = "\" seq=\"";
     text = {{at, size}, true};
     return size == 0 ? nullptr : at + size;
   }
-  const FreeScan scan = ScanFree(at);
+  const FreeScan scan = ScanFree(at + size);
   if (*scan.end != '"' || scan.end == at) return nullptr;
   text = {{at, static_cast<size_t>(scan.end - at)}, scan.isPlain};
   flaws |= scan.flaws;
   return scan.end;
 }
 
-[[gnu::always_inline]] inline const char* Pass(const char* at, std::string_view literal) noexcept {
-  return at != nullptr && Is(at, literal) ? at + literal.size() : nullptr;
+[[gnu::always_inline]] inline const char* Pass(const char* at, const Lead& lead) noexcept {
+  return at != nullptr && Is(at, lead) ? at + lead.size : nullptr;
 }
 
-bool AreHexadecimal(const char* at) noexcept {
-  const __m128i block = LoadWholeBlock(at);
-  const auto isFromTo = [block](char first, char last) {
-    return _mm_and_si128(_mm_cmpgt_epi8(block, _mm_set1_epi8(static_cast<char>(first - 1))),
-                         _mm_cmplt_epi8(block, _mm_set1_epi8(static_cast<char>(last + 1))));
-  };
-  return Bits(_mm_or_si128(isFromTo('0', '9'), isFromTo('a', 'f'))) == 0xFFFF;
-}
+bool AreHexadecimal(const char* at) noexcept { return FindHexadecimal(LoadWholeBlock(at)) == 0xFFFF; }
 
 // Of the two common kinds of document id.
 const char* PassDocument(const char* at, std::string_view& doc) noexcept {
@@ -96,28 +106,27 @@ QuickRecords::QuickRecords(Records& records) noexcept
     : value_(records[static_cast<size_t>(Kind::Value)]),
       event_(records[static_cast<size_t>(Kind::Event)]),
       group_(records[static_cast<size_t>(Kind::Group)]) {
-  time_.Set(std::string(kTimeLead).append(kTimeSize, '?'));
-  valueHead_.Set(std::string(kValueBegin).append(kTimeSize, '?'));
-  SetValueGroup(1);
-  SetNextGroup(1);
+  time_.Set(std::string(kTimeLead.Text()).append(kTimeSize, '?'));
+  valueHead_.Set(std::string(kValueBegin.Text()).append(kTimeSize, '?'));
+  LearnGroup(0);
   SetSeq(0);
 }
 
 void QuickRecords::SetTime(const char* time) noexcept {
-  std::memcpy(time_.bytes + kTimeLead.size(), time, kTimeSize);
-  std::memcpy(valueHead_.bytes + kValueBegin.size(), time, kTimeSize);
+  std::memcpy(time_.bytes + kTimeLead.size, time, kTimeSize);
+  std::memcpy(valueHead_.bytes + kValueBegin.size, time, kTimeSize);
 }
 
 void QuickRecords::SetSeq(int32_t seq) noexcept {
   char text[kBlock * 2];
-  char* const end = Put(Put(Put(text, kSeqLead), seq), kRecordEnd);
+  char* const end = Put(Put(Put(text, kSeqLead.Text()), seq), kRecordEnd);
   seqTail_.Set({text, static_cast<size_t>(end - text)});
   seq_ = seq;
 }
 
 void QuickRecords::SetValueGroup(int32_t group) noexcept {
-  char* const at = valueHead_.bytes + kValueBegin.size() + kTimeSize;
-  const char* const end = Put(Put(Put(at, kGroupLead), group), kNameLead);
+  char* const at = valueHead_.bytes + kValueBegin.size + kTimeSize;
+  const char* const end = Put(Put(Put(at, kGroupLead.Text()), group), kNameLead.Text());
   valueHead_.size = static_cast<uint32_t>(end - valueHead_.bytes);
   valueHead_.need = (uint64_t{1} << valueHead_.size) - 1;
   valueGroup_ = group;
@@ -125,9 +134,14 @@ void QuickRecords::SetValueGroup(int32_t group) noexcept {
 
 void QuickRecords::SetNextGroup(int32_t group) noexcept {
   char text[kBlock * 2];
-  char* const end = Put(Put(Put(text, kGroupLead), group), kDocLead);
+  char* const end = Put(Put(Put(text, kGroupLead.Text()), group), kDocLead.Text());
   groupTail_.Set({text, static_cast<size_t>(end - text)});
   nextGroup_ = group;
+}
+
+void QuickRecords::LearnGroup(int32_t group) noexcept {
+  SetValueGroup(group);
+  SetNextGroup(static_cast<int32_t>(static_cast<uint32_t>(group) + 1));
 }
 
 void QuickRecords::CountSeq() noexcept {
@@ -142,10 +156,8 @@ void QuickRecords::Learn(const Record& record) noexcept {
   SetSeq(static_cast<int32_t>(static_cast<uint32_t>(record.seq) + 1));
   if (record.time.size() == kTimeSize) SetTime(record.time.data());
   if (record.kind == Kind::Value) SetValueGroup(record.group);
-  if (record.kind == Kind::Group) {
-    SetValueGroup(record.group);
-    SetNextGroup(static_cast<int32_t>(static_cast<uint32_t>(record.group) + 1));
-  }
+  if (record.kind == Kind::Group) LearnGroup(record.group);
+  if (record.kind == Kind::Start) LearnGroup(0);
 }
 
 bool QuickRecords::AdoptTime(const char* time) noexcept {
@@ -155,28 +167,28 @@ bool QuickRecords::AdoptTime(const char* time) noexcept {
 }
 
 bool QuickRecords::AdoptValueHead(const char* at) noexcept {
-  if (!Is(at, kValueBegin) || !AdoptTime(at + kValueBegin.size())) return false;
-  at += kValueBegin.size() + kTimeSize;
+  if (!Is(at, kValueBegin) || !AdoptTime(at + kValueBegin.size)) return false;
+  at += kValueBegin.size + kTimeSize;
   if (!Is(at, kGroupLead)) return false;
-  const char* const number = at + kGroupLead.size();
+  const char* const number = at + kGroupLead.size;
   int32_t group = 0;
   const auto [stop, error] = std::from_chars(number, number + kBlock, group);
   if (error != std::errc() || !Is(stop, kNameLead)) return false;
   SetValueGroup(group);
   // A number may be written with zeros before it.
   return static_cast<uint32_t>(stop - at +
-                               static_cast<ptrdiff_t>(kValueBegin.size() + kTimeSize + kNameLead.size())) ==
+                               static_cast<ptrdiff_t>(kValueBegin.size + kTimeSize + kNameLead.size)) ==
          valueHead_.size;
 }
 
 const char* QuickRecords::PassTime(const char* at, Record& record) noexcept {
-  constexpr size_t kSize = kTimeLead.size() + kTimeSize;
+  constexpr size_t kSize = kTimeLead.size + kTimeSize;
   static_assert(kSize <= 2 * kBlock);
   if (at == nullptr) return nullptr;
   if ((~Equal32(at, time_.bytes) & ((uint64_t{1} << kSize) - 1)) != 0) [[unlikely]] {
-    if (!Is(at, kTimeLead) || !AdoptTime(at + kTimeLead.size())) return nullptr;
+    if (!Is(at, kTimeLead) || !AdoptTime(at + kTimeLead.size)) return nullptr;
   }
-  record.time = {at + kTimeLead.size(), kTimeSize};
+  record.time = {at + kTimeLead.size, kTimeSize};
   return at + kSize;
 }
 
@@ -193,7 +205,7 @@ const Record* QuickRecords::ReadValue(const char* at) noexcept {
   const uint64_t equal = Equal32(at, valueHead_.bytes) | Equal32(at + 32, valueHead_.bytes + 32) << 32;
   if ((~equal & valueHead_.need) != 0 && !AdoptValueHead(at)) return nullptr;
   value_.flaws = 0;
-  value_.time = {at + kValueBegin.size(), kTimeSize};
+  value_.time = {at + kValueBegin.size, kTimeSize};
   value_.group = valueGroup_;
   const char* next = PassText(at + valueHead_.size, value_.name, value_.flaws);
   next = Pass(next, kDataLead);
@@ -204,7 +216,7 @@ const Record* QuickRecords::ReadValue(const char* at) noexcept {
 const Record* QuickRecords::ReadEvent(const char* at) noexcept {
   if (!Is(at, kEventBegin)) return nullptr;
   event_.flaws = 0;
-  const char* next = PassDocument(at + kEventBegin.size(), event_.doc);
+  const char* next = PassDocument(at + kEventBegin.size, event_.doc);
   next = Pass(next, kCategoryLead);
   if (next != nullptr) next = PassText(next, event_.category, event_.flaws);
   next = Pass(next, kSubcategoryLead);
@@ -217,7 +229,7 @@ const Record* QuickRecords::ReadEvent(const char* at) noexcept {
 const Record* QuickRecords::ReadGroup(const char* at) noexcept {
   if (!Is(at, kGroupBegin)) return nullptr;
   group_.flaws = 0;
-  const char* next = PassText(at + kGroupBegin.size(), group_.category, group_.flaws);
+  const char* next = PassText(at + kGroupBegin.size, group_.category, group_.flaws);
   next = Pass(next, kSubcategoryLead);
   if (next != nullptr) next = PassText(next, group_.subcategory, group_.flaws);
   next = Pass(next, kNameLead);
@@ -227,10 +239,7 @@ const Record* QuickRecords::ReadGroup(const char* at) noexcept {
   group_.group = nextGroup_;
   next = PassDocument(next + groupTail_.size, group_.doc);
   const Record* const record = Finish(at, next, group_);
-  if (record != nullptr) {
-    SetValueGroup(nextGroup_);
-    SetNextGroup(static_cast<int32_t>(static_cast<uint32_t>(nextGroup_) + 1));
-  }
+  if (record != nullptr) LearnGroup(nextGroup_);
   return record;
 }
 

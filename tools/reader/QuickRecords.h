@@ -43,6 +43,7 @@ class QuickRecords {
   void SetSeq(int32_t seq) noexcept;
   void SetValueGroup(int32_t group) noexcept;
   void SetNextGroup(int32_t group) noexcept;
+  void LearnGroup(int32_t group) noexcept;
   void CountSeq() noexcept;
 
   Record& value_;

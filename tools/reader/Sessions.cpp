@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <compare>
 #include <cstring>
 #include <limits>
 
@@ -55,7 +56,7 @@ void Sessions::Add(const std::string& path, const Complaint& complain) {
   const size_t folder = separator == std::string::npos ? 0 : separator + 1;
   const FileName name = NameOfAny(std::string_view(path).substr(folder));
   folders_.push_back(path.substr(0, folder));
-  AddFile(static_cast<uint32_t>(folders_.size() - 1), std::string_view(path).substr(folder),
+  AddFile(static_cast<uint32_t>(folders_.size() - 1), std::string_view(path).substr(folder), name,
           name.session.empty() ? SessionIn(path) : std::string());
 }
 
@@ -69,7 +70,8 @@ void Sessions::AddFolder(std::string path, const Complaint& complain) {
     if (isFolder) {
       below.push_back(path + std::string(name));
     } else if (const auto parsed = ParseFileName(name)) {
-      AddFile(folder, name, parsed->session.empty() ? SessionIn(path + std::string(name)) : std::string());
+      AddFile(folder, name, *parsed,
+              parsed->session.empty() ? SessionIn(path + std::string(name)) : std::string());
     }
   };
   if (!ListFolder(path, add, error)) complain(path, error);
@@ -77,65 +79,91 @@ void Sessions::AddFolder(std::string path, const Complaint& complain) {
 }
 
 // The session is given when the name does not tell it.
-void Sessions::AddFile(uint32_t folder, std::string_view file, std::string_view session) {
-  const FileName name = NameOfAny(file);
+void Sessions::AddFile(uint32_t folder, std::string_view file, const FileName& name,
+                       std::string_view session) {
+  const auto placeOf = [file](std::string_view part) {
+    return static_cast<uint16_t>(part.empty() ? 0 : part.data() - file.data());
+  };
   const bool isOfSession = !name.session.empty() && name.session != kNilGuid;
-  const std::string_view key = !session.empty() && session != kNilGuid ? session
-                               : isOfSession                           ? name.session
-                                                                       : name.stem;
-  Entry entry{};
-  entry.order = FirstBytes(key);
-  entry.folder = folder;
-  entry.name = names_.size();
-  entry.sizes = static_cast<uint32_t>(file.size());
-  entry.index = name.index.value_or(kLast);
+  const bool isTold = !session.empty() && session != kNilGuid;
+  const std::string_view key = isTold ? session : isOfSession ? name.session : name.stem;
+  entries_.push_back({.order = FirstBytes(key),
+                      .name = names_.size(),
+                      .folder = folder,
+                      .index = name.index.value_or(kLast),
+                      .size = static_cast<uint16_t>(file.size()),
+                      .stemSize = static_cast<uint16_t>(name.stem.size()),
+                      .keyAt = isTold ? static_cast<uint16_t>(file.size()) : placeOf(key),
+                      .keySize = static_cast<uint16_t>(key.size()),
+                      .sessionAt = placeOf(name.session),
+                      .userAt = placeOf(name.user),
+                      .ending = name.ending,
+                      .isPacked = name.isPacked});
   names_ += file;
-  const bool isInName = key.data() >= file.data() && key.data() < file.data() + file.size();
-  entry.keyAt =
-      static_cast<uint32_t>(isInName ? key.data() - file.data() : static_cast<ptrdiff_t>(file.size()));
-  entry.keySize = static_cast<uint32_t>(key.size());
-  if (!isInName) names_ += key;
-  entries_.push_back(entry);
+  if (isTold) names_ += key;
 }
 
 std::string_view Sessions::NameOf(const Entry& entry) const noexcept {
-  return std::string_view(names_).substr(entry.name, entry.sizes);
+  return {names_.data() + entry.name, entry.size};
 }
 
 std::string_view Sessions::KeyOf(const Entry& entry) const noexcept {
-  return std::string_view(names_).substr(entry.name + entry.keyAt, entry.keySize);
+  return {names_.data() + entry.name + entry.keyAt, entry.keySize};
+}
+
+bool Sessions::IsSame(const Entry& a, const Entry& b) const noexcept {
+  return a.order == b.order && KeyOf(a) == KeyOf(b);
 }
 
 bool Sessions::IsBefore(const Entry& a, const Entry& b) const noexcept {
   if (a.order != b.order) return a.order < b.order;
-  if (const auto order = KeyOf(a) <=> KeyOf(b); order != 0) return order < 0;
+  if (const auto order = KeyOf(a) <=> KeyOf(b); std::is_neq(order)) return std::is_lt(order);
   if (a.index != b.index) return a.index < b.index;
-  const FileName nameA = NameOfAny(NameOf(a));
-  const FileName nameB = NameOfAny(NameOf(b));
-  if (const auto order = nameA.stem <=> nameB.stem; order != 0) return order < 0;
+  const auto stemOf = [this](const Entry& entry) { return NameOf(entry).substr(0, entry.stemSize); };
+  if (const auto order = stemOf(a) <=> stemOf(b); std::is_neq(order)) return std::is_lt(order);
   // Of the same document a finished one comes first.
-  if (nameA.ending != nameB.ending) return nameA.ending < nameB.ending;
-  if (nameA.isPacked != nameB.isPacked) return nameB.isPacked;
+  if (a.ending != b.ending) return a.ending < b.ending;
+  if (a.isPacked != b.isPacked) return b.isPacked;
   return a.folder < b.folder;
 }
 
 void Sessions::Sort() {
   std::ranges::sort(entries_, [this](const Entry& a, const Entry& b) { return IsBefore(a, b); });
+  // Names that lie in the order in which they are asked for are at hand when they are.
+  std::string names;
+  names.reserve(names_.size());
   sessions_.clear();
   for (size_t i = 0; i < entries_.size(); ++i) {
-    if (i == 0 || KeyOf(entries_[i]) != KeyOf(entries_[i - 1])) sessions_.push_back(static_cast<uint32_t>(i));
+    Entry& entry = entries_[i];
+    const size_t size = std::max<size_t>(entry.size, size_t{entry.keyAt} + entry.keySize);
+    names.append(names_, entry.name, size);
+    if (i == 0 || !IsSame(entry, entries_[i - 1])) sessions_.push_back(static_cast<uint32_t>(i));
   }
+  size_t at = 0;
+  for (Entry& entry : entries_) {
+    entry.name = at;
+    at += std::max<size_t>(entry.size, size_t{entry.keyAt} + entry.keySize);
+  }
+  names_ = std::move(names);
 }
 
 Document Sessions::DocumentOf(const Entry& entry) const {
   const std::string_view file = NameOf(entry);
-  return {folders_[entry.folder], file, NameOfAny(file)};
+  const auto guidAt = [file](uint16_t at) {
+    return at == 0 ? std::string_view() : file.substr(at, kGuidSize);
+  };
+  Document document{folders_[entry.folder], file, {}};
+  document.name = {file.substr(0, entry.stemSize), entry.ending,         entry.isPacked,
+                   guidAt(entry.sessionAt),        guidAt(entry.userAt), {}};
+  if (entry.index != kLast) document.name.index = entry.index;
+  return document;
 }
 
 Session Sessions::operator[](size_t index) const {
   const size_t first = sessions_[index];
   const size_t end = index + 1 < sessions_.size() ? sessions_[index + 1] : entries_.size();
   Session session{KeyOf(entries_[first]), {}};
+  session.documents.reserve(end - first);
   for (size_t i = first; i < end; ++i) {
     Document document = DocumentOf(entries_[i]);
     document.isCopy = !session.documents.empty() && session.documents.back().name.stem == document.name.stem;

@@ -51,19 +51,21 @@ class Sessions {
   [[nodiscard]] Session operator[](size_t index) const;
 
  private:
+  // A document whose name has been taken apart, in few bytes. Places are within the name.
   struct Entry {
-    uint64_t order;  // the first bytes of the key
-    uint32_t folder;
-    uint32_t sizes;  // of the file name
+    uint64_t order;  // the first bytes of the key, which is the session's identifier
     uint64_t name;   // where it begins in names_
-    uint32_t keyAt;  // the identifier in it
-    uint32_t keySize;
+    uint32_t folder;
     int32_t index;
+    uint16_t size, stemSize, keyAt, keySize, sessionAt, userAt;
+    Ending ending;
+    bool isPacked;
   };
   void AddFolder(std::string path, const Complaint& complain);
-  void AddFile(uint32_t folder, std::string_view file, std::string_view session);
+  void AddFile(uint32_t folder, std::string_view file, const FileName& name, std::string_view session);
   [[nodiscard]] std::string_view NameOf(const Entry& entry) const noexcept;
   [[nodiscard]] std::string_view KeyOf(const Entry& entry) const noexcept;
+  [[nodiscard]] bool IsSame(const Entry& a, const Entry& b) const noexcept;
   [[nodiscard]] bool IsBefore(const Entry& a, const Entry& b) const noexcept;
   [[nodiscard]] Document DocumentOf(const Entry& entry) const;
 

@@ -14,7 +14,7 @@ class Summing {
   void Add(const Document& document) {
     FileSource file;
     const std::string path = document.Path();
-    if (!file.Open(path)) return complain_(path, file.Error());
+    if (!file.Open(document.folder, document.file)) return complain_(path, file.Error());
     reader_.Open(file);
     ++summary_.files;
     const Facts facts = FactsIn(reader_.Beginning());

@@ -1,6 +1,7 @@
 #include "reader/Text.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 
@@ -25,38 +26,41 @@ uint32_t Load32(const char* at) noexcept {
 
 bool IsContinuation(char c) noexcept { return (static_cast<uint8_t>(c) & 0xC0) == 0x80; }
 
-// Whether four characters of three bytes stand there, none of a kind that has exceptions: most of the text of
-// East Asia. Looks at a block.
-bool AreFourOfThree(const char* at) noexcept {
+// One bit for each byte of the block that fits the characters of three bytes which may stand there, one
+// behind the other: most of the text of East Asia. Leads of a kind that has exceptions do not fit, and
+// neither does the last byte.
+unsigned FindThrees(const char* at) noexcept {
   const __m128i block = LoadWholeBlock(at);
   const __m128i marks = _mm_and_si128(
-      block, _mm_setr_epi8(-16, -64, -64, -16, -64, -64, -16, -64, -64, -16, -64, -64, 0, 0, 0, 0));
+      block, _mm_setr_epi8(-16, -64, -64, -16, -64, -64, -16, -64, -64, -16, -64, -64, -16, -64, -64, 0));
   const __m128i wanted =
-      _mm_setr_epi8(-32, -128, -128, -32, -128, -128, -32, -128, -128, -32, -128, -128, 0, 0, 0, 0);
-  if (Bits(_mm_cmpeq_epi8(marks, wanted)) != 0xFFFF) return false;
+      _mm_setr_epi8(-32, -128, -128, -32, -128, -128, -32, -128, -128, -32, -128, -128, -32, -128, -128, -1);
   const auto isLead = [block](char lead) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(lead)); };
   const __m128i exceptions = _mm_or_si128(_mm_or_si128(isLead('\xE0'), isLead('\xED')), isLead('\xEF'));
-  return Bits(exceptions) == 0;
+  return Bits(_mm_andnot_si128(exceptions, _mm_cmpeq_epi8(marks, wanted)));
 }
 
 // Passes over bytes of 128 and above.
 const char* ScanHigh(const char* at, FreeScan& scan) noexcept {
+  constexpr size_t kMost = 15;
+  constexpr unsigned kAll = (1U << kMost) - 1;
+  constexpr std::array<uint8_t, kMost> kWhole = {0, 0, 0, 3, 3, 3, 6, 6, 6, 9, 9, 9, 12, 12, 12};
   constexpr ptrdiff_t kLongest = 4;
-  while (*at < 0) {
-    if (AreFourOfThree(at)) {
-      at += 12;
-      continue;
-    }
+  do {
+    unsigned threes = FindThrees(at);
+    for (; threes == kAll; threes = FindThrees(at)) at += kMost;
+    at += kWhole[static_cast<size_t>(std::countr_one(threes))];
+    if (*at >= 0) break;
     const Character character = ReadCharacter(at, at + kLongest);
     if (character.size == 0) scan.flaws |= kNotUtf8;
     if (character.isNoCharacter) scan.flaws |= kNoCharacter;
     scan.isPlain = scan.isPlain && character.size != 0;
     at += character.size + character.invalid;
-  }
+  } while (*at < 0);
   return at;
 }
 
-// At a byte that is no ordinary one. False when the text ends there.
+// At an ASCII character that is no ordinary one, nor the quote. False when the text ends there.
 bool ScanSpecial(const char*& at, FreeScan& scan) noexcept {
   switch (*at) {
     case '&':
@@ -65,7 +69,6 @@ bool ScanSpecial(const char*& at, FreeScan& scan) noexcept {
       while (ReadReference(at) != '\0');
       scan.isPlain = false;
       return true;
-    case '"':
     case '<':
     case '>':
     case '\'':
@@ -73,10 +76,6 @@ bool ScanSpecial(const char*& at, FreeScan& scan) noexcept {
     case '\0':
       return false;
     default:
-      if (*at < 0) {
-        at = ScanHigh(at, scan);
-        return true;
-      }
       if (*at != '\t' && *at != '\n' && *at != '\r') scan.flaws |= kControlCharacter;
       scan.isPlain = false;
       ++at;
@@ -84,18 +83,22 @@ bool ScanSpecial(const char*& at, FreeScan& scan) noexcept {
   }
 }
 
+// By the two digits, four bits each.
+constexpr std::array<char, 256> kReferences = [] {
+  std::array<char, 256> references{};
+  for (const char c : std::string_view("&<>\"'\\")) references[static_cast<size_t>(c / 10 * 16 + c % 10)] = c;
+  return references;
+}();
+
 }  // namespace
 
 char ReadReference(const char* at) noexcept {
-  if (*at != '&') return '\0';
-  const auto is = [digits = Load32(at + 1)](const char(&text)[5]) { return digits == Load32(text); };
-  if (is("#38;")) return '&';
-  if (is("#60;")) return '<';
-  if (is("#62;")) return '>';
-  if (is("#34;")) return '"';
-  if (is("#39;")) return '\'';
-  if (is("#92;")) return '\\';
-  return '\0';
+  // "#NN;" with any two bytes of the column of digits, whose low halves find the character.
+  constexpr uint32_t kDigits = 0x000F0F00;
+  constexpr uint32_t kFrame = '#' | '0' << 8 | '0' << 16 | uint32_t{';'} << 24;
+  const uint32_t reference = Load32(at + 1);
+  if (*at != '&' || (reference & ~kDigits) != kFrame) return '\0';
+  return kReferences[(reference >> 4 & 0xF0) | (reference >> 16 & 0x0F)];
 }
 
 Character ReadCharacter(const char* at, const char* end) noexcept {
@@ -129,7 +132,13 @@ FreeScan ScanFree(const char* at) noexcept {
       continue;
     }
     at += std::countr_zero(stops);
-    if (!ScanSpecial(at, scan)) break;
+    if (*at == '"') break;
+    if (*at < 0) {
+      at = ScanHigh(at, scan);
+      if (*at == '"') break;
+    } else if (!ScanSpecial(at, scan)) {
+      break;
+    }
   }
   scan.end = at;
   return scan;

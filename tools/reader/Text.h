@@ -1,15 +1,28 @@
 // Free text as it stands in documents: where it ends, what it means, and what is wrong with it.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
+
+#include "util/Blocks.h"
 
 namespace vantra::reader {
 
 // So many bytes behind a text must be readable, and NUL, for the functions here that take no end: they look
 // at whole blocks, and a NUL stops them.
 constexpr size_t kPadding = 64;
+
+// One bit for each byte of the block that is a digit, or a hexadecimal one in lower case.
+[[nodiscard]] inline unsigned FindHexadecimal(__m128i block) noexcept {
+  const auto isFromTo = [block](char first, char last) {
+    return _mm_and_si128(_mm_cmpgt_epi8(block, _mm_set1_epi8(static_cast<char>(first - 1))),
+                         _mm_cmplt_epi8(block, _mm_set1_epi8(static_cast<char>(last + 1))));
+  };
+  return util::Bits(_mm_or_si128(isFromTo('0', '9'), isFromTo('a', 'f')));
+}
 
 struct FreeScan {
   // The quote that ends the text, or the first byte that can be in none: one of < > ' \ NUL, or a & that
