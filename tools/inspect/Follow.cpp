@@ -1,9 +1,10 @@
 // show --follow: a session while it is written.
 //
-// Documents are read anew at each look, and what was shown before is left out by its number. So it does not
-// matter when a document is split, renamed or taken by the agent, and no handle is kept that would be in
-// anybody's way.
+// A document is read anew at each look, and what was shown before is left out by its number. So it does not
+// matter when a document is split or renamed. The handle of the one that is written is kept, which keeps
+// nobody from moving or deleting it: the agent may take it as soon as it has its end.
 #include <chrono>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <thread>
@@ -30,10 +31,19 @@ class Following {
 
   // Shows what is new. False when the session is over.
   bool Look(const Session& session) {
+    // The document that was read last may have got its end and gone.
+    Read();
     bool isWritten = false;
     for (const Document& document : session.documents) {
       if (document.isCopy || document.name.index.value_or(next_) < next_) continue;
-      isWritten = Read(document) || isWritten;
+      if (document.name.stem != stem_) {
+        file_.Open(document.Path());
+        stem_ = document.name.stem;
+        index_ = document.name.index;
+        isAnnounced_ = false;
+        Read();
+      }
+      isWritten = isWritten || IsGoingOn(document);
     }
     printer_.Flush();
     quietLooks_ = isWritten ? 0 : quietLooks_ + 1;
@@ -45,40 +55,33 @@ class Following {
   }
 
  private:
-  // Whether somebody is writing the document, or will go on with the next one.
-  bool Read(const Document& document) {
-    reader::FileSource file;
-    const std::string path = document.Path();
-    if (!file.Open(path)) return true;  // it is being moved
-    reader_.Open(file);
-    const reader::Facts facts = reader::FactsIn(reader_.Beginning());
-    const bool isOwn = facts.origin == reader::Origin::Session;
-    if (!isOwn) last_ = -1;
-    if (!hasBegun_ && !facts.session.empty()) {
-      printer_.Begin(facts, facts.start, {});
-      hasBegun_ = true;
-    }
-    bool isSplit = false;
-    for (Piece piece; (piece = reader_.Next()) != Piece::Done;) {
-      if (piece != Piece::Record || reader_.Current().seq <= last_) continue;
-      isSplit = reader_.Current().kind == reader::Kind::Split;
-      Show(document, facts.origin);
-    }
-    if (isOwn && isSplit) next_ = document.name.index.value_or(next_) + 1;
-    hasEnded_ = hasEnded_ || !isOwn;
+  // Whether more may come, as far as this machine can tell.
+  static bool IsGoingOn([[maybe_unused]] const Document& document) {
 #ifdef _WIN32
-    return isSplit || document.name.ending != reader::Ending::Tmp || reader::IsBeingWritten(path);
+    return document.name.ending == reader::Ending::Tmp && reader::IsBeingWritten(document.Path());
 #else
     return true;
 #endif
   }
 
-  void Show(const Document& document, reader::Origin origin) {
-    const reader::Record& record = reader_.Current();
-    if (document_ != document.name.stem) {
-      document_ = document.name.stem;
-      printer_.BeginDocument(document, origin);
+  void Read() {
+    file_.Rewind();
+    reader_.Open(file_);
+    const reader::Facts facts = reader::FactsIn(reader_.Beginning());
+    if (!isAnnounced_ && facts.origin != reader::Origin::Session) last_ = -1;
+    if (!hasBegun_ && !facts.session.empty()) {
+      printer_.Begin(facts, facts.start, {});
+      hasBegun_ = true;
     }
+    for (Piece piece; (piece = reader_.Next()) != Piece::Done;) {
+      if (piece == Piece::Record && reader_.Current().seq > last_) Show(reader_.Current(), facts.origin);
+    }
+    hasEnded_ = hasEnded_ || facts.origin == reader::Origin::Crash;
+  }
+
+  void Show(const reader::Record& record, reader::Origin origin) {
+    if (!isAnnounced_) printer_.BeginDocument(stem_, origin);
+    isAnnounced_ = true;
     if (last_ >= 0 && record.seq > last_ + 1) {
       printer_.Flush();
       Say("records " + std::to_string(last_ + 1) + " to " + std::to_string(record.seq - 1) +
@@ -86,12 +89,17 @@ class Following {
     }
     last_ = record.seq;
     hasEnded_ = hasEnded_ || record.kind == reader::Kind::End;
+    if (record.kind == reader::Kind::Split) next_ = index_.value_or(next_) + 1;
     printer_.Add(record);
   }
 
   SessionPrinter printer_;
   reader::DocumentReader reader_;
-  std::string document_;
+  // The document that is read: its handle stays, for it may be moved or deleted between two looks.
+  reader::FileSource file_;
+  std::string stem_;
+  std::optional<int32_t> index_;
+  bool isAnnounced_ = false;
   int32_t last_ = -1;
   int32_t next_ = 0;
   int quietLooks_ = 0;

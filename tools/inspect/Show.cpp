@@ -56,7 +56,7 @@ class Showing {
 
   void ShowRecords(const Document& document, reader::FileSource& file) {
     reader_.Open(file);
-    printer_.BeginDocument(document, reader::FactsIn(reader_.Beginning()).origin);
+    printer_.BeginDocument(document.file, reader::FactsIn(reader_.Beginning()).origin);
     for (Piece piece; (piece = reader_.Next()) != Piece::Done;) {
       if (piece == Piece::Record) printer_.Add(reader_.Current());
       if (piece == Piece::Malformed) printer_.AddMalformed(document, reader_);
@@ -158,13 +158,13 @@ void SessionPrinter::Begin(const Facts& facts, std::string_view start, std::stri
   line("State", state);
 }
 
-void SessionPrinter::BeginDocument(const Document& document, reader::Origin origin) {
+void SessionPrinter::BeginDocument(std::string_view name, reader::Origin origin) {
   folder_->Flush();
   if (origin == reader::Origin::Crash) folder_->ForgetGroups();
   lastGroup_ = 0;
   if (options_.isJson || options_.isRaw) return;
   Write(std::string(origin == reader::Origin::Crash ? "Crash     " : "Document  ")
-            .append(Visible(document.file))
+            .append(Visible(name))
             .append("\n"));
 }
 

@@ -27,7 +27,7 @@ class SessionPrinter {
 
   // What a session is, above its entries. The state is left out while it is not known.
   void Begin(const reader::Facts& facts, std::string_view start, std::string_view state);
-  void BeginDocument(const reader::Document& document, reader::Origin origin);
+  void BeginDocument(std::string_view name, reader::Origin origin);
   void Add(const reader::Record& record) { folder_->Add(record); }
   void AddMalformed(const reader::Document& document, const reader::DocumentReader& reader);
   // Writes what has been added.

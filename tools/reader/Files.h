@@ -31,6 +31,8 @@ class FileSource final : public Source {
   void Close() noexcept;
 
   [[nodiscard]] size_t Read(char* to, size_t size) override;
+  // Goes back to the beginning of a file that is open.
+  void Rewind() noexcept;
   [[nodiscard]] std::string_view Error() const noexcept override { return error_; }
 
  private:
