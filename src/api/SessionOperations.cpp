@@ -12,6 +12,7 @@
 #include "crash/CrashHandler.h"
 #include "settings/AgentConfigFile.h"
 #include "settings/AgentFolders.h"
+#include "settings/AgentProgram.h"
 #include "settings/OptInPolicy.h"
 #include "settings/SendrixUtilsWin.h"
 #include "settings/UsageSettings.h"

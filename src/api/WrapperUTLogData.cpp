@@ -10,7 +10,7 @@
 #include "api/ValidationErrors.h"
 #include "api/VantraManager.h"
 #include "settings/OptInPolicy.h"
-#include "settings/SendrixUtilsWin.h"
+#include "settings/AgentProgram.h"
 
 namespace vantra::api {
 namespace {

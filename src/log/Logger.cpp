@@ -1,13 +1,12 @@
 #include "log/Logger.h"
 
-#include <shlobj.h>
-
 #include <memory>
 #include <ostream>
 #include <streambuf>
 #include <string>
 
 #include "log/LogConfig.h"
+#include "log/LogFiles.h"
 #include "util/Clock.h"
 #include "util/Files.h"
 #include "util/HostProcess.h"
@@ -33,18 +32,6 @@ union DoNothing {
 constinit DoNothing doNothing;
 
 constinit bool created = false;
-
-// The log's path for a component; empty when the user's folder cannot be found or made.
-std::wstring LogPath(std::string_view component) {
-  wchar_t applicationData[MAX_PATH];
-  if (SHGetFolderPathW(nullptr, CSIDL_APPDATA | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT,
-                       applicationData) != S_OK) {
-    return {};
-  }
-  const std::wstring folder = std::wstring(applicationData) + L"\\Tolvex\\Skylamp";
-  if (!util::EnsureFolder(folder)) return {};
-  return folder + L"\\SKLog-" + util::FromUtf8(component) + L".txt";
-}
 
 // Hands each line to the file in one write at its end, wherever other processes have moved that to.
 class AppendBuffer : public std::streambuf {
@@ -105,12 +92,10 @@ Logger* GetLogger(std::string_view component) noexcept {
 
 // Nothing when logging is off.
 std::unique_ptr<Logger::LoggerFile> Logger::OpenLoggerFile(std::string_view component) {
-  const std::wstring switchFile = util::WithTrailingBackslash(util::HostFolder()) + L"SKLog.config";
-  if (!util::IsFile(switchFile)) return nullptr;
-  const std::wstring path = LogPath(component);
-  if (path.empty()) return nullptr;
+  const std::wstring switchFile = SwitchPath(util::HostFolder());
+  if (!util::IsFile(switchFile) || !util::EnsureFolder(LogFolder())) return nullptr;
   const std::string switches = util::ReadWholeFile(switchFile).value_or(std::string());
-  return std::make_unique<LoggerFile>(path, FindLogConfigValue(switches, "append") == "1");
+  return std::make_unique<LoggerFile>(LogPath(component), FindLogConfigValue(switches, "append") == "1");
 }
 
 Logger::~Logger() { logger = &doNothing.logger; }

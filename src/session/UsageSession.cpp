@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "session/HeaderBlocks.h"
+#include "settings/AgentProgram.h"
 #include "settings/OptInPolicy.h"
 #include "settings/SendrixUtilsWin.h"
 #include "settings/UsageSettings.h"
@@ -13,8 +14,6 @@
 
 namespace vantra::session {
 namespace {
-
-constexpr uint64_t kLeastFreeSpace = 10'485'760;
 
 // What a session keeps for building records; a rare larger one is given back.
 constexpr size_t kKeptBuffer = size_t{64} * 1024;

@@ -17,6 +17,9 @@
 
 namespace vantra::session {
 
+// A session records only when more bytes than these are free as it starts.
+constexpr uint64_t kLeastFreeSpace = 10'485'760;
+
 // Builds the records and counts them; every call goes to the disk in one write before it returns. A session
 // that cannot write disables itself for good, and its operations then do nothing. Not thread-safe: the lock
 // of the exported functions is held across each call.

@@ -7,7 +7,7 @@
 #include "log/Log.h"
 #include "session/VersionResource.h"
 #include "settings/RegistryKey.h"
-#include "settings/SendrixUtilsWin.h"
+#include "settings/AgentProgram.h"
 #include "util/HostProcess.h"
 #include "util/Text.h"
 #include "util/Windows.h"

@@ -4,7 +4,6 @@
 #include <optional>
 
 #include "util/Files.h"
-#include "util/HostProcess.h"
 #include "util/Paths.h"
 
 namespace vantra::settings {
@@ -61,8 +60,8 @@ Sync Seed(const std::wstring& shippedPath, const std::wstring& userPath, const s
   return util::IsFile(userPath) ? Sync::kAgain : Sync::kNoCopy;
 }
 
-Sync Synchronise(const std::wstring& userPath, const std::wstring& userFolder) {
-  const std::wstring hostFolder = util::HostFolder();
+Sync Synchronise(const std::wstring& userPath, const std::wstring& userFolder,
+                 const std::wstring& hostFolder) {
   const std::wstring shippedPath = util::JoinPath(hostFolder, kFileName);
   const auto shipped = util::GetFileInfo(shippedPath);
   const auto user = util::GetFileInfo(userPath);
@@ -94,11 +93,12 @@ boost::gregorian::date Today() {
 
 }  // namespace
 
-std::wstring GetAgentConfigPath(const std::wstring& agentDataFolder) {
+std::wstring GetAgentConfigPath(const std::wstring& agentDataFolder, const std::wstring& hostFolder) {
   std::wstring path = util::JoinPath(agentDataFolder, kFileName);
   if (path.empty()) return path;
   auto sync = Sync::kAgain;
-  for (int i = 0; i < kTries && sync == Sync::kAgain; ++i) sync = Synchronise(path, agentDataFolder);
+  for (int i = 0; i < kTries && sync == Sync::kAgain; ++i)
+    sync = Synchronise(path, agentDataFolder, hostFolder);
   if (sync == Sync::kNoCopy) path.clear();
   return path;
 }

@@ -48,14 +48,18 @@ std::wstring GetDataRoot() {
   return root;
 }
 
-}  // namespace
-
-AgentFolders GetAgentFolders() {
+AgentFolders FoldersBelow(const std::wstring& root) {
   AgentFolders folders;
-  folders.data = util::JoinPath(GetDataRoot(), L"Tolvex\\Sendrix2");
+  folders.data = util::JoinPath(root, L"Tolvex\\Sendrix2");
   folders.logs = util::JoinPath(folders.data, L"Logs");
   return folders;
 }
+
+}  // namespace
+
+AgentFolders GetAgentFolders() { return FoldersBelow(GetDataRoot()); }
+
+AgentFolders GetProtectedModeFolders() { return FoldersBelow(GetLowIntegrityDataRoot()); }
 
 bool IsProtectedMode() {
   if (protectedMode == Answer::kUnknown) protectedMode = QueryProtectedMode() ? Answer::kYes : Answer::kNo;

@@ -14,6 +14,8 @@ struct AgentFolders {
 
 // Asks the platform each time: once for both folders.
 [[nodiscard]] AgentFolders GetAgentFolders();
+// Those that hosts in protected mode use, whatever this process is.
+[[nodiscard]] AgentFolders GetProtectedModeFolders();
 
 // Internet Explorer's protected mode, where the process may write to low-integrity places only and start
 // nothing. Asked once in the life of the process.

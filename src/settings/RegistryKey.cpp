@@ -23,9 +23,13 @@ struct ValueBuffer {
   }
 };
 
+constinit bool isReadOnly = false;
+
 bool IsPredefined(HKEY key) noexcept { return key == HKEY_CURRENT_USER || key == HKEY_LOCAL_MACHINE; }
 
 }  // namespace
+
+void RegistryKey::ForbidChanges() noexcept { isReadOnly = true; }
 
 RegistryKey::~RegistryKey() { MoveTo(nullptr); }
 
@@ -35,6 +39,7 @@ void RegistryKey::MoveTo(HKEY key) noexcept {
 }
 
 bool RegistryKey::CreateOrOpen(const std::wstring& subkey) noexcept {
+  if (isReadOnly) return Open(subkey, KEY_ALL_ACCESS);
   HKEY key = nullptr;
   if (subkey.empty() || RegCreateKeyExW(key_, subkey.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
                                         KEY_ALL_ACCESS, nullptr, &key, nullptr) != ERROR_SUCCESS) {
@@ -62,22 +67,23 @@ std::optional<std::wstring> RegistryKey::Query(const std::wstring& name) const {
 
 bool RegistryKey::SetText(const std::wstring& name, const std::wstring& text) const noexcept {
   const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-  return !name.empty() && RegSetValueExW(key_, name.c_str(), 0, REG_SZ,
-                                         reinterpret_cast<const BYTE*>(text.c_str()), size) == ERROR_SUCCESS;
+  return !isReadOnly && !name.empty() &&
+         RegSetValueExW(key_, name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()), size) ==
+             ERROR_SUCCESS;
 }
 
 bool RegistryKey::SetNumber(const std::wstring& name, DWORD number) const noexcept {
-  return !name.empty() &&
+  return !isReadOnly && !name.empty() &&
          RegSetValueExW(key_, name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number),
                         sizeof number) == ERROR_SUCCESS;
 }
 
 bool RegistryKey::DeleteValue(const std::wstring& name) const noexcept {
-  return RegDeleteValueW(key_, name.c_str()) == ERROR_SUCCESS;
+  return !isReadOnly && RegDeleteValueW(key_, name.c_str()) == ERROR_SUCCESS;
 }
 
 bool RegistryKey::DeleteSubkey(const std::wstring& name) const noexcept {
-  return RegDeleteTreeW(key_, name.c_str()) == ERROR_SUCCESS;
+  return !isReadOnly && RegDeleteTreeW(key_, name.c_str()) == ERROR_SUCCESS;
 }
 
 bool RegistryKey::DeleteEmptySubkey(const std::wstring& name) const noexcept {
@@ -88,7 +94,8 @@ bool RegistryKey::DeleteEmptySubkey(const std::wstring& name) const noexcept {
   DWORD values = 0;
   const bool isKnown = RegQueryInfoKeyW(opened, nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr,
                                         &values, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-  return isKnown && subkeys + values == 0 && RegDeleteKeyW(key_, name.c_str()) == ERROR_SUCCESS;
+  return !isReadOnly && isKnown && subkeys + values == 0 &&
+         RegDeleteKeyW(key_, name.c_str()) == ERROR_SUCCESS;
 }
 
 std::vector<std::pair<std::wstring, std::wstring>> RegistryKey::ListValues() const {

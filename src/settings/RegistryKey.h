@@ -16,6 +16,10 @@ class RegistryKey {
   [[nodiscard]] static RegistryKey CurrentUser() noexcept { return RegistryKey(HKEY_CURRENT_USER); }
   [[nodiscard]] static RegistryKey LocalMachine() noexcept { return RegistryKey(HKEY_LOCAL_MACHINE); }
 
+  // From then on this process makes, sets and deletes nothing through this class: a subkey that is missing
+  // cannot be opened, and a change fails. For programs that only look.
+  static void ForbidChanges() noexcept;
+
   RegistryKey(RegistryKey&& other) noexcept : key_(std::exchange(other.key_, nullptr)) {}
   RegistryKey& operator=(RegistryKey&& other) noexcept {
     std::swap(key_, other.key_);

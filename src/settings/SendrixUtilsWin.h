@@ -1,20 +1,9 @@
-// The transport agent: its program, and starting it. Every failure is an empty path or false.
+// The transport agent at work. Every failure is false.
 #pragma once
 
 #include <string>
 
 namespace vantra::settings {
-
-// The explicit choice of the host: a folder in UTF-8, a relative one below the present working folder. NULL
-// leaves the present choice, an empty folder or one that is not text takes it back.
-void SetAgentFolder(const char* folder);
-
-// Path of an existing Sendrix2.exe: the host's explicit choice, beside the host's executable, or where the
-// registry says; else empty, after deleting an empty registry key Agent.
-[[nodiscard]] std::wstring GetAgentPath();
-
-// 0 when there is an agent, else 13.
-[[nodiscard]] int VerifyTransAgentExist();
 
 // Whether the agent has something to fetch.
 [[nodiscard]] bool HasFinishedDocument(const std::wstring& logsFolder);

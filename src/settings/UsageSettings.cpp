@@ -11,7 +11,6 @@ namespace {
 using util::FromUtf8;
 using util::ToUtf8;
 
-constexpr wchar_t kUsageKey[] = L"Software\\Tolvex\\CommonFiles\\Usage";
 constexpr wchar_t kAgent[] = L"Agent";
 constexpr wchar_t kDate[] = L"Date";
 constexpr wchar_t kDemographic[] = L"Demographic";
@@ -64,6 +63,11 @@ std::string GetUserIdentifier() {
   // An identifier that could not be stored still serves this process.
   static_cast<void>(key->SetText(kGuid, FromUtf8(fresh)));
   return fresh;
+}
+
+bool HasUserIdentifier() {
+  const auto key = OpenUsageKey(KEY_ALL_ACCESS);
+  return key && !key->Query(kGuid).value_or(L"").empty();
 }
 
 bool IsObfuscationOn() { return IsFlagOn(L"obfuscate"); }

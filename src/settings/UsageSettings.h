@@ -12,6 +12,9 @@
 
 namespace vantra::settings {
 
+// Below the current user's root: what all of this is stored under.
+constexpr wchar_t kUsageKey[] = L"Software\\Tolvex\\CommonFiles\\Usage";
+
 constexpr int32_t kOptedIn = 1;
 constexpr int32_t kOptedOut = 0;
 constexpr int32_t kUndecided = -1;
@@ -19,6 +22,9 @@ constexpr int32_t kUndecided = -1;
 // The user's GUID, created and stored when there is none; empty while there is no Usage key, which is not
 // created.
 [[nodiscard]] std::string GetUserIdentifier();
+
+// Whether one is stored, and can be used.
+[[nodiscard]] bool HasUserIdentifier();
 
 // Both are on unless the stored text is exactly "0".
 [[nodiscard]] bool IsObfuscationOn();

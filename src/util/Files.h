@@ -21,6 +21,9 @@ struct FileInfo {
 // Empty when nothing is there.
 [[nodiscard]] std::optional<FileInfo> GetFileInfo(const std::wstring& path);
 
+// The absolute path; a relative one is below the present working folder. Empty when there is none.
+[[nodiscard]] std::wstring FullPath(const std::wstring& path);
+
 [[nodiscard]] bool IsFile(const std::wstring& path);
 [[nodiscard]] bool IsFolder(const std::wstring& path);
 

@@ -145,5 +145,106 @@ inspect_tells() {
   run 2 vantra-inspect.exe check nothing.xml
   says 'vantra-inspect: cannot read nothing.xml: File not found'
 }
+inspect_shows() {
+  example=$source/docs/usage-document-example.xml
+  run 0 vantra-inspect.exe show --raw ba75 "Z:$example"
+  cmp output "$example"
+  run 0 vantra-inspect.exe show --category 'dr*' "Z:$example"
+  says 'group 7  *Drawing / Size / Shapes$'
+  says '^  *Circles = 17$'
+  run 0 vantra-inspect.exe show --json --since 2026-11-24T22:02:41 --until 2026-11-24 "Z:$example"
+  [ "$(grep -c '"kind"' output)" = 12 ] || fail "not all of the day"
+  says '"group":1,.*"name":"Session",.*"values":\[{"name":"Theme","value":"dark"},'
+  run 0 vantra-inspect.exe show --json --since 2026-11-25 "Z:$example"
+  [ ! -s output ] || fail "a day without records has some"
+  printf '<EventRec doc="0" category="a\033[2J" subcategory="NOVALUE" name="\342\200\256x" time="2026-11-24T22:02:41Z" seq="0" />\n' >odd.xml
+  run 0 vantra-inspect.exe show odd.xml
+  says 'event  *a\\x1b\[2J / \\xe2\\x80\\xaex$'
+  run 2 vantra-inspect.exe show --until tomorrow odd.xml
+  run 2 vantra-inspect.exe show dead odd.xml
+  # While a host records, and the agent takes what is finished.
+  make_tree
+  run 0 Sendrix2.exe
+  "$source/cmake/wine-run" vantra-inspect.exe show --follow --json >followed 2>&1 &
+  sleep 1
+  run 0 vantra-demo.exe --consent yes tree
+  wait $! || fail "following ended with $?"
+  grep -q '"name":"Lines","value":"4"' followed && grep -q '"kind":"end"' followed || fail "$(cat followed)"
+}
+inspect_reports() {
+  hostile='\&#60;/script\&#62;\&#60;!--\&#60;script\&#62;'  # as a replacement of sed's
+  sed "s|\"File\"|\"$hostile\"|; s|\"Draw\"|\"$hostile\"|; s|\"en-US\"|\"$hostile\"|g" "$source/docs/usage-document-example.xml" >in.xml
+  run 0 vantra-inspect.exe report --json in.xml
+  says '{"table":"events",.*"product":"</script><!--<script>",.*"category":"</script>.*"name":"Save","count":1}'
+  says '{"table":"machines",.*"entry":"Memory","value":"24 GiB","sessions":1}'
+  run 0 vantra-inspect.exe report -o page.html in.xml
+  [ "$(grep -c '<script' page.html)/$(grep -c '</script' page.html)" = 2/2 ] || fail "a text has become a script"
+  sed -n '/^<script>/,/^<\/script>/p' page.html | sed '1s/<script>//' | head -c -1 >script
+  digest=$(head -c "$(($(wc -c <script) - 9))" script | sha256sum | cut -c-64 | tr a-f A-F | basenc --base16 -d | base64)
+  grep -q "default-src 'none'; script-src 'sha256-$digest'; style-src 'sha256-" page.html || fail "the policy allows another script"
+  ! grep -q 'unsafe-\|innerHTML\|https*://[^w]' page.html || fail "the page is not strict"
+}
+inspect_diagnoses() {
+  usage='HKCU\Software\Tolvex\CommonFiles\Usage' policy='HKLM\SOFTWARE\Policies\Tolvex\ORPIX'
+  wine() { "$source/cmake/wine-run" "$@" >/dev/null; }
+  stored() { find "$profile/Tolvex" -printf '%p %T@ %s\n' | sort; "$source/cmake/wine-run" reg query 'HKCU\Software\Tolvex' /s 2>&1 || true; }
+  finds() { # WANTED_EXIT_CODE WANTED_LINE ARGUMENT...
+    code=$1 line=$2
+    shift 2
+    stored >before
+    run "$code" vantra-inspect.exe doctor --host . --family Vantra --product Demo "$@"
+    stored >after
+    cmp before after || fail "the doctor changed something"
+    says "$line"
+  }
+  mkdir -p "$data"
+  finds 1 '^drops  *Logs' --key VantraDemo
+  wine Sendrix2.exe
+  finds 1 '^refuses  *consent  *the user has not chosen' --key VantraDemo
+  finds 0 'Sessions start and are written' --key VantraDemo --release-state 0
+  wine reg add "$usage\\VantraDemo" /v OptIn /t REG_SZ /d 1 /f
+  finds 0 '^open  *identifier  *none yet' --key VantraDemo
+  finds 1 'the log says "gsPrefx: "' --key 'a\b'
+  finds 0 '^unknown  *consent'
+  printf '[ULOG]\nStatus=Disabled\n' >Sendrix2.cfg
+  finds 1 '^refuses  *status  *Disabled' --key VantraDemo
+  printf '[ulog]\nstatus=Hibernate\nwakeupdate=2099-01-02\n' >"$data/Sendrix2.cfg"
+  finds 1 '^refuses  *status  *Hibernate until 2099-01-02' --key VantraDemo
+  touch -d '+1 minute' Sendrix2.cfg
+  finds 0 '^open  *status  *active' --key VantraDemo
+  printf '[hibernate]\nVantra_Demo=x|2099-01-02\n' >"$data/Sendrix2.cfg"
+  touch -d '+2 minutes' "$data/Sendrix2.cfg"
+  finds 1 '^refuses  *pause  *Vantra_Demo=x|2099-01-02' --key VantraDemo
+  rm Sendrix2.exe "$data/Sendrix2.cfg" Sendrix2.cfg
+  finds 1 'the log says "VerifyTransAgentExist failure"' --key VantraDemo
+  wine reg add "$policy" /v enabled /t REG_DWORD /d 0 /f
+  finds 1 '^refuses  *policy' --key VantraDemo
+  wine reg delete 'HKLM\SOFTWARE\Policies\Tolvex' /f
+}
+inspect_erases() {
+  low=${profile%/Roaming}/LocalLow
+  make_tree
+  run 0 Sendrix2.exe
+  touch SKLog.config
+  run 0 vantra-demo.exe --consent yes tree
+  mkdir -p "$low/Tolvex/Sendrix2/Logs"
+  cp "$(demo_documents)" "$low/Tolvex/Sendrix2/Logs"
+  # What the documents promise is what the program looks at, and what is on disk.
+  run 0 vantra-inspect.exe privacy --json
+  sed 's/.*"place":"\([^"]*\)".*/\1/; s/\\\\/\\/g; s/C:\\users\\[^\\]*\\AppData\\Roaming/%APPDATA%/; s/C:\\users\\[^\\]*/%USERPROFILE%/' output | sort -u >places
+  sed -n '/^## Deleting everything/,$s/^| `\([^`]*\)`.*/\1/p' "$source/docs/privacy.md" | sort >promised
+  diff promised places || fail "docs/privacy.md tells of other places"
+  [ "$(grep -c '"kind":"file"' output)" = "$(find "$profile/Tolvex" "$low/Tolvex" -type f | wc -l)" ] || fail "not all files"
+  run 0 vantra-inspect.exe privacy --export all
+  grep -q '<EndSession ' all/Sendrix2-LocalLow/Logs/*.xml || fail "no readable document"
+  grep -q '"name":"OptIn","type":"REG_DWORD","data":"1"' all/registry.ndjson || fail "no choice"
+  run 2 vantra-inspect.exe privacy --export all
+  echo y >answer
+  run 1 vantra-inspect.exe privacy --erase <answer
+  echo yes >answer
+  run 0 vantra-inspect.exe privacy --erase <answer
+  [ -z "$(find "$profile/Tolvex" "$low/Tolvex" -type f)" ] || fail "files are left"
+  ! "$source/cmake/wine-run" reg query 'HKCU\Software\Tolvex\CommonFiles\Usage' >/dev/null 2>&1 || fail "values are left"
+}
 
 "$1"

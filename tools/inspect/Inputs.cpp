@@ -32,22 +32,49 @@ void Inputs::AddTo(CLI::App& verb) {
 }
 
 reader::Sessions Inputs::Find() {
-  reader::Sessions sessions;
   const auto complain = [this](std::string_view path, std::string_view reason) {
     isAllReadable_ = false;
-    SayUnreadable(path, reason);
+    path.empty() ? Say(reason) : SayUnreadable(path, reason);
   };
-  if (paths_.empty()) paths_.push_back(LogsFolder());
-  for (const std::string& path : paths_) {
+  return Find(complain);
+}
+
+reader::Sessions Inputs::Find(const reader::Complaint& complain) const {
+  reader::Sessions sessions;
+  for (const std::string& path : paths_.empty() ? std::vector{LogsFolder()} : paths_) {
     if (path.empty()) {
-      isAllReadable_ = false;
-      Say("name a document or a folder to read");
+      complain({}, "name a document or a folder to read");
     } else {
       sessions.Add(path, complain);
     }
   }
   sessions.Sort();
   return sessions;
+}
+
+bool Inputs::UseFolders() {
+  bool isFile = false;
+  for (std::string& path : paths_) {
+    if (reader::IsFolder(path)) continue;
+    isFile = true;
+    const size_t separator = path.find_last_of(reader::kSeparators);
+    path = separator == std::string::npos ? "." : path.substr(0, separator + 1);
+  }
+  return isFile;
+}
+
+std::vector<std::string> Inputs::TakeSessions() {
+  const auto isOnDisk = [](const std::string& argument) {
+    constexpr size_t kShortest = 4;
+    constexpr size_t kGuid = 36;
+    const bool isName = argument.size() >= kShortest && argument.size() <= kGuid &&
+                        argument.find_first_not_of("0123456789abcdefABCDEF-") == std::string::npos;
+    return !isName || reader::IsFolder(argument) || reader::FileSource().Open(argument);
+  };
+  const auto sessions = std::stable_partition(paths_.begin(), paths_.end(), isOnDisk);
+  std::vector<std::string> taken(sessions, paths_.end());
+  paths_.erase(sessions, paths_.end());
+  return taken;
 }
 
 void Say(std::string_view sentence) {

@@ -14,7 +14,8 @@ namespace vantra::inspect {
 
 enum ExitCode {
   kDone = 0,
-  kFindings = 1,    // of check: a document breaks a rule
+  kFindings =
+      1,  // of check: a document breaks a rule; of doctor: a gate is closed; of privacy: the answer was no
   kUnreadable = 2,  // bad arguments, or something that cannot be read or written; goes before the others
   kCrashed = 3,     // of list --last
 };
@@ -25,7 +26,13 @@ using AddVerb = void (*)(CLI::App& app, Run& chosen);
 
 void AddCheck(CLI::App& app, Run& chosen);
 void AddExport(CLI::App& app, Run& chosen);
+#ifdef _WIN32
+void AddDoctor(CLI::App& app, Run& chosen);
+void AddPrivacy(CLI::App& app, Run& chosen);
+#endif
 void AddList(CLI::App& app, Run& chosen);
+void AddReport(CLI::App& app, Run& chosen);
+void AddShow(CLI::App& app, Run& chosen);
 
 // The inputs of a verb: what its arguments name, else the user's Logs folder, where there is one.
 class Inputs {
@@ -34,6 +41,12 @@ class Inputs {
 
   // Finds the documents. What cannot be read is told on stderr, and so is that nothing was named.
   [[nodiscard]] reader::Sessions Find();
+  // The same, told to somebody else.
+  [[nodiscard]] reader::Sessions Find(const reader::Complaint& complain) const;
+  // Puts its folder in the place of each file, which may get another name. Whether there was one.
+  bool UseFolders();
+  // Takes away, and gives, the arguments that name sessions and nothing on disk: 4 to 36 digits and dashes.
+  [[nodiscard]] std::vector<std::string> TakeSessions();
   [[nodiscard]] bool IsAllReadable() const noexcept { return isAllReadable_; }
 
  private:

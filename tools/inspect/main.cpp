@@ -14,7 +14,12 @@
 namespace vantra::inspect {
 namespace {
 
-constexpr AddVerb kVerbs[] = {AddList, AddCheck, AddExport};
+constexpr AddVerb kVerbs[] = {
+    AddList,   AddShow,    AddCheck, AddExport, AddReport,
+#ifdef _WIN32
+    AddDoctor, AddPrivacy,
+#endif
+};
 
 // Arguments in UTF-8, the last one first, as the parser takes them.
 int Main(std::vector<std::string> arguments) {

@@ -12,8 +12,10 @@ namespace vantra::reader {
 
 #ifdef _WIN32
 constexpr char kSeparator = '\\';
+constexpr char kSeparators[] = "\\/:";
 #else
 constexpr char kSeparator = '/';
+constexpr char kSeparators[] = "/";
 #endif
 
 // A file, which others may go on writing, moving and deleting meanwhile.
@@ -29,6 +31,8 @@ class FileSource final : public Source {
   void Close() noexcept;
 
   [[nodiscard]] size_t Read(char* to, size_t size) override;
+  // Goes back to the beginning of a file that is open.
+  void Rewind() noexcept;
   [[nodiscard]] std::string_view Error() const noexcept override { return error_; }
 
  private:

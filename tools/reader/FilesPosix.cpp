@@ -56,6 +56,8 @@ void FileSource::Close() noexcept {
   file_ = -1;
 }
 
+void FileSource::Rewind() noexcept { lseek(static_cast<int>(file_), 0, SEEK_SET); }
+
 size_t FileSource::Read(char* to, size_t size) {
   size_t done = 0;
   while (done < size && file_ >= 0) {

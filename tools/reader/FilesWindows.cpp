@@ -46,6 +46,8 @@ void FileSource::Close() noexcept {
   file_ = -1;
 }
 
+void FileSource::Rewind() noexcept { SetFilePointerEx(HandleOf(file_), {}, nullptr, FILE_BEGIN); }
+
 size_t FileSource::Read(char* to, size_t size) {
   size_t done = 0;
   while (done < size && file_ != -1) {

@@ -52,10 +52,7 @@ void Sessions::Add(const std::string& path, const Complaint& complain) {
   if (IsFolder(path)) return AddFolder(path, complain);
   FileSource file;
   if (!file.Open(path)) return complain(path, file.Error());
-  size_t separator = path.rfind(kSeparator);
-#ifdef _WIN32
-  separator = path.find_last_of("\\/:");
-#endif
+  const size_t separator = path.find_last_of(kSeparators);
   const size_t folder = separator == std::string::npos ? 0 : separator + 1;
   const FileName name = NameOfAny(std::string_view(path).substr(folder));
   folders_.push_back(path.substr(0, folder));

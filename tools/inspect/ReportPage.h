@@ -1,0 +1,11 @@
+// The page of a report before and behind its data, put together from report/ by the build.
+#pragma once
+
+#include <string_view>
+
+namespace vantra::inspect {
+
+extern const std::string_view kReportHead;
+extern const std::string_view kReportTail;
+
+}  // namespace vantra::inspect
