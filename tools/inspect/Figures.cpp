@@ -13,6 +13,9 @@ namespace {
 using reader::Record;
 
 constexpr size_t kLongestText = 200;
+// Of each table, by a guess of what an entry takes beside its key.
+constexpr size_t kMostBytes = size_t{2} << 20;
+constexpr size_t kBytesOfEntry = 100;
 constexpr size_t kMostProducts = 2'000;
 constexpr size_t kMostUsers = 100'000;
 
@@ -59,7 +62,8 @@ void Counting::Add(size_t product, const Texts& texts, uint64_t count) {
   const auto known = counts_.find(key);
   if (known != counts_.end()) {
     known->second += count;
-  } else if (counts_.size() < kMost) {
+  } else if (bytes_ < kMostBytes) {
+    bytes_ += key.size() + kBytesOfEntry;
     counts_.emplace(std::move(key), count);
   } else {
     ++beyond_;
@@ -113,7 +117,7 @@ void Figures::Begin(const reader::Summary& summary) {
           .records = summary.records,
           .events = summary.events,
           .errors = 0};
-  if (!row_.user.empty() && users_.size() < kMostUsers) users_.insert(row_.user);
+  if (!row_.user.empty() && users_.size() < kMostUsers) users_.insert(std::hash<std::string>()(row_.user));
   constexpr size_t kDay = 10;
   days.Add(row_.product, {summary.start.substr(0, kDay), std::string(NameOf(summary.state))});
   errorGroup_ = machineGroup_ = screenGroup_ = 0;

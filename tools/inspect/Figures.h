@@ -32,9 +32,8 @@ class Counting {
   [[nodiscard]] uint64_t LeftOut(size_t most) const noexcept;
 
  private:
-  static constexpr size_t kMost = 20'000;
-
   std::map<std::string, uint64_t> counts_;
+  size_t bytes_ = 0;
   uint64_t beyond_ = 0;
 };
 
@@ -75,7 +74,7 @@ class Figures {
   std::vector<Product> products_;
   std::map<Product, size_t> indices_;
   std::vector<SessionRow> rows_;
-  std::unordered_set<std::string> users_;
+  std::unordered_set<size_t> users_;  // their hashes
   uint64_t sessions_ = 0;
 
   SessionRow row_{};

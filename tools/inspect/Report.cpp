@@ -16,6 +16,8 @@ using reader::Document;
 using reader::Piece;
 
 constexpr size_t kMostRows = 2'000;
+// All that are counted: the page adds them up to its totals.
+constexpr size_t kMostDays = 1'000'000;
 
 struct Options {
   Inputs inputs;
@@ -64,9 +66,10 @@ void Read(const reader::Session& session, reader::DocumentReader& reader, Readin
   reading.figures.End();
 }
 
-Table TableOf(std::string_view name, std::vector<std::string_view> columns, const Counting& counting) {
-  Table table{name, std::move(columns), {}, counting.LeftOut(kMostRows)};
-  for (const Counting::Row& row : counting.Top(kMostRows)) {
+Table TableOf(std::string_view name, std::vector<std::string_view> columns, const Counting& counting,
+              size_t most = kMostRows) {
+  Table table{name, std::move(columns), {}, counting.LeftOut(most)};
+  for (const Counting::Row& row : counting.Top(most)) {
     ordered_json values = {row.product};
     for (const std::string& text : row.texts) values.push_back(OrNull(text));
     values.push_back(row.count);
@@ -92,7 +95,7 @@ Table SessionTable(Figures& figures) {
 std::vector<Table> TablesOf(Figures& figures) {
   std::vector<Table> tables;
   tables.push_back(SessionTable(figures));
-  tables.push_back(TableOf("days", {"product", "day", "state", "sessions"}, figures.days));
+  tables.push_back(TableOf("days", {"product", "day", "state", "sessions"}, figures.days, kMostDays));
   tables.push_back(
       TableOf("events", {"product", "category", "subcategory", "name", "count"}, figures.events));
   tables.push_back(
