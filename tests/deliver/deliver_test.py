@@ -490,6 +490,11 @@ def case_queue():
         agent("send", code=1)
         check(words in said() and waiting(), f"deleted, as nobody has said: {said()}")
 
+    # A lock that cannot be had is no other agent.
+    (DATA / "Sendrix2.lock").unlink()
+    (DATA / "Sendrix2.lock").mkdir()
+    agent("send", code=2)
+
 
 def case_stalls():
     """Servers that keep the line. The agent ends by itself, and the document is the last of the next run."""
