@@ -225,6 +225,8 @@ def case_nginx():
         strangers = {"stranger.xml": b"1", f"ulog_{'y' * 200}.xml": b"2", next(iter(make_documents(1))): random.randbytes(2 << 20)}
         for name, content in strangers.items():
             (LOGS / name).write_bytes(content)
+        agent(code=1)
+        check(not arrived(root), "sent although send is 0")
         agent("send", code=0)
         check(arrived(root) == recorded, f"arrived: {list(arrived(root))}, {said()}")
         check(set(os.listdir(DATA / "Refused")) == set(strangers) and not waiting(), "what is put aside")
@@ -482,6 +484,16 @@ def case_queue():
     agent("send", code=1)
     check("no server is configured" in said() and os.listdir(LOGS) == ["ulog_0.xml"], said())
     check(os.listdir(DATA / "Refused") == ["ulog_1.xml"], "the newest refused document stays")
+    for spoil, words in ((lambda path: os.truncate(path, 2 << 20), "cannot be read"), (os.unlink, "no server")):
+        os.truncate(LOGS / "ulog_0.xml", 11 << 20)
+        spoil(DATA / "Sendrix2.cfg")
+        agent("send", code=1)
+        check(words in said() and waiting(), f"deleted, as nobody has said: {said()}")
+
+    # A lock that cannot be had is no other agent.
+    (DATA / "Sendrix2.lock").unlink()
+    (DATA / "Sendrix2.lock").mkdir()
+    agent("send", code=2)
 
 
 def case_stalls():

@@ -40,7 +40,7 @@ TEST(Agent, RefusesUrls) {
   std::istringstream rows(
       "ftp://acme.com/ https:/acme.com https:// https://user@acme.com/ https://acme.com:0/ "
       "https://acme.com:65536/ https://acme.com:/ https://acme.com/a?b https://acme.com/a#b "
-      "https://acme.com/\xC3\xA4 https://usage.tolvex.example/skylamp https://EXAMPLE/skylamp "
+      "https://acme.com/\xC3\xA4 https://usage.tolvex.example./skylamp https://EXAMPLE/skylamp "
       "http://acme.com/ http://localhost/ http://127.0.0.1.acme.com/ http://127.0.0/ http://128.0.0.1/ "
       "http://127.0.0.256/ http://127.0.0.1.1/ file://server/share file:///share file:///C:folder "
       "file:///C:/a%2 file:///C:/a%0Ab file:///C:/a%zz ");

@@ -242,6 +242,12 @@ Taken Folder::MoveTo(const std::string& name, const std::wstring& folder) const 
   }
 }
 
+bool Folder::CanWrite(const std::wstring& folder) {
+  const util::UniqueFile probe(CreateFileW(Child(folder, L"Sendrix2.probe").c_str(), GENERIC_WRITE, 0,
+                                           nullptr, CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+  return static_cast<bool>(probe);
+}
+
 size_t Folder::HoldBudget(uint64_t bytes) const {
   std::vector<Document> all;
   for (const auto& [folder, documents] :

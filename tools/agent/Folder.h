@@ -55,6 +55,9 @@ class Folder {
   // never replaced: the newcomer's gets a number.
   [[nodiscard]] Taken MoveTo(const std::string& name, const std::wstring& folder) const;
 
+  // Whether a file can be made in a folder of the file system.
+  [[nodiscard]] static bool CanWrite(const std::wstring& folder);
+
   // Deletes the oldest of the finished and the refused documents until the rest fit. Returns how many went.
   size_t HoldBudget(uint64_t bytes) const;
 

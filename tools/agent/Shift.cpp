@@ -1,6 +1,7 @@
 #include "agent/Shift.h"
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <thread>
 #include <variant>
@@ -83,7 +84,16 @@ bool Shift::WorkQueue() {
     options_.progress(counts_);
     if (!goesOn) return false;
   }
-  return true;
+  return why_.empty();
+}
+
+// One that is too large for the memory there is fails alone.
+Taken Shift::Pack(const std::string& name, std::string& content, std::string& body) try {
+  const Taken taken = folder_.Read(name, content);
+  if (taken == Taken::kDone) body = Gzip(content);
+  return taken == Taken::kDone && body.empty() ? Taken::kFailed : taken;
+} catch (const std::bad_alloc&) {
+  return Taken::kFailed;
 }
 
 // Repeats until there is an answer for the document. False when the run ends.
@@ -91,13 +101,9 @@ bool Shift::Send(const std::string& name) {
   for (;;) {
     if (!IsAllowed()) return Stop("the administrator forbids the recording of usage data");
     std::string content;
-    if (const Taken taken = folder_.Read(name, content); taken != Taken::kDone) {
+    std::string body;
+    if (const Taken taken = Pack(name, content, body); taken != Taken::kDone) {
       Skip(name, taken);
-      return true;
-    }
-    std::string body = Gzip(content);
-    if (body.empty()) {
-      Skip(name, Taken::kFailed);
       return true;
     }
     const Reply reply = upload_->Put(name, std::move(body));
@@ -120,7 +126,8 @@ bool Shift::Send(const std::string& name) {
 bool Shift::Move(const std::string& name, const std::string& folder) {
   if (!IsAllowed()) return Stop("the administrator forbids the recording of usage data");
   const Taken taken = folder_.MoveTo(name, util::FromUtf8(folder));
-  if (taken == Taken::kFailed) return Stop("the folder in url takes no document");
+  if (taken == Taken::kFailed && !Folder::CanWrite(util::FromUtf8(folder)))
+    return Stop("the folder in url takes no document");
   taken == Taken::kDone ? Settle(name, taken, counts_.sent, "Moved") : Skip(name, taken);
   return true;
 }
@@ -161,6 +168,7 @@ void Shift::Settle(const std::string& name, Taken taken, size_t& count, std::str
   state_.notBefore = 0;
   std::erase(state_.last, name);
   ++count;
+  if (taken == Taken::kFailed) Stop("a document that the server has had cannot be deleted");
   Log().Info(taken == Taken::kDone || taken == Taken::kGone ? word : "Still there", name);
 }
 

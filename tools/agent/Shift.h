@@ -58,6 +58,7 @@ class Shift {
   bool MayWork();
   bool MaySend();
   bool WorkQueue();
+  Taken Pack(const std::string& name, std::string& content, std::string& body);
   bool Send(const std::string& name);
   bool Move(const std::string& name, const std::string& folder);
   bool WaitAfter(const std::string& name, const Reply& reply);

@@ -87,6 +87,7 @@ std::variant<Target, NoTarget> ParseServer(Scheme scheme, std::string_view rest)
     if (error != std::errc() || last != end || port == 0) return kBadHost;
     host = host.substr(0, colon);
   }
+  if (host.ends_with('.')) host.remove_suffix(1);  // no certificate has it
   if (!IsHost(host)) return kBadHost;
   if (std::string(".").append(util::ToLowerAscii(host)).ends_with(".example")) return kNoServer;
   if (scheme == Scheme::kHttp && !IsLoopback(host)) return kNotLoopback;
