@@ -1,4 +1,4 @@
-// One exported call beside the bare write of the bytes that it writes.
+// Measures each exported call beside a bare write of the same bytes.
 #include <atomic>
 #include <memory>
 #include <string>
@@ -9,11 +9,11 @@
 namespace vantra::bench {
 namespace {
 
-constexpr int kDocumentRoom = 70'000;  // bytes of records in a document that certainly does not split
+constexpr int kDocumentRoom = 70'000;  // bytes of records that a document takes without a split
 constexpr int kWarmUp = 40;
 constexpr int kMostCalls = 300;
 
-// No more between the clock and the library than between the clock and the bare write.
+// A plain function pointer, so that our side has no more overhead around the call than the bare side.
 using Call = void (*)(const Library&, void* session, int i);
 
 struct Row {
@@ -37,7 +37,7 @@ fs::path OpenDocument(const World& world) {
   return {};
 }
 
-// Both sides of a round: a fresh session and a fresh file, warm, with room for the round's calls.
+// Both sides of a round: a new session and a new file, warmed up, with room for the round's calls.
 class Round {
  public:
   Round(const World& world, const Library& library)
@@ -68,7 +68,7 @@ class Round {
   HANDLE file_;
 };
 
-// Bytes that one call writes; at least one, for calls that write none.
+// The bytes that one call writes; 1 for calls that write nothing.
 size_t RecordSize(const World& world, const Library& library, Call call) {
   constexpr int kCalls = 8;
   const Round round(world, library);
@@ -112,55 +112,56 @@ void MeasureRow(Figures& figures, const World& world, const Library& library, co
   world.SetObfuscation(false);
 }
 
+const std::string longValue(512, 'v');
+const std::string escapes(200, '<');
+constexpr char kPath[] = "C:\\plans\\house.dwg";
+
+void LogEvent(const Library& ut, void* s, int) { ut.LogEvent(s, "File", "Menu", "Save", nullptr, 0); }
+void AddValue(const Library& ut, void* s, int) { ut.AddToSession(s, "Theme", "dark"); }
+void AddEscapes(const Library& ut, void* s, int) { ut.AddToSession(s, "Theme", escapes.c_str()); }
+
+const Row kRows[] = {
+    {"UTLogEvent, no document id", 1.15, false, false, LogEvent},
+    {"UTLogEvent, same document id", 1.20, false, false,
+     [](const Library& ut, void* s, int) {
+       ut.LogEvent(s, "File", "Menu", "Save", kPath, sizeof kPath - 1);
+     }},
+    {"UTLogEvent, new document id", 2.2, false, false,
+     [](const Library& ut, void* s, int i) {
+       char path[] = "C:\\plans\\house000.dwg";
+       const int number = (i + 1000) % 1000;
+       path[14] = static_cast<char>('0' + number / 100);
+       path[15] = static_cast<char>('0' + number / 10 % 10);
+       path[16] = static_cast<char>('0' + number % 10);
+       ut.LogEvent(s, "File", "Menu", "Save", path, sizeof path - 1);
+     }},
+    {"UTAddToSession", 1.20, false, false, AddValue},
+    {"UTAddToGroup", 1.20, false, false,
+     [](const Library& ut, void* s, int) { ut.AddToGroup(s, 1, "Theme", "dark"); }},
+    {"UTNewDataGroup", 1.15, false, false,
+     [](const Library& ut, void* s, int) {
+       uint32_t group = 0;
+       ut.NewDataGroup(s, "Drawing", "Size", "Shapes", &group, nullptr, 0);
+     }},
+    {"UTAddToSession, 512 bytes", 1.20, false, false,
+     [](const Library& ut, void* s, int) { ut.AddToSession(s, "Theme", longValue.c_str()); }},
+    {"UTAddToSession, 200 escapes", 1.20, false, false, AddEscapes},
+    {"UTLogEvent, obfuscated", 1.20, true, false, LogEvent},
+    {"UTAddToSession, 200 escapes, obfuscated", 1.20, true, false, AddEscapes},
+    {"UTLogEvent, log on", 0, false, true, LogEvent},
+    {"UTAddToSession, log on", 0, false, true, AddValue},
+    {"refused: no such session", 0, false, false,
+     [](const Library& ut, void*, int) { ut.AddToSession(nullptr, "Theme", "dark"); }},
+    {"refused: no key", 0, false, false,
+     [](const Library& ut, void* s, int) { ut.AddToSession(s, nullptr, "dark"); }},
+};
+
 }  // namespace
 
 void MeasureCalls(Figures& figures, const World& world) {
-  static const std::string longValue(512, 'v');
-  static const std::string escapes(200, '<');
-  static constexpr char kPath[] = "C:\\plans\\house.dwg";
-  const Call event = [](const Library& ut, void* s, int) {
-    ut.LogEvent(s, "File", "Menu", "Save", nullptr, 0);
-  };
-  const Call value = [](const Library& ut, void* s, int) { ut.AddToSession(s, "Theme", "dark"); };
-  const Call escaped = [](const Library& ut, void* s, int) { ut.AddToSession(s, "Theme", escapes.c_str()); };
-  const Row rows[] = {
-      {"UTLogEvent, no document id", 1.15, false, false, event},
-      {"UTLogEvent, same document id", 1.20, false, false,
-       [](const Library& ut, void* s, int) {
-         ut.LogEvent(s, "File", "Menu", "Save", kPath, sizeof kPath - 1);
-       }},
-      {"UTLogEvent, new document id", 2.2, false, false,
-       [](const Library& ut, void* s, int i) {
-         char path[] = "C:\\plans\\house000.dwg";
-         const int number = (i + 1000) % 1000;
-         path[14] = static_cast<char>('0' + number / 100);
-         path[15] = static_cast<char>('0' + number / 10 % 10);
-         path[16] = static_cast<char>('0' + number % 10);
-         ut.LogEvent(s, "File", "Menu", "Save", path, sizeof path - 1);
-       }},
-      {"UTAddToSession", 1.20, false, false, value},
-      {"UTAddToGroup", 1.20, false, false,
-       [](const Library& ut, void* s, int) { ut.AddToGroup(s, 1, "Theme", "dark"); }},
-      {"UTNewDataGroup", 1.15, false, false,
-       [](const Library& ut, void* s, int) {
-         uint32_t group = 0;
-         ut.NewDataGroup(s, "Drawing", "Size", "Shapes", &group, nullptr, 0);
-       }},
-      {"UTAddToSession, 512 bytes", 1.20, false, false,
-       [](const Library& ut, void* s, int) { ut.AddToSession(s, "Theme", longValue.c_str()); }},
-      {"UTAddToSession, 200 escapes", 1.20, false, false, escaped},
-      {"UTLogEvent, obfuscated", 1.20, true, false, event},
-      {"UTAddToSession, 200 escapes, obfuscated", 1.20, true, false, escaped},
-      {"UTLogEvent, log on", 0, false, true, event},
-      {"UTAddToSession, log on", 0, false, true, value},
-      {"refused: no such session", 0, false, false,
-       [](const Library& ut, void*, int) { ut.AddToSession(nullptr, "Theme", "dark"); }},
-      {"refused: no key", 0, false, false,
-       [](const Library& ut, void* s, int) { ut.AddToSession(s, nullptr, "dark"); }},
-  };
   for (const bool isLogged : {false, true}) {
     const Library library(world, isLogged);
-    for (const Row& row : rows) {
+    for (const Row& row : kRows) {
       if (row.isLogged == isLogged) MeasureRow(figures, world, library, row);
     }
   }
@@ -178,7 +179,7 @@ void MeasureCalls(Figures& figures, const World& world) {
 
 namespace {
 
-// Nanoseconds a call when all threads make theirs at once.
+// Nanoseconds per call when all threads call at once.
 template <class Work>
 double TimeTogether(int threads, int calls, Work&& work) {
   std::atomic<int> ready{0};
@@ -205,7 +206,7 @@ void MeasureThreadCount(Figures& figures, const World& world, const Library& lib
   const int files = ownSessions ? threads : 1;
   const std::string name = std::to_string(threads) + (threads == 1 ? " thread" : " threads") +
                            (ownSessions ? ", own sessions" : ", one session");
-  // Each round splits its documents now and then, as its bare side does not.
+  // Our side's documents are split now and then; those of the bare side are not.
   figures.Compare(
       "threads", name,
       [&] {

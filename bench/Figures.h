@@ -1,4 +1,4 @@
-// Medians of interleaved rounds, beside the bare platform calls measured in the same rounds.
+// Medians of interleaved rounds, beside bare platform calls measured in the same rounds.
 #pragma once
 
 #include <algorithm>
@@ -15,9 +15,9 @@ struct Figure {
   std::string name;
   double nanoseconds = 0;
   double bareNanoseconds = 0;
-  double ratio = 0;         // median of the rounds' own ratios
+  double ratio = 0;         // median of the ratios of the rounds
   double target = 0;        // zero: none
-  double allocations = -1;  // a call; below zero: not counted
+  double allocations = -1;  // per call; negative: not counted
 };
 
 class Figures {
@@ -26,7 +26,8 @@ class Figures {
 
   [[nodiscard]] int Rounds() const { return rounds_; }
 
-  // Runs both sides in each round, taking turns at going first. A side returns the nanoseconds of one call.
+  // Runs both sides in each round; they take turns at going first. A side returns the nanoseconds of one
+  // call.
   template <class Ours, class Bare>
   Figure& Compare(const std::string& group, const std::string& name, Ours&& ours, Bare&& bare) {
     std::vector<double> mine;
@@ -70,7 +71,7 @@ class Figures {
   std::vector<Fact> facts_;
 };
 
-// Nanoseconds of one of the calls.
+// The mean time of a call, in nanoseconds.
 template <class Call>
 double Time(int calls, Call&& call) {
   const int64_t start = Now();

@@ -72,7 +72,7 @@ void Mirror::QueryValue(const wchar_t* subkey, const wchar_t* name) {
 
 void Mirror::ReadOptIn(const wchar_t* subkey) { QueryValue(subkey, L"OptIn"); }
 
-// Folder of the user, age of both copies, content, and the content again through a temporary file.
+// Finds the user's folder, compares the age of both copies, reads the content and sets the file's time.
 void Mirror::CheckConfiguration() {
   wchar_t path[MAX_PATH];
   SHGetFolderPathW(nullptr, CSIDL_APPDATA | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, path);
@@ -105,7 +105,7 @@ HANDLE Mirror::OpenNext() {
   return OpenLikeADocument(current_ + L".tmp");
 }
 
-// Records of the header blocks, with what has to be asked for them at each start.
+// Writes the records of the header blocks and makes the queries that each start needs for them.
 void Mirror::WriteHeader(HANDLE file) {
   Write(file, 190);
   const auto writeRecords = [&](int count) {

@@ -1,5 +1,5 @@
-// The platform calls that a start, a close and a rollover are told to make, in their order, with nothing
-// between them. What cannot change while a process lives is not asked again, here as in the library.
+// The platform calls that a start, a close and a split must make, in the same order and with nothing between
+// them. Like the library, it does not repeat queries whose results cannot change during a process.
 #pragma once
 
 #include "World.h"
@@ -10,10 +10,10 @@ class Mirror {
  public:
   explicit Mirror(const World& world);
 
-  // A session's start and close. Records are written with one write each, of the size they have.
+  // A session's start and close. Each record is one write, of the record's size.
   void StartAndClose();
 
-  // Between the last write of a full document and the first of the next: what finishing and opening take.
+  // A split: finishes the file and opens the next one.
   void Roll(HANDLE& file);
 
   [[nodiscard]] HANDLE OpenNext();

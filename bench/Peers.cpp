@@ -1,4 +1,5 @@
-// The same records through what a host would use without the library, each on the disk before the call ends.
+// Measures the same records written by what a host would use without the library. Each is in its file before
+// the call ends.
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/spdlog.h>
 
@@ -12,8 +13,8 @@ namespace {
 
 constexpr int kCalls = 300;
 
-// What the library makes its record of. A host would have to keep the number and make the time itself: peers
-// get both as a present.
+// The contents of the library's record. The peers get the sequence number and the time for free, though a
+// host would have to produce both.
 constexpr char kDoc[] = "0";
 constexpr char kCategory[] = "File";
 constexpr char kSubCategory[] = "Menu";
@@ -21,7 +22,7 @@ constexpr char kName[] = "Save";
 constexpr char kTime[] = "2011-03-04T05:06:07Z";
 constexpr size_t kRecordSize = 106;
 
-// A peer puts the same record together in its own way, without escaping, and writes it to the disk.
+// A peer builds the same record in its own way, without escaping, and writes it to the file.
 template <class Write>
 void MeasurePeer(Figures& figures, const char* name, const fs::path& path, Write&& write) {
   const HANDLE file = OpenLikeADocument(path);

@@ -1,4 +1,4 @@
-// Builds one kind of record a number of times, for counting the instructions that it takes.
+// Builds one kind of record a given number of times, so that its instructions can be counted.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +16,7 @@ namespace {
 using api::CheckedText;
 using api::CheckFor;
 
+constexpr auto kDigest = session::FreeText::Plain(util::BlockText("73f319ab4389e4c8f85cf407435972ff"));
 const std::string longValue(512, 'v');
 const std::string escapes(200, '<');
 
@@ -29,9 +30,9 @@ const session::RecordStamp& Stamp(int i) {
   return stamp;
 }
 
-constexpr api::TextCheck kLabel = CheckFor(api::kLimit128 | api::kNullAllowed | api::kEmptyAllowed);
-constexpr api::TextCheck kValue = CheckFor(api::kLimit512 | api::kNullAllowed | api::kEmptyAllowed);
-constexpr api::TextCheck kKey = CheckFor(api::kIdentifier);
+constexpr api::TextCheck kLabel = CheckFor(api::kLabel | api::kNullAllowed | api::kEmptyAllowed);
+constexpr api::TextCheck kValue = CheckFor(api::kValue | api::kNullAllowed | api::kEmptyAllowed);
+constexpr api::TextCheck kKey = CheckFor(api::kKey);
 
 void Event(int i, const session::FreeText& doc) {
   const CheckedText category("File", kLabel);
@@ -56,7 +57,7 @@ struct Kind {
 
 constexpr Kind kKinds[] = {
     {"event", [](int i) { Event(i, api::kNoDocument); }},
-    {"event-with-document", [](int i) { Event(i, util::Whole{"73f319ab4389e4c8f85cf407435972ff"}); }},
+    {"event-with-document", [](int i) { Event(i, kDigest); }},
     {"data", [](int i) { Data(i, "dark"); }},
     {"data-512-bytes", [](int i) { Data(i, longValue.c_str()); }},
     {"data-200-escapes", [](int i) { Data(i, escapes.c_str()); }},

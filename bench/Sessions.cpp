@@ -1,11 +1,11 @@
-// What many open sessions cost.
+// Measures calls among many open sessions, and their memory.
 #include "Figures.h"
 
 namespace vantra::bench {
 namespace {
 
 constexpr int kCalls = 200;
-constexpr size_t kStride = 7919;  // a prime: each call goes to another session, far from the last
+constexpr size_t kStride = 7919;  // a prime: each call uses another session, far from the last one
 
 class BareFiles {
  public:
@@ -16,7 +16,7 @@ class BareFiles {
   BareFiles(const BareFiles&) = delete;
   BareFiles& operator=(const BareFiles&) = delete;
 
-  // Each as long as a document is after its header blocks: the first write of a file costs far more.
+  // Makes each file as long as a document after its header blocks, since a file's first write costs far more.
   void GrowTo(size_t count) {
     const std::string header(6'000, 'x');
     while (files_.size() < count) {
@@ -42,7 +42,7 @@ void MeasureSessions(Figures& figures, const World& world, size_t most) {
   for (const size_t count : {size_t{1}, size_t{100}, most}) {
     const size_t before = UsedMemory();
     const size_t more = count - sessions.size();
-    // In turn, so that the system holds both kinds of file in the same state.
+    // Alternating, so that both kinds of file are in the same state in the system.
     while (sessions.size() < count) {
       sessions.push_back(library.Start());
       files.GrowTo(sessions.size());

@@ -1,10 +1,13 @@
-// Starts, closes, rollovers and loads beside the same platform calls made bare.
+// Measures starts, closes, splits and loads beside the same bare platform calls.
 #include "Figures.h"
 #include "Mirror.h"
 
 namespace vantra::bench {
-void MeasureStarts(Figures& figures, const World& world) {
-  const auto microseconds = [](int64_t from, int64_t to) { return static_cast<double>(to - from) / 1000; };
+namespace {
+
+double Microseconds(int64_t from, int64_t to) { return static_cast<double>(to - from) / 1000; }
+
+void MeasureLoads(Figures& figures) {
   std::vector<double> loads;
   std::vector<double> unloads;
   for (int round = 0; round < figures.Rounds(); ++round) {
@@ -12,20 +15,22 @@ void MeasureStarts(Figures& figures, const World& world) {
     const HMODULE module = LoadLibraryW(LibraryPath().c_str());
     const int64_t loaded = Now();
     FreeLibrary(module);
-    loads.push_back(microseconds(before, loaded));
-    unloads.push_back(microseconds(loaded, Now()));
+    loads.push_back(Microseconds(before, loaded));
+    unloads.push_back(Microseconds(loaded, Now()));
   }
   figures.AddFact("size of the library", static_cast<double>(fs::file_size(LibraryPath())), "bytes");
   figures.AddFact("load of the library", Figures::Median(loads), "us");
   figures.AddFact("unload", Figures::Median(unloads), "us");
+}
 
-  const Library library(world);
+void MeasureFirstStart(Figures& figures, const Library& library) {
   const int64_t before = Now();
   void* session = library.Start();
-  figures.AddFact("first start of a process", microseconds(before, Now()), "us");
+  figures.AddFact("first start of a process", Microseconds(before, Now()), "us");
   library.CloseSession(&session);
+}
 
-  Mirror mirror(world);
+void MeasureStart(Figures& figures, const World& world, const Library& library, Mirror& mirror) {
   constexpr int kStarts = 10;
   figures
       .Compare(
@@ -42,16 +47,18 @@ void MeasureStarts(Figures& figures, const World& world) {
             return Time(kStarts, [&](int) { mirror.StartAndClose(); });
           })
       .target = 1.15;
+}
 
-  // The same number of writes of the same size, and a rollover as often.
+// The bare side makes as many writes of the same size, and splits as often.
+void MeasureSplits(Figures& figures, const World& world, const Library& library, Mirror& mirror) {
   constexpr int kCalls = 4000;
   constexpr int kRecord = 106;
   constexpr int kRecordsADocument = 102'400 / kRecord;
   const std::string bytes(kRecord, 'x');
-  session = library.Start();
+  void* session = library.Start();
   figures
       .Compare(
-          "rollover", "UTLogEvent, sustained",
+          "split", "UTLogEvent, sustained",
           [&] {
             world.EmptyLogs();
             return Time(kCalls, [&](int) { library.LogEvent(session, "File", "Menu", "Save", nullptr, 0); });
@@ -69,6 +76,17 @@ void MeasureStarts(Figures& figures, const World& world) {
       .target = 1.20;
   library.CloseSession(&session);
   world.EmptyLogs();
+}
+
+}  // namespace
+
+void MeasureStarts(Figures& figures, const World& world) {
+  MeasureLoads(figures);
+  const Library library(world);
+  MeasureFirstStart(figures, library);
+  Mirror mirror(world);
+  MeasureStart(figures, world, library, mirror);
+  MeasureSplits(figures, world, library, mirror);
 }
 
 }  // namespace vantra::bench

@@ -12,6 +12,8 @@
 namespace vantra::bench {
 namespace {
 
+using stage::Overwrite;
+
 constexpr wchar_t kUsageKey[] = L"Software\\Tolvex\\CommonFiles\\Usage";
 constexpr wchar_t kShellFolders[] =
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
@@ -27,32 +29,6 @@ void* CountedMalloc(size_t size) {
 void SetText(const wchar_t* key, const wchar_t* name, const std::wstring& text) {
   RegSetKeyValueW(HKEY_CURRENT_USER, key, name, REG_SZ, text.c_str(),
                   static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
-}
-
-// The place where the module keeps the address of a function that it imports.
-void** FindImport(HMODULE module, const char* function) {
-  auto* const base = reinterpret_cast<char*>(module);
-  const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-  const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
-  const DWORD imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-  for (auto* from = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports); from->Name != 0;
-       ++from) {
-    const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + from->OriginalFirstThunk);
-    auto** addresses = reinterpret_cast<void**>(base + from->FirstThunk);
-    for (; names->u1.AddressOfData != 0; ++names, ++addresses) {
-      if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
-      const auto* import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-      if (std::strcmp(import->Name, function) == 0) return addresses;
-    }
-  }
-  throw std::runtime_error("the library does not import " + std::string(function));
-}
-
-void Overwrite(void* at, const void* bytes, size_t size) {
-  DWORD protection = 0;
-  VirtualProtect(at, size, PAGE_EXECUTE_READWRITE, &protection);
-  std::memcpy(at, bytes, size);
-  VirtualProtect(at, size, protection, &protection);
 }
 
 BOOL WINAPI ReportFullDisk(LPCWSTR, PULARGE_INTEGER available, PULARGE_INTEGER, PULARGE_INTEGER) {
@@ -71,7 +47,7 @@ fs::path OwnFolder() {
   return fs::path(path).parent_path();
 }
 
-// The log is switched on by a file that need only be there during the load.
+// Switches the log on; needed only while the library is loaded.
 fs::path SwitchFile() { return OwnFolder() / "SKLog.config"; }
 
 fs::path ReadyToLoad(bool withLog) {
@@ -112,9 +88,7 @@ void World::EmptyLogs() const {
 
 Library::Library(const World& world, bool withLog) : stage::Library(ReadyToLoad(withLog)) {
   fs::remove(SwitchFile());
-  void** const malloc = FindImport(GetModuleHandleW(LibraryPath().c_str()), "malloc");
-  void* const counted = reinterpret_cast<void*>(&CountedMalloc);
-  Overwrite(malloc, &counted, sizeof counted);
+  Replace("malloc", &CountedMalloc);
   Initialize(kUsage, false, world.Folder().string().c_str());
   SetOptIn(1);
 }

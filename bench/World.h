@@ -1,4 +1,5 @@
-// Where the measurements happen: a profile, a registry and a folder of their own, and the library in it.
+// The environment of the measurements: a profile, a registry and a folder of their own, and the library in
+// it.
 #pragma once
 
 #include <windows.h>
@@ -14,7 +15,7 @@ namespace vantra::bench {
 
 namespace fs = std::filesystem;
 
-// Made once; gone with the process. Sending is off, so that no agent is ever started.
+// Create one per process; it is removed on destruction. Sending is off, so that no agent is started.
 class World {
  public:
   World();
@@ -26,7 +27,7 @@ class World {
   [[nodiscard]] fs::path AgentFolder() const { return folder_ / "AppData" / "Tolvex" / "Sendrix2"; }
   [[nodiscard]] fs::path Logs() const { return AgentFolder() / "Logs"; }
   void SetObfuscation(bool on) const;
-  // Removes what no session has open.
+  // Deletes the files that no session has open.
   void EmptyLogs() const;
 
  private:
@@ -34,17 +35,17 @@ class World {
   std::wstring keyName_;
 };
 
-// The loaded library, used by a host whose user has opted in.
+// The loaded library in a host whose user has opted in.
 class Library : public stage::Library {
  public:
   explicit Library(const World& world, bool withLog = false);
 
   [[nodiscard]] void* Start() const;
 
-  // Calls to the C runtime's malloc by the library since the last question.
+  // The library's calls of malloc since the last call of this.
   [[nodiscard]] size_t Allocations() const;
 
-  // While one lives, the platform reports too little free space for a session to record.
+  // During its lifetime the platform reports too little free space for a session to record.
   class FullDisk;
 };
 
@@ -61,10 +62,10 @@ class Library::FullDisk {
 
 [[nodiscard]] fs::path LibraryPath();
 
-// A file opened as the library opens a document.
+// Opens a file as the library opens a document.
 [[nodiscard]] HANDLE OpenLikeADocument(const fs::path& path);
 
-[[nodiscard]] int64_t Now();        // in nanoseconds, of some clock
+[[nodiscard]] int64_t Now();        // in nanoseconds, from an arbitrary origin
 [[nodiscard]] size_t UsedMemory();  // of the process, in bytes
 
 }  // namespace vantra::bench

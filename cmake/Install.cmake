@@ -1,4 +1,4 @@
-# What a host needs: relocatable, found with find_package(Vantra CONFIG) or with pkg-config.
+# Installs what a host needs: relocatable, found with find_package(Vantra CONFIG) or with pkg-config.
 include(CMakePackageConfigHelpers)
 
 set(VANTRA_DOCUMENTS share/doc/vantra CACHE STRING "Where documents are installed")
@@ -13,6 +13,7 @@ configure_package_config_file(cmake/package/VantraConfig.cmake.in VantraConfig.c
   INSTALL_DESTINATION ${package} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(VantraConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/VantraConfig.cmake ${PROJECT_BINARY_DIR}/VantraConfigVersion.cmake
+  cmake/VantraCatalogue.cmake
   DESTINATION ${package})
 
 configure_file(cmake/package/vantra.pc.in vantra.pc @ONLY)

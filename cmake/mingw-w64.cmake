@@ -1,4 +1,4 @@
-# 64-bit Windows from Linux. The posix variant of the compiler is the one with <thread> and <mutex>.
+# Cross-builds for 64-bit Windows on Linux. Only the posix variant of the compiler has <thread> and <mutex>.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)

@@ -39,7 +39,7 @@ class Writer {
     id_ = id.data();
     start_ = kStart + int64_t{number} * 10'000;
     stamp_.time.Set(start_);
-    startTime_ = stamp_.time.Text().text;
+    startTime_ = stamp_.time.Text().View();
   }
 
   uint64_t Write(int32_t index, bool isLast) {
@@ -99,7 +99,7 @@ class Writer {
     for (const auto& [name, value] : entries) Value(1, name, value);
   }
 
-  // What a user does in a second: an event, and values that belong together.
+  // One second of a user's work: an event, and values that belong together.
   void Act(int64_t second) {
     stamp_.time.Set(start_ + second);
     const std::string_view doc = Random() % 2 == 0 ? "0" : "0208ae7a5901ccfcd3cbcd5b3b1d6ce0";

@@ -1,4 +1,4 @@
-// Documents to measure with, written by the library's own code: sessions as hosts record them.
+// Documents for the measurements, written by the library's own code: sessions as hosts record them.
 #pragma once
 
 #include <cstdint>
@@ -13,5 +13,5 @@ struct Corpus {
   bool isObfuscated;
 };
 
-// Writes the documents into the folder, which is made. Gives their bytes.
+// Writes the documents into the folder, which is created. Returns their total size in bytes.
 uint64_t Write(const Corpus& corpus, const std::string& folder);

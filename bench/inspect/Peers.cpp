@@ -10,14 +10,14 @@
 
 namespace {
 
-// What all rows have in common costs a peer nothing: it gets it as a present.
+// Peers get for free what all rows have in common.
 constexpr std::string_view kHead =
     R"({"document":"ulog_Acme_Draw_ee3ebfc2-9cf1-43b9-827a-84e9267912bf_00000001-4000-4000-8000-000000000001_0","seq":)";
 constexpr std::string_view kCommon =
     R"(,"origin":"session","family":"Acme","product":"Draw","version":"3.1","build":"412","language":"en-US",)"
     R"("user":"ee3ebfc2-9cf1-43b9-827a-84e9267912bf","session":"00000001-4000-4000-8000-000000000001","file_index":0)";
 
-// Attributes as columns, in the order of the columns.
+// The attributes that become columns, in the order of the columns.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 8> kColumns = {
     {{"time", "time"},
      {"group", "group_id"},

@@ -1,4 +1,4 @@
-// Other readers of XML at the same work: a document in, a row of JSON a record out.
+// Other readers of XML at the same work: from a document to a row of JSON for each record.
 #pragma once
 
 #include <span>
@@ -9,7 +9,7 @@ struct Peer {
   std::string_view name;
   // Appends the document's rows. Throws when the document cannot be parsed.
   void (*toRows)(const std::string& document, std::string& rows);
-  // The parsing alone.
+  // Only parses.
   void (*parse)(const std::string& document);
 };
 

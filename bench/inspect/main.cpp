@@ -1,10 +1,9 @@
-// Measures vantra-inspect against reading alone, and beside other readers of XML: one table on standard
-// output.
+// Measures vantra-inspect against reading alone, and beside other readers of XML. Prints one table.
 //
 //   vantra-inspect-bench PROGRAM FOLDER [ROUNDS [PERCENT]]
 //
-// Writes its documents below the folder, and deletes them again. Each figure is the best of the rounds, by
-// the processor time of one pinned core: others on the machine disturb that least.
+// Writes its documents below the folder and deletes them at the end. Each figure is the best of the rounds,
+// in processor time on one pinned core, which other processes disturb least.
 #include <fcntl.h>
 #include <sched.h>
 #include <spawn.h>
@@ -92,7 +91,7 @@ void Call(std::vector<std::string> arguments) {
   posix_spawn_file_actions_destroy(&actions);
 }
 
-// Reads every file of the folder, in the order of their names.
+// Reads the files in the given order.
 void ReadAll(const std::string& folder, const std::vector<std::string>& names) {
   static std::vector<char> buffer(size_t{256} << 10);
   const int in = open(folder.c_str(), O_PATH | O_DIRECTORY);
@@ -108,7 +107,7 @@ void ReadAll(const std::string& folder, const std::vector<std::string>& names) {
 std::vector<std::string> NamesIn(const std::string& folder) {
   std::vector<std::string> names;
   for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename());
-  // By session and index, as the program reads them.
+  // By session and index, the order in which the program reads them.
   constexpr size_t kSession = 52;
   std::ranges::sort(names, {}, [](const std::string& name) { return name.substr(kSession); });
   return names;
@@ -166,7 +165,7 @@ class Bench {
     MeasurePeers(folder);
   }
 
-  // With a part of the documents: gigabytes that are written would measure the disk.
+  // With part of the documents: writing gigabytes would measure the disk.
   void MeasureFile(const std::string& folder) {
     constexpr size_t kDocuments = 500;
     const std::string part = folder_ + "/part";
@@ -191,7 +190,7 @@ class Bench {
     fs::remove_all(part);
   }
 
-  // On a part of the documents: they take their time.
+  // On part of the documents, since these readers are slow.
   void MeasurePeers(const std::string& folder) {
     constexpr size_t kDocuments = 200;
     std::vector<std::string> documents;

@@ -1,7 +1,8 @@
-# The bill of materials in SPDX 2.3. Input: lines of sha1sum, then lines of sha256sum, over the same files.
+# Writes the bill of materials in SPDX 2.3. Input: lines of sha1sum, then lines of sha256sum, over the same
+# files.
 def file_id: "SPDXRef-File-" + (ltrimstr("./") | gsub("[^A-Za-z0-9.]"; "-"));
 
-# What is linked into the library and the programs, with the licence under which it comes.
+# A part that is linked into the library or the programs, with its licence.
 def part($name; $version; $supplier; $license; $home):
   {
     SPDXID: "SPDXRef-Package-\($name)", name: $name, versionInfo: $version, supplier: "Organization: \($supplier)",
@@ -16,10 +17,13 @@ def parts:
     part("boost"; $boost; "Boost"; "BSL-1.0"; "https://www.boost.org"),
     part("zlib"; $zlib; "zlib"; "Zlib"; "https://zlib.net"),
     part("nlohmann-json"; $json; "nlohmann-json"; "MIT"; "https://json.nlohmann.me"),
-    part("cli11"; $cli11; "CLI11"; "BSD-3-Clause"; "https://github.com/CLIUtils/CLI11")
+    part("cli11"; $cli11; "CLI11"; "BSD-3-Clause"; "https://github.com/CLIUtils/CLI11"),
+    part("tomlplusplus"; $toml; "tomlplusplus"; "MIT"; "https://marzer.github.io/tomlplusplus"),
+    part("mustache"; $mustache; "kainjow"; "BSL-1.0"; "https://github.com/kainjow/Mustache")
   ];
 def parts_of($names): parts | map(select([.name] | inside($names)));
 def runtimes: ["gcc-runtime", "mingw-w64-runtime", "winpthreads"];
+def reading: ["boost", "zlib", "nlohmann-json", "cli11"];
 def relation($from; $type; $to):
   { spdxElementId: $from, relationshipType: $type, relatedSpdxElement: $to };
 
@@ -50,8 +54,10 @@ map({
     ($files | map(relation("SPDXRef-Package-vantra"; "CONTAINS"; .SPDXID))) +
     (parts_of(runtimes + ["boost"]) | map(relation("SPDXRef-File-bin-Vantra.dll"; "STATIC_LINK"; .SPDXID))) +
     (parts_of(runtimes + ["boost", "zlib"]) | map(relation("SPDXRef-File-agent-Sendrix2.exe"; "STATIC_LINK"; .SPDXID))) +
-    (parts | map(relation("SPDXRef-File-inspect-vantra-inspect.exe"; "STATIC_LINK"; .SPDXID))) +
-    (parts_of(["gcc-runtime", "boost", "zlib", "nlohmann-json", "cli11"]) |
-      map(relation("SPDXRef-File-inspect-vantra-inspect"; "STATIC_LINK"; .SPDXID)))
+    (parts_of(runtimes + reading) | map(relation("SPDXRef-File-inspect-vantra-inspect.exe"; "STATIC_LINK"; .SPDXID))) +
+    (parts_of(["gcc-runtime"] + reading) | map(relation("SPDXRef-File-inspect-vantra-inspect"; "STATIC_LINK"; .SPDXID))) +
+    (parts | map(relation("SPDXRef-File-catalogue-vantra-catalog.exe"; "STATIC_LINK"; .SPDXID))) +
+    (parts_of(["gcc-runtime"] + reading + ["tomlplusplus", "mustache"]) |
+      map(relation("SPDXRef-File-catalogue-vantra-catalog"; "STATIC_LINK"; .SPDXID)))
   )
 }

@@ -1,4 +1,4 @@
-// A host in C: counts the lines, words and bytes of a text file, and records that it did.
+// A host in C: counts the lines, words and bytes of a text file, and records that it did so.
 #include <ctype.h>
 #include <stdio.h>
 #include <string.h>
@@ -23,7 +23,7 @@ static bool Count(const char* path, struct Counts* counts) {
   return true;
 }
 
-// Asks as long as the user has not answered. Vantra keeps the answer.
+// Asks a user who has not answered yet. Vantra stores the answer.
 static void AskForConsent(void) {
   char answer[16] = "";
   if (UTGetOptIn() != -1) return;
@@ -38,8 +38,8 @@ static void AddNumber(void* session, uint32_t group, const char* key, unsigned l
   UTAddToGroup(session, group, key, text);
 }
 
-// Of the path only a digest is recorded. No result need be tested: without consent there is no session, and
-// calls without one do nothing.
+// Only a digest of the path is recorded. No result needs to be checked: without consent there is no session,
+// and calls without one do nothing.
 static void Record(void* session, const char* path, const struct Counts* counts) {
   const uint32_t length = (uint32_t)strlen(path);
   uint32_t group = 0;

@@ -1,4 +1,4 @@
-// A host in C++: counts the lines, words and bytes of a text file, and records that it did. It loads
+// A host in C++: counts the lines, words and bytes of a text file, and records that it did so. It loads
 // Vantra.dll at run time, so it also runs where the library is missing.
 #include <cctype>
 #include <cstddef>
@@ -30,7 +30,7 @@ std::optional<Counts> Count(const char* path) {
   return counts;
 }
 
-// Asks as long as the user has not answered. Vantra keeps the answer.
+// Asks a user who has not answered yet. Vantra stores the answer.
 void AskForConsent(const vantra::Library& library) {
   if (!library.IsPresent() || library.GetOptIn() != vantra::OptIn::kNoChoice) return;
   std::cout << "May Words record how it is used? (y/n) " << std::flush;
@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
   library.Initialize("AcmeWords", vantra::CrashHandling::kOn);
   AskForConsent(library);
 
-  // Without consent, or without the library, the session records nothing. It closes itself.
+  // Without consent or without the library, the session records nothing. It closes itself.
   const auto session = library.StartSession({.family = "Acme", .name = "Words", .version = "1.0"});
   const char* const path = argv[1];
   const auto counts = Count(path);

@@ -1,5 +1,5 @@
-// A host in Go without cgo: counts the lines, words and bytes of a text file, and records that it did. It also
-// runs where Vantra.dll is missing.
+// A host in Go without cgo: counts the lines, words and bytes of a text file, and records that it did so. It
+// also runs where Vantra.dll is missing.
 package main
 
 import (
@@ -24,20 +24,20 @@ var (
 	closeSession = library.NewProc("UTCloseSession")
 )
 
-// A full path, for a bare name would also be looked for where others can put files.
+// A full path: a bare name would also be looked for in folders that others can write to.
 func beside(name string) string {
 	program, _ := os.Executable()
 	return filepath.Join(filepath.Dir(program), name)
 }
 
-// UTF-8 that ends in a NUL, or NULL for a text with a NUL inside. Convert it within the argument list of Call:
-// there, and only there, it is kept alive.
+// NUL-terminated UTF-8, or NULL for a text with a NUL inside. Convert it to uintptr within the argument list
+// of Call: only there is it kept alive.
 func text(s string) unsafe.Pointer {
 	bytes, _ := syscall.BytePtrFromString(s)
 	return unsafe.Pointer(bytes)
 }
 
-// Asks as long as the user has not answered. Vantra keeps the answer. Results are int32 in a wider word.
+// Asks a user who has not answered yet. Vantra stores the answer. Results are int32 values in a wider word.
 func askForConsent() {
 	if choice, _, _ := getOptIn.Call(); int32(choice) != -1 {
 		return
@@ -52,7 +52,8 @@ func askForConsent() {
 	}
 }
 
-// Of the path only a digest is recorded. Without consent there is no session, and calls without one do nothing.
+// Only a digest of the path is recorded. Without consent there is no session, and calls without one do
+// nothing.
 func record(path string, event string, counts map[string]int) {
 	var session uintptr
 	var group uint32

@@ -1,4 +1,4 @@
-// A host in Rust: counts the lines, words and bytes of a text file, and records that it did.
+// A host in Rust: counts the lines, words and bytes of a text file, and records that it did so.
 //
 // rustc --target x86_64-pc-windows-gnu -C linker=x86_64-w64-mingw32-gcc -L lib examples/rust/words.rs
 use std::ffi::CString;
@@ -22,7 +22,7 @@ extern "C" {
     fn UTCloseSession(session: *mut *mut c_void) -> i32;
 }
 
-/// A text that ends in a NUL, for as long as the value lives; empty for one with a NUL inside.
+/// A NUL-terminated text, valid as long as the value; empty for a text with a NUL inside.
 fn text(text: &str) -> CString {
     CString::new(text).unwrap_or_default()
 }
@@ -40,7 +40,7 @@ impl Session {
         session
     }
 
-    /// Of the document only a digest is recorded.
+    /// Only a digest of the document is recorded.
     fn event(&self, category: &str, sub_category: &str, name: &str, document: &str) {
         unsafe {
             UTLogEvent(self.0, text(category).as_ptr(), text(sub_category).as_ptr(), text(name).as_ptr(),
@@ -67,7 +67,7 @@ impl Drop for Session {
     }
 }
 
-/// Asks as long as the user has not answered. Vantra keeps the answer.
+/// Asks a user who has not answered yet. Vantra stores the answer.
 fn ask_for_consent() {
     if unsafe { UTGetOptIn() } != -1 {
         return;

@@ -1,5 +1,5 @@
-// How a host tests what it records: one action, and the records that it leaves. Takes no test framework; with
-// one the checks are its assertions.
+// How a host tests what it records: it performs an action and checks the records. Uses no test framework;
+// with one, the checks become its assertions.
 #include <process.h>
 
 #include <cstdlib>
@@ -73,7 +73,7 @@ void SavingIsRecorded(const vantra::Library& library) {
   Expect(!world.Value("Shapes", "Theme"), "a value of one group is not in another");
 }
 
-// What the library cuts and repairs is found by what the host passed.
+// Texts that the library cuts or repairs are found by what the host passed.
 void TextsAreFoundAsTheyWerePassed(const vantra::Library& library) {
   const World world("AcmeDraw");
   const std::string isLong(600, 'x');
@@ -108,7 +108,7 @@ void NothingIsRecordedWithoutConsent(const vantra::Library& library) {
   Expect(!std::filesystem::exists(logs), "a world leaves nothing behind");
 }
 
-// A world that a test leaves behind when it crashes; its place is written to the file.
+// Leaves a world behind, as a test that crashes does, and writes its path to the file.
 void Abandon(const char* file) {
   const World world("AcmeDraw");
   std::ofstream(file) << world.Logs().string();
@@ -133,7 +133,7 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): what is
   SavingIsRecorded(library);
   TextsAreFoundAsTheyWerePassed(library);
   NothingIsRecordedWithoutConsent(library);
-  SavingIsRecorded(library);  // one world knows nothing of another
+  SavingIsRecorded(library);  // worlds do not affect each other
   WhatACrashLeavesIsRemoved(argv[0]);
   return failures;
 }

@@ -1,4 +1,4 @@
-// The functions of vantra.h as a table that is linked or found at run time: a detail of vantra.hpp.
+// A table of the functions of vantra.h, linked or found at run time: an implementation detail of vantra.hpp.
 #ifndef VANTRA_FUNCTIONS_HPP
 #define VANTRA_FUNCTIONS_HPP
 
@@ -14,7 +14,7 @@ int32_t Refuse(Arguments...) noexcept {
   return result;
 }
 
-// The functions in use, under their names without UT. One that is not there fails as the library's own would.
+// The functions in use, named without UT. A function that is missing does nothing and returns a failure.
 struct Functions {
   decltype(&UTInitialize) Initialize = &Refuse<1>;
   decltype(&UTStartSession) StartSession = &Refuse<1>;
@@ -34,12 +34,12 @@ struct Functions {
   decltype(&UTSetSerializationState) SetSerializationState = &Refuse<1>;
 };
 
-// Whether a library is of use without the function. Those that came after 1.0.0 are optional, since a host
-// may meet an older library.
+// Whether a library can be used without the function. Functions added after 1.0.0 are optional, since a host
+// may find an older library.
 enum class Need { kRequired, kOptional };
 
-// Calls visit(function, name, need, linked) for each. linked() gives the address that the linker knows; only
-// who calls it needs the import library.
+// Calls visit(function, name, need, linked) for each function. linked() returns the linked function; only
+// code that calls it needs the import library.
 template <class Visit>
 constexpr void ForEachFunction(Functions& f, Visit visit) {
   using enum Need;
@@ -54,7 +54,7 @@ constexpr void ForEachFunction(Functions& f, Visit visit) {
   visit(f.SetOptIn, "UTSetOptIn", kRequired, [] { return &UTSetOptIn; });
   visit(f.OptInGet, "UTOptInGet", kRequired, [] { return &UTOptInGet; });
   visit(f.OptInSet, "UTOptInSet", kRequired, [] { return &UTOptInSet; });
-  // vantra.hpp does without: it reaches the common store through the two that follow.
+  // Not used by vantra.hpp, which reaches the common store through the next two.
   visit(f.GetDemographic, "UTGetDemographic", kOptional, [] { return &UTGetDemographic; });
   visit(f.SetDemographic, "UTSetDemographic", kOptional, [] { return &UTSetDemographic; });
   visit(f.GetNonDefaultDemographic, "UTGetNonDefaultDemographic", kRequired,
@@ -79,16 +79,16 @@ inline Functions Linked() noexcept {
   return functions;
 }
 
-// Makes the function the export at this address, unless that is a null pointer.
+// Sets function to the export at this address. False, and no change, for a null pointer.
 template <class Function, class Address>
 bool Take(Function& function, Address address) noexcept {
-  // By way of a plain function pointer, which may become any other.
+  // Through a plain function pointer, which may be cast to any other type.
   const auto found = reinterpret_cast<Function>(reinterpret_cast<void (*)()>(address));
   if (found != nullptr) function = found;
   return found != nullptr;
 }
 
-// What find(name) finds; nothing when a required function is missing.
+// The functions that find(name) finds; empty when a required one is missing.
 template <class Find>
 std::optional<Functions> FindAll(Find find) noexcept {
   Functions functions;

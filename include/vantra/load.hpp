@@ -1,7 +1,8 @@
 /**
- * Vantra loaded at run time, so that a host starts without it. Includes windows.h; needs no import library.
+ * Loads Vantra at run time, so that a host also starts where it is missing. Includes windows.h; needs no
+ * import library.
  *
- *     const vantra::Library library = vantra::Load();  // and on as with a linked one
+ *     const vantra::Library library = vantra::Load();  // then as with a linked one
  */
 #ifndef VANTRA_LOAD_HPP
 #define VANTRA_LOAD_HPP
@@ -13,12 +14,12 @@
 namespace vantra {
 
 /**
- * Loads the library. It stays loaded until the process ends, so no call and no session can outlive it.
+ * Loads the library, which then stays loaded until the process ends. Any thread may call this.
  *
- * @param path  A file name, looked for beside the host's executable and in the system's folder only, or a
- *              full path (for a plug-in, say).
- * @return The library; not present when the file is missing, cannot be loaded or lacks a function
- *         of version 1.0.0.
+ * @param path  A file name, which is looked for only beside the host's executable and in the system folder;
+ *              or a full path, for example for a plug-in.
+ * @return The library. It is not present if the file is missing, cannot be loaded or lacks a function that
+ *         vantra::Library needs.
  */
 [[nodiscard]] inline Library Load(const wchar_t* path = L"Vantra.dll") noexcept {
   const HMODULE module =

@@ -1,5 +1,5 @@
 /**
- * Vantra for C++20: vantra.h with owners, text of any kind and named values.
+ * Vantra for C++20: vantra.h with owning classes, convenient text parameters and enumerations.
  *
  *     vantra::Library library;                           // linked; see load.hpp for one that may be missing
  *     library.Initialize("MyProduct", vantra::CrashHandling::kOn);
@@ -10,15 +10,15 @@
  *     session.LogEvent("File", "Menu", "Save", path);
  *     session.NewDataGroup("Drawing", "Size", "Shapes").Add("Circles", 17);
  *
- * Nothing is thrown (but see GetDemographic), nothing is allocated, and the header needs no windows.h.
- * Limits, repairs, the effect of consent and what is recorded are those of vantra.h.
+ * Nothing throws or allocates, except GetDemographic, and the header does not include windows.h. Limits,
+ * repairs, the effect of consent and what is recorded are those of vantra.h.
  *
- * Each bool tells whether the call succeeded. Those of recording calls may be ignored: a failure harms
- * nothing, and without consent there is simply no session. The results that are [[nodiscard]] carry an answer
- * or the user's choice.
+ * A bool result says whether the call succeeded. Results of recording calls may be ignored: a failure harms
+ * nothing, and without consent there is simply no session. [[nodiscard]] results carry an answer or the
+ * user's choice.
  *
- * Const members may be called from any thread at any time. Closing, moving or destroying a Session needs the
- * care that any object needs.
+ * Const members may be called from any thread at any time. As with any object, do not close, move or destroy
+ * a Session while another thread uses it.
  */
 #ifndef VANTRA_VANTRA_HPP
 #define VANTRA_VANTRA_HPP
@@ -34,22 +34,23 @@
 
 namespace vantra {
 
-/** What a Text is made from besides text. Neither bool nor char says how it is to be written. */
+/** The numbers that a Text is made from. A bool or a char is none: how to write it would be ambiguous. */
 template <class N>
 concept Number = std::is_arithmetic_v<N> && !std::is_same_v<N, bool> && !std::is_same_v<N, char>;
 
 /**
- * A parameter: text in UTF-8, or a number. It holds a copy, so it may be kept, alone or in a Product.
+ * A parameter: text in UTF-8, or a number in decimal. It holds a copy, so it may be kept, alone or in a
+ * Product.
  *
- * Text is copied up to its first NUL, at most kCapacity bytes of it. That is more than any limit of vantra.h:
- * of what is cut there, a validation error tells as much. nullptr, and a string_view without data, stand for
- * NULL.
+ * At most kCapacity bytes of the text are copied, up to its first NUL. That is more than any limit of
+ * vantra.h; a validation error, which records the uncut text there, records at most these bytes. nullptr, and
+ * a string_view without data, stand for NULL.
  */
 class Text {
  public:
   static constexpr size_t kCapacity = 1023;
 
-  // NOLINTBEGIN(google-explicit-constructor): a call is given what a text can be made of.
+  // NOLINTBEGIN(google-explicit-constructor): so that calls take plain text and numbers.
   Text(std::string_view text) noexcept : isNull_(text.data() == nullptr) {
     buffer_[text.copy(buffer_, kCapacity)] = '\0';
   }
@@ -61,7 +62,7 @@ class Text {
   }
   // NOLINTEND(google-explicit-constructor)
 
-  /** Ends in a NUL, and lives as long as this Text. */
+  /** The NUL-terminated text, valid as long as this object; nullptr for NULL. */
   [[nodiscard]] const char* Get() const& noexcept { return isNull_ ? nullptr : buffer_; }
   const char* Get() const&& = delete;
 
@@ -70,16 +71,16 @@ class Text {
   char buffer_[kCapacity + 1];
 };
 
-/** The user's choice. As an argument kNoChoice forgets it, and the product's demographic values with it. */
+/** The user's choice. To set kNoChoice deletes it, and the product's demographic values with it. */
 enum class OptIn : int32_t { kNoChoice = -1, kOut = 0, kIn = 1 };
 
 /** In kPreRelease a user who has not chosen yet counts as consenting. */
 enum class ReleaseState : int32_t { kPreRelease, kTrial, kSerialized, kSharedComponent };
 
-/** Whether crashes of this process are recorded; read about its price at UTInitialize. */
+/** Whether crashes of this process are recorded. UTInitialize describes the side effects. */
 enum class CrashHandling : bool { kOff, kOn };
 
-/** What a session tells about its host; may be kept. Family and name become part of file names. */
+/** The product that a session records. Family and name become parts of file names. */
 struct Product {
   Text family;
   Text name;
@@ -90,7 +91,7 @@ struct Product {
 
 namespace detail {
 
-// A document as the C functions take it, none for an empty text. What is too long for them is refused there.
+// A document as the C functions take it; an empty one becomes NULL. They refuse one that is too long.
 inline const char* DocumentText(std::string_view document) noexcept {
   return document.empty() ? nullptr : document.data();
 }
@@ -100,17 +101,16 @@ inline uint32_t DocumentLength(std::string_view document) noexcept {
 
 }  // namespace detail
 
-/** A data group of a session: a number, with nothing to release, that may be copied. Let none outlive its
- * session. */
+/** A data group of a session. Owns nothing and may be copied, but must not outlive its session. */
 class Group {
  public:
-  /** A group of no session: every call fails. */
+  /** No group: Add fails. */
   Group() noexcept = default;
 
   /** Whether the group was opened. */
   [[nodiscard]] explicit operator bool() const noexcept { return session_ != nullptr; }
 
-  /** UTAddToGroup. */
+  /** UTAddToGroup: adds a value to the group. */
   bool Add(const Text& key, const Text& value) const noexcept {
     return session_ != nullptr && functions_->AddToGroup(session_, id_, key.Get(), value.Get()) == 0;
   }
@@ -125,7 +125,7 @@ class Group {
   uint32_t id_ = 0;
 };
 
-/** A session, or none when the start was refused: then every call fails and does nothing. */
+/** A session; or none, if its start was refused: then every call does nothing and fails. */
 class Session {
  public:
   Session() noexcept = default;
@@ -142,12 +142,12 @@ class Session {
   /** Whether there is a session. */
   [[nodiscard]] explicit operator bool() const noexcept { return handle_ != nullptr; }
 
-  /** UTAddToSession: a value of the session itself. */
+  /** UTAddToSession: adds a value to the session's own group. */
   bool Add(const Text& key, const Text& value) const noexcept {
     return handle_ != nullptr && functions_->AddToSession(handle_, key.Get(), value.Get()) == 0;
   }
 
-  /** UTLogEvent. Of the document only a digest is recorded; an empty one stands for none. */
+  /** UTLogEvent. Only a digest of the document is recorded; an empty one means none. */
   bool LogEvent(const Text& category, const Text& subCategory, const Text& name,
                 std::string_view document = {}) const noexcept {
     return handle_ != nullptr &&
@@ -155,7 +155,7 @@ class Session {
                                 detail::DocumentText(document), detail::DocumentLength(document)) == 0;
   }
 
-  /** UTNewDataGroup. The result is false, and takes no values, when the group was refused. */
+  /** UTNewDataGroup. When the group is refused, the result is false and accepts no values. */
   Group NewDataGroup(const Text& category, const Text& subCategory, const Text& name,
                      std::string_view document = {}) const noexcept {
     uint32_t group = 0;
@@ -166,7 +166,7 @@ class Session {
     return isOpen ? Group(functions_, handle_, group) : Group();
   }
 
-  /** UTCloseSession, sooner than at the end of the scope. True when there was a session to close. */
+  /** UTCloseSession, before the destructor does it. True when there was a session to close. */
   bool Close() noexcept {
     if (handle_ == nullptr) return false;
     void* handle = std::exchange(handle_, nullptr);
@@ -180,18 +180,18 @@ class Session {
 };
 
 /**
- * The library, as much of it as there is. Keep one for as long as there are sessions of it, in a place of its
- * own: it cannot be copied or moved. Destroying it changes nothing in Vantra.dll.
+ * The library, linked or found at run time. Must outlive its sessions, and cannot be copied or moved.
+ * Destroying it changes nothing in Vantra.dll.
  */
 class Library {
  public:
-  /** The library that the host is linked with. Only who uses this constructor needs the import library. */
+  /** The library that the host is linked with. Only this constructor needs the import library. */
   Library() noexcept : Library(detail::Linked()) {}
 
   /**
-   * A library found at run time: find(name) gives the address of an export, or a null pointer. The library is
-   * present when it has what version 1.0.0 has; a later function that it lacks fails. It must stay loaded as
-   * long as this object and its sessions live.
+   * A library found at run time: find(name) returns the address of an export, or a null pointer. The library
+   * is present when it has the functions of version 1.0.0 that this class calls; calls of later ones that it
+   * lacks fail. It must stay loaded as long as this object and its sessions exist.
    */
   template <class Find>
   requires std::is_invocable_v<Find&, const char*>
@@ -200,21 +200,21 @@ class Library {
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
-  /** False when it was not found: then every call fails, and there is never a session. */
+  /** False when the library was not found: then every call fails, and no session starts. */
   [[nodiscard]] bool IsPresent() const noexcept { return isPresent_; }
 
-  /** UTInitialize. A folder of nullptr keeps the present choice. False when the usage key is refused. */
+  /** UTInitialize. An agentFolder of nullptr keeps the previous one. False when the usage key is refused. */
   bool Initialize(const Text& usageKey, CrashHandling crashHandling,
                   const Text& agentFolder = nullptr) const noexcept {
     return functions_.Initialize(usageKey.Get(), crashHandling == CrashHandling::kOn, agentFolder.Get()) == 0;
   }
 
-  /** UTSetSerializationState, before a session starts. */
+  /** UTSetSerializationState. Call it before a session starts. */
   void SetReleaseState(ReleaseState state) const noexcept {
     functions_.SetSerializationState(static_cast<int32_t>(state));
   }
 
-  /** UTStartSession. A session that is false when it was refused, for want of consent for one. */
+  /** UTStartSession. The session is false when the start was refused, for example without consent. */
   [[nodiscard]] Session StartSession(const Product& product) const& noexcept {
     Session session;
     session.functions_ = &functions_;
@@ -222,7 +222,7 @@ class Library {
                             product.build.Get(), product.language.Get());
     return session;
   }
-  /** A session uses its library, which must therefore have a name. */
+  /** A session uses its library, which therefore must not be a temporary object. */
   Session StartSession(const Product& product) const&& = delete;
 
   /** UTGetOptIn; with a usage key, UTOptInGet. */
@@ -238,8 +238,8 @@ class Library {
   }
 
   /**
-   * UTGetNonDefaultDemographic; without a subkey, UTGetDemographic. The value, or nothing when there is none.
-   * The only call here that may throw: std::bad_alloc.
+   * UTGetNonDefaultDemographic; without a subkey, UTGetDemographic. Empty when no such value is stored. The
+   * only call that allocates; it may throw std::bad_alloc.
    */
   [[nodiscard]] std::optional<std::string> GetDemographic(const Text& key,
                                                           const Text& subkey = nullptr) const {
@@ -254,7 +254,7 @@ class Library {
   }
 
  private:
-  // A stored value has at most 511 characters, each at most three bytes.
+  // A stored value has at most 511 UTF-16 units, each at most three bytes in UTF-8.
   static constexpr size_t kDemographicSize = 1536;
 
   explicit Library(const std::optional<detail::Functions>& found) noexcept

@@ -16,9 +16,9 @@ std::string_view OrEmpty(const char* text) noexcept { return text == nullptr ? s
 
 bool GetDemographicHelper(const char* subkey, const char* pcKey, char* buffer, size_t* size) {
   log::Info(entry::kGetDemographicHelper);
-  const CheckedText key(pcKey, CheckFor(kLimit64));
+  const CheckedText key(pcKey, CheckFor(kDemographicKey));
   if (!key.IsAccepted()) {
-    log::Debug(refusal::kGetDemographicKey, key.Value().text);
+    log::Debug(refusal::kGetDemographicKey, key.Value().Text());
     return false;
   }
   if (buffer == nullptr || size == nullptr) {
@@ -29,7 +29,7 @@ bool GetDemographicHelper(const char* subkey, const char* pcKey, char* buffer, s
     *buffer = '\0';
     return true;
   }
-  const auto text = settings::GetDemographic(OrEmpty(subkey), key.Value().text);
+  const auto text = settings::GetDemographic(OrEmpty(subkey), key.Value().Text());
   if (!text) {
     log::Debug(refusal::kGetDemographicHelper);
     return false;
@@ -43,17 +43,17 @@ bool GetDemographicHelper(const char* subkey, const char* pcKey, char* buffer, s
 
 bool SetDemographicHelper(const char* subkey, const char* pcKey, const char* pcValue) {
   log::Info(entry::kSetDemographicHelper);
-  const CheckedText key(pcKey, CheckFor(kLimit64));
+  const CheckedText key(pcKey, CheckFor(kDemographicKey));
   if (!key.IsAccepted()) {
-    log::Debug(refusal::kSetDemographicKey, key.Value().text);
+    log::Debug(refusal::kSetDemographicKey, key.Value().Text());
     return false;
   }
-  const CheckedText value(pcValue, CheckFor(kLimit128Also | kNullAllowed | kEmptyAllowed));
+  const CheckedText value(pcValue, CheckFor(kDemographicValue | kNullAllowed | kEmptyAllowed));
   if (!value.IsAccepted()) {
-    log::Debug(refusal::kSetDemographicValue, value.Value().text);
+    log::Debug(refusal::kSetDemographicValue, value.Value().Text());
     return false;
   }
-  if (!settings::SetDemographic(OrEmpty(subkey), key.Value().text, value.Value().text)) {
+  if (!settings::SetDemographic(OrEmpty(subkey), key.Value().Text(), value.Value().Text())) {
     log::Debug(refusal::kSetDemographicHelper);
     return false;
   }

@@ -5,7 +5,9 @@
 
 namespace vantra::api {
 
-// For both, a NULL or empty subkey is the common store.
+// Both check their arguments and return false, with the reason logged, when one is refused or the registry
+// refuses. A NULL or empty subkey stands for the common store. The arguments are those of
+// UTGetNonDefaultDemographic and UTSetNonDefaultDemographic.
 [[nodiscard]] bool GetDemographicHelper(const char* subkey, const char* pcKey, char* buffer, size_t* size);
 [[nodiscard]] bool SetDemographicHelper(const char* subkey, const char* pcKey, const char* pcValue);
 

@@ -1,4 +1,4 @@
-// What surrounds the work of every exported call: the exception guard and the lock.
+// The exception guard and the lock around every exported call.
 #pragma once
 
 #include <cstdint>
@@ -13,15 +13,15 @@ namespace vantra::api {
 constexpr int32_t kSuccess = 0;
 constexpr int32_t kFailure = 1;
 
-// What the exception guard of an export says and returns.
+// What the guard logs and returns when the work throws.
 struct ExportRow {
   Message exception;
   int32_t failure;
 };
 
-// The export's own result, worked out while the lock is held; the failure of its row when anything is thrown,
-// and when a host calls as the process ends, after the library has been torn down. Hardware faults are not
-// caught: they go on to the host's handlers and to the process's filter.
+// Does the work under the lock and returns its result. Returns the row's failure when anything is thrown, and
+// when a host calls after the library has been torn down at process end. Hardware faults are not caught: they
+// go on to the host's handlers and to the process's filter.
 template <class Work>
 int32_t Guard(const ExportRow& row, Work&& work) noexcept {
   if (util::GlobalItems::AreReleased()) return row.failure;

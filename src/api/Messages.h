@@ -1,5 +1,5 @@
-// What the exported functions say in the diagnostic log: each text with its line, which support tools rely on
-// and which therefore never follows the source.
+// The messages of the exported functions in the diagnostic log, each with its line number. Support tools
+// search for the numbers, so they are fixed and do not follow the source.
 #pragma once
 
 #include <string_view>
@@ -91,7 +91,7 @@ inline constexpr Message kGetDemographicHelper = InWrapper("GetDemographicHelper
 inline constexpr Message kSetDemographicKey = InWrapper("VerifyString pcKey: ", 1023);
 inline constexpr Message kSetDemographicValue = InWrapper("VerifyString pcValue: ", 1035);
 inline constexpr Message kSetDemographicHelper = InWrapper("SetDemographicHelper failed ", 1045);
-// A text that was cut before there is a session to record that in.
+// A text that was cut where no session exists to record it.
 inline constexpr Message kCutText = InWrapper("SK_INVALID_STRING: ", 1068);
 }  // namespace refusal
 

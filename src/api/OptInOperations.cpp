@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kDateName = "Date";
 
-// Keeps the consent state in step with what was read or stored, when that concerns the stored key.
+// Updates the consent state with a value that was read or stored, if the key is the declared one.
 void Refresh(const Message& message, std::string_view key, int32_t value) {
   settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
   if (key != policy.UsageKey()) return;
@@ -21,7 +21,7 @@ void Refresh(const Message& message, std::string_view key, int32_t value) {
   log::Info(message, key, "value: ", value);
 }
 
-// A reset is done when no choice is left, whether or not there was one to delete.
+// A reset succeeds when no choice is left, even if there was none to delete.
 bool Store(std::string_view key, int32_t value) {
   if (settings::SetOptIn(key, value)) return true;
   return value == settings::kUndecided && settings::IsOptInReset(key);
@@ -45,11 +45,11 @@ std::string_view OptInWord(int32_t value) noexcept {
 bool OptInGet(const char* usageKey, int32_t& value) {
   const CheckedText key(usageKey, CheckFor(kUsageKey));
   if (!key.IsAccepted()) {
-    log::Debug(refusal::kOptInGetKey, key.Value().text);
+    log::Debug(refusal::kOptInGetKey, key.Value().Text());
     return false;
   }
-  value = settings::GetOptIn(key.Value().text);
-  Refresh(values::kOptInGet, key.Value().text, value);
+  value = settings::GetOptIn(key.Value().Text());
+  Refresh(values::kOptInGet, key.Value().Text(), value);
   return true;
 }
 
@@ -60,15 +60,15 @@ bool OptInSet(const char* usageKey, int32_t value) {
   }
   const CheckedText key(usageKey, CheckFor(kUsageKey));
   if (!key.IsAccepted()) {
-    log::Debug(refusal::kOptInSetKey, key.Value().text);
+    log::Debug(refusal::kOptInSetKey, key.Value().Text());
     return false;
   }
-  if (!Store(key.Value().text, value)) {
-    log::Debug(refusal::kOptInNotStored, key.Value().text);
+  if (!Store(key.Value().Text(), value)) {
+    log::Debug(refusal::kOptInNotStored, key.Value().Text());
     return false;
   }
-  settings::StampFirstUse(key.Value().text);
-  Refresh(values::kOptInSet, key.Value().text, value);
+  settings::StampFirstUse(key.Value().Text());
+  Refresh(values::kOptInSet, key.Value().Text(), value);
   return true;
 }
 

@@ -7,14 +7,15 @@
 
 namespace vantra::api {
 
-// Read the opt-in of a usage key. A read of the stored key refreshes the process's consent state. False only
-// when the key is refused; the value is then left alone.
+// Reads the opt-in of a usage key; for the declared key it also updates the process's consent state. False
+// only when the key is refused; value is then unchanged.
 [[nodiscard]] bool OptInGet(const char* usageKey, int32_t& value);
 
-// Store the opt-in of a usage key, and the date of the first choice. The value is checked before the key.
+// Stores the opt-in of a usage key, and the date of its first choice. False when the value or the key is
+// refused, checked in this order, or when the registry refuses.
 [[nodiscard]] bool OptInSet(const char* usageKey, int32_t value);
 
-// Reads the opt-in once more and writes the group that every document ends with.
+// Reads the opt-in again and writes the "OptInInfo" group that ends every document of a closed session.
 void RecordOptInInfo(session::UsageSession& session);
 
 }  // namespace vantra::api

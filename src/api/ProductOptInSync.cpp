@@ -28,7 +28,7 @@ bool SyncProductOptIn(std::string_view family, std::string_view name, std::strin
 
   const bool isFirst = stored == settings::kUndecided;
   const int32_t optInCount = held == settings::kOptedIn ? 1 : (isFirst ? 0 : -1);
-  // The file must not tell who changed their mind: its identifier is made for it alone.
+  // The file must not reveal who changed their mind, so its user identifier is made for it alone.
   const std::string identifier = util::NewUserId();
   const auto buffers = std::make_unique<crash::MiniSessionBuffers>();
   const std::wstring folder = util::WithTrailingBackslash(logsFolder);

@@ -1,4 +1,4 @@
-// Reports a change of a product's opt-in state in a small document of its own.
+// Reports a change of a product's opt-in in a small document of its own, the opt-in rate file.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace vantra::api {
 
-// Compares the consent state with what was last stored for the product, stores it, and writes the opt-in rate
-// file. True when there was a change and it was stored.
+// Compares the consent state with the one last stored for the product. If they differ, stores the new one and
+// writes the opt-in rate file. True when a change was stored, even if the file could not be written.
 [[nodiscard]] bool SyncProductOptIn(std::string_view family, std::string_view name, std::string_view version,
                                     const std::wstring& logsFolder);
 

@@ -24,20 +24,21 @@ namespace {
 using session::ProductTexts;
 using session::UsageSession;
 
-// NULL while the user has no identifier to salt with.
+// NULL when the user has no identifier to salt the digest with.
 util::SaltedDigest* MakeDigest() {
   const std::string& salt = settings::OptInPolicy::Instance().FetchUserIdentifier();
   return salt.empty() ? nullptr : &util::SaltedDigest::Create(salt);
 }
 
-// Reports a changed opt-in of the product, and starts the agent when there is something for it to fetch.
+// Reports a changed opt-in of the product, and starts the agent when sending is on and a document waits.
 void SyncAndSend(const ProductTexts& product, const std::wstring& logsFolder) {
   const bool hasChanged = SyncProductOptIn(product.family, product.name, product.version, logsFolder);
   if (!settings::IsSendOn()) return;
   if (hasChanged || settings::HasFinishedDocument(logsFolder)) settings::StartTransportAgent(logsFolder);
 }
 
-// Every check that can refuse a start; the refusals of consent still let earlier documents leave.
+// The checks that can refuse a start, in their fixed order. When consent is refused, documents that wait are
+// still sent.
 bool MayStart(const ProductTexts& product, const settings::AgentFolders& folders) {
   settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
   const std::wstring configPath = settings::GetAgentConfigPath(folders.data);
@@ -68,7 +69,7 @@ bool MayStart(const ProductTexts& product, const settings::AgentFolders& folders
   return true;
 }
 
-// Takes a session out of the list again, and its handle away, unless the start gets to its end.
+// Lists a new session and hands out its handle; undoes both unless Keep is called.
 class StartedSession {
  public:
   StartedSession(std::unique_ptr<UsageSession> session, void** handle)
@@ -113,13 +114,12 @@ session::FreeText DigestOf(std::string_view text) {
   util::SaltedDigest* digest = util::SaltedDigest::Existing();
   if (digest == nullptr) digest = MakeDigest();
   if (digest == nullptr) return {};
-  const std::string_view made = digest->Of(text);
-  return made.empty() ? session::FreeText() : util::Whole{made};
+  return session::FreeText::Plain(digest->Of(text));
 }
 
 bool AddToGroup(UsageSession* session, uint32_t group, const session::FreeText& key,
                 const session::FreeText& value) {
-  if (session == nullptr || key.text.data() == nullptr || value.text.data() == nullptr) {
+  if (session == nullptr || key.Text().data() == nullptr || value.Text().data() == nullptr) {
     log::Debug(refusal::kGroupPartMissing);
     return false;
   }
@@ -129,7 +129,8 @@ bool AddToGroup(UsageSession* session, uint32_t group, const session::FreeText& 
     return true;
   }
   log::Debug(refusal::kGroupId, id);
-  // The error names the empty group that was opened just before it, not the number that was refused.
+  // By the document format, the error's value is the number of the empty group opened here, not the one
+  // refused.
   const int32_t opened = session->NewGroup(
       {.category = "Skylamp", .subcategory = {}, .name = "ValidationErrors", .doc = kNoDocument});
   char text[12];

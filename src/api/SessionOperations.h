@@ -9,25 +9,26 @@
 
 namespace vantra::api {
 
-// Runs the start checks in their order, each refusal with its message, then starts the session, installs the
-// crash handler when the host asked for it, and reports a changed opt-in of the product. The handle is NULL
-// after a failure.
+// Runs the start checks in order, logging the first refusal; then starts the session, installs the crash
+// handler if the host asked for it, and reports a changed opt-in of the product. The handle must be NULL
+// before the call, and is NULL after a failure.
 [[nodiscard]] bool StartSession(void** handle, const session::ProductTexts& product);
 
-// The digest of a document id's text, empty when none can be made. The view is good until the next call.
+// The salted digest of a document id's text; absent when none can be made. The view is valid until the next
+// call.
 [[nodiscard]] session::FreeText DigestOf(std::string_view text);
 
-// The document id that records carry: "0" without a text, else its digest.
+// The document id to record: "0" when the host gave no text, else the text's digest.
 [[nodiscard]] inline session::FreeText HashedDocumentId(std::string_view text) {
   return text.data() == nullptr ? kNoDocument : DigestOf(text);
 }
 
-// Adds a record to a group that the session has issued. A number that names no group leaves two error groups;
-// failure is reported.
+// Adds a value to a group of the session. A number that names no group leaves two "ValidationErrors" groups
+// in the document. False, with the reason logged, when the number is refused or an argument is absent.
 bool AddToGroup(session::UsageSession* session, uint32_t group, const session::FreeText& key,
                 const session::FreeText& value);
 
-// Ends the session, gives its memory back and sets the handle to NULL.
+// Ends and destroys the session, and sets the handle to NULL.
 void CloseSession(session::UsageSession& session, void** handle);
 
 }  // namespace vantra::api

@@ -11,7 +11,7 @@
 namespace vantra::api {
 namespace {
 
-// Switches the log on as the library is loaded.
+// Opens the log, if it is switched on, when the library is loaded.
 [[maybe_unused]] const log::Logger* const logger = log::GetLogger("Vantra");
 
 constexpr log::Message InExport(std::string_view text, int line) noexcept {
@@ -41,7 +41,8 @@ constexpr ExportRow kSetSerializationState{
     InExport("Exception occurs for WRAPPERUTSetSerializationState()", 433), kSuccess};
 constexpr log::Message kDetachException = InExport("Exception occurs for DLL_PROCESS_DETACH", 466);
 
-// Any nonzero byte is true: hosts in other languages pass other numbers than 1.
+// Hosts in other languages may pass any nonzero byte as true; reading such a bool directly would be
+// undefined.
 bool IsTrue(const bool& flag) noexcept {
   unsigned char byte;
   std::memcpy(&byte, &flag, sizeof byte);
@@ -53,7 +54,7 @@ bool IsTrue(const bool& flag) noexcept {
 
 using namespace vantra::api;
 
-// Of the C++ runtime: gives back the memory that it keeps for exceptions thrown when there is none.
+// The C++ runtime's own routine: frees its emergency pool for exceptions.
 namespace __gnu_cxx {
 void __freeres() noexcept;
 }
@@ -148,7 +149,7 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID reserved) {
   } catch (...) {
     vantra::log::Debug(kDetachException);
   }
-  // The end of the process gives back everything at once.
+  // At process end the system reclaims all memory at once.
   if (reserved == nullptr) __gnu_cxx::__freeres();
   return TRUE;
 }

@@ -1,14 +1,15 @@
-// The rules by which every text of a host is checked and, where possible, repaired. Pure.
+// The rules by which a host's texts are checked and, where possible, repaired. Pure.
 #pragma once
 
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "session/FreeText.h"
 #include "util/Ascii.h"
-#include "util/Blocks.h"
+#include "util/ByteScans.h"
 
 namespace vantra::api {
 
@@ -17,26 +18,27 @@ inline constexpr session::FreeText kEmptyText = "SK_STR_EMPTY";
 inline constexpr session::FreeText kInvalidText = "SK_INVALID_STRING";
 inline constexpr session::FreeText kInvalidGroupId = "SK_INVALID_GROUPID";
 
-// Most records carry one of these: each has a block of its own.
+// Most records carry one of these two, so each stands in a block of its own and is copied with one load.
 inline constexpr char kNoValueBlock[util::kBlock] = "NOVALUE";
 inline constexpr char kNoDocumentBlock[util::kBlock] = "0";
-inline constexpr session::FreeText kNoValue = util::Whole{kNoValueBlock};
-inline constexpr session::FreeText kNoDocument = util::Whole{kNoDocumentBlock};
+inline constexpr auto kNoValue = session::FreeText::Plain(util::BlockText(kNoValueBlock));
+inline constexpr auto kNoDocument = session::FreeText::Plain(util::BlockText(kNoDocumentBlock));
 
-// What to ask of a text: the first of the rule bits in the order of this list, and any of the others.
+// Check flags. The first rule bit set, in this order, selects the rule; the rest are modifiers.
+// The bits and their meanings are fixed; those that no argument uses stay reserved.
 enum TextFlag : uint32_t {
-  kIdentifier = 0x1,
-  kLimit128 = 0x2,
-  kIdentifierToo = 0x4,
-  kLimit512 = 0x8,
+  kKey = 0x1,
+  kLabel = 0x2,
+  kUnusedIdentifier = 0x4,
+  kValue = 0x8,
   kUsageKey = 0x10,  // also refuses a backslash anywhere
-  kLimit128Too = 0x20,
-  kLimit64 = 0x40,
-  kLimit128Also = 0x80,
+  kUnusedLimit = 0x20,
+  kDemographicKey = 0x40,
+  kDemographicValue = 0x80,
   kGroupName = 0x100,
-  kName = 0x40000000,
-  kLimit128Event = 0x40000,
-  kLimit128Other = 0x20000,
+  kUnusedName = 0x40000000,
+  kEventName = 0x40000,
+  kUnusedEventName = 0x20000,
   kNullAllowed = 0x2000000,
   kEmptyAllowed = 0x4000000,
 };
@@ -51,7 +53,7 @@ enum class TextCode : int32_t {
 
 enum class TextRule : uint8_t { kNone, kLimit, kIdentifier, kName };
 
-// What a set of flags comes to.
+// The rule and modifiers that a set of flags selects.
 struct TextCheck {
   TextRule rule = TextRule::kNone;
   uint16_t limit = 0;
@@ -67,17 +69,17 @@ struct TextCheck {
     uint16_t limit;
   };
   constexpr Row kRows[] = {
-      {kIdentifier, TextRule::kIdentifier, 128},
-      {kLimit128, TextRule::kLimit, 128},
-      {kIdentifierToo, TextRule::kIdentifier, 128},
-      {kLimit512, TextRule::kLimit, 512},
+      {kKey, TextRule::kIdentifier, 128},
+      {kLabel, TextRule::kLimit, 128},
+      {kUnusedIdentifier, TextRule::kIdentifier, 128},
+      {kValue, TextRule::kLimit, 512},
       {kUsageKey, TextRule::kLimit, 64},
-      {kLimit128Too, TextRule::kLimit, 128},
-      {kLimit64, TextRule::kLimit, 64},
-      {kLimit128Also, TextRule::kLimit, 128},
+      {kUnusedLimit, TextRule::kLimit, 128},
+      {kDemographicKey, TextRule::kLimit, 64},
+      {kDemographicValue, TextRule::kLimit, 128},
       {kGroupName, TextRule::kIdentifier, 128},
-      {kName, TextRule::kName, 64},
-      {kLimit128Event | kLimit128Other, TextRule::kLimit, 128},
+      {kUnusedName, TextRule::kName, 64},
+      {kEventName | kUnusedEventName, TextRule::kLimit, 128},
   };
   TextCheck check;
   for (const Row& row : kRows) {
@@ -93,25 +95,15 @@ struct TextCheck {
   return check;
 }
 
-// One bit for each byte of the block that is no ASCII letter, digit or underscore.
-[[nodiscard]] inline unsigned FindNonIdentifier(__m128i block) noexcept {
-  const auto isWithin = [](__m128i bytes, char first, char count) {
-    const __m128i offset = _mm_sub_epi8(bytes, _mm_set1_epi8(first));
-    return _mm_cmpeq_epi8(_mm_min_epu8(offset, _mm_set1_epi8(static_cast<char>(count - 1))), offset);
-  };
-  const __m128i isLetter = isWithin(_mm_or_si128(block, _mm_set1_epi8('a' - 'A')), 'a', 26);
-  const __m128i isDigit = isWithin(block, '0', 10);
-  const __m128i isUnderscore = _mm_cmpeq_epi8(block, _mm_set1_epi8('_'));
-  return util::Bits(_mm_or_si128(isLetter, _mm_or_si128(isDigit, isUnderscore))) ^ 0xFFFFu;
-}
+using IdentifierByte = util::AnyOf<util::AsciiLetter, util::ByteRange<'0', '9'>, util::Byte<'_'>>;
 
-// A host's text after its check: the text itself, a repaired copy, or a sentinel. Never allocates. The value
-// refers to the host's text or to this object.
+// A host's text after its check: the text itself, a repaired copy, or a sentinel. The value refers to the
+// host's text, to this object or to a constant. Never allocates.
 class CheckedText {
  public:
   [[gnu::always_inline]] CheckedText(const char* text, const TextCheck& check) noexcept
       : value_(ShortText(text, check)) {
-    if (!value_.isPlain) Apply(text, check);
+    if (!value_.AsPlain()) Apply(text, check);
   }
   CheckedText(const CheckedText&) = delete;
   CheckedText& operator=(const CheckedText&) = delete;
@@ -125,22 +117,25 @@ class CheckedText {
  private:
   static constexpr size_t kLongestRepaired = 128;
 
-  // Most texts are short, right and plain: one block tells, in place. Anything else comes back empty.
+  // The common case, decided inline: a text shorter than a block that needs neither repair nor escaping.
+  // Empty for any other text, which Apply then checks.
   [[nodiscard, gnu::always_inline]] static session::FreeText ShortText(const char* text,
                                                                        const TextCheck& check) noexcept {
     const bool isIdentifier = check.rule == TextRule::kIdentifier;
     if (!isIdentifier && check.rule != TextRule::kLimit) return {};
-    if (text == nullptr || !util::IsBlockReadable(text)) return {};
-    const __m128i block = util::LoadWholeBlock(text);
-    const unsigned others = isIdentifier ? FindNonIdentifier(block) : session::FindSpecial(block);
-    const auto size = static_cast<size_t>(std::countr_zero(others | 1u << util::kBlock));
+    // One byte, the NUL if no other, is always readable.
+    const auto start = text == nullptr ? std::nullopt : util::BlockText::Of({text, 1});
+    if (!start) return {};
+    const unsigned stops = isIdentifier ? util::Find<IdentifierByte>(start->First()) ^ util::kAllBits
+                                        : util::Find<session::MarkupOrNul>(start->First());
+    const auto size = static_cast<size_t>(std::countr_zero(stops | 1u << util::kBlock));
     if (size == 0 || size == util::kBlock || text[size] != '\0') return {};
     if (isIdentifier && !util::IsAsciiLetter(*text)) return {};
-    return util::Whole{{text, size}};
+    return session::FreeText::Plain(std::string_view(text, size));
   }
   [[gnu::noinline]] void Apply(const char* text, const TextCheck& check) noexcept;
-  // A text that is not empty, and whether nothing in it is special.
-  void Take(const char* text, size_t size, bool isPlain) noexcept;
+  // Makes the text, which is not empty, the value. A plain one holds neither markup nor NUL.
+  void Take(std::string_view text, bool isPlain) noexcept;
   void ApplyLimit(const char* text, size_t limit) noexcept;
   void ApplyIdentifier(const char* text, size_t limit) noexcept;
   void ApplyName(const char* text, size_t limit) noexcept;
@@ -150,8 +145,8 @@ class CheckedText {
   char repaired_[kLongestRepaired];
 };
 
-// A document id as a host passes it: refused when its length is above 0x7fffffff; absent when the text is;
-// else the bytes before its length and its first NUL.
+// A document id as the host passes it. NULL is accepted, and gives a text without data. Otherwise a length
+// above 0x7fffffff is refused, and the text ends at its length or at its first NUL.
 struct CheckedDocumentId {
   bool isAccepted;
   std::string_view text;
@@ -163,7 +158,7 @@ struct CheckedDocumentId {
   return {true, {text, util::BoundedLength(text, length)}};
 }
 
-// Whether a session whose last group is given has issued the id.
+// Whether id is 0 or the number of a group opened so far; lastGroup is the last of them.
 [[nodiscard]] constexpr bool IsGroupId(int32_t id, int32_t lastGroup) noexcept {
   return id >= 0 && id <= lastGroup;
 }

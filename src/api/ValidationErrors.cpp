@@ -6,7 +6,7 @@ namespace vantra::api {
 
 bool RecordValidationError(session::UsageSession* session, const session::FreeText& type,
                            const session::FreeText& value) {
-  if (session == nullptr || type.text.data() == nullptr || value.text.data() == nullptr) return false;
+  if (session == nullptr || type.Text().data() == nullptr || value.Text().data() == nullptr) return false;
   const int32_t group = session->NewGroup(
       {.category = "Skylamp", .subcategory = {}, .name = "ValidationErrors", .doc = kNoDocument});
   session->AddToGroup(group, "ErrorType", type);
@@ -14,13 +14,13 @@ bool RecordValidationError(session::UsageSession* session, const session::FreeTe
   return true;
 }
 
-void CheckedArgument::Tell(session::UsageSession* session, const char* text, const Message& refusal) const {
+void CheckedArgument::Report(session::UsageSession* session, const char* text, const Message& refusal) const {
   if (session != nullptr) {
     RecordValidationError(session, kInvalidText, text == nullptr ? session::FreeText() : text);
   } else if (text_.IsAccepted()) {
-    log::Debug(refusal::kCutText, text_.Value().text);
+    log::Debug(refusal::kCutText, text_.Value().Text());
   }
-  if (!text_.IsAccepted()) log::Debug(refusal, text_.Value().text);
+  if (!text_.IsAccepted()) log::Debug(refusal, text_.Value().Text());
 }
 
 }  // namespace vantra::api

@@ -1,4 +1,4 @@
-// Checked arguments of session calls, and the groups that tell in the document what was repaired or refused.
+// Checked text arguments, and the groups that record in the document what was cut or refused.
 #pragma once
 
 #include <string_view>
@@ -9,26 +9,26 @@
 
 namespace vantra::api {
 
-// Records one "ValidationErrors" group of its own. False, and nothing recorded, when session, type or value
+// Records the error as a "ValidationErrors" group. False, with nothing recorded, when session, type or value
 // is absent.
 bool RecordValidationError(session::UsageSession* session, const session::FreeText& type,
                            const session::FreeText& value);
 
-// A text argument: checked, a cut or refusal recorded at once against the session, a refusal reported.
-// Without a session a cut is reported in the log instead.
+// A text argument, checked on construction. A cut or refusal is recorded in the session; without one, a cut
+// is logged instead. A refusal is logged in either case.
 class CheckedArgument {
  public:
   CheckedArgument(session::UsageSession* session, const char* text, const TextCheck& check,
                   const Message& refusal)
       : text_(text, check) {
-    if (text_.Code() != TextCode::kAccepted) Tell(session, text, refusal);
+    if (text_.Code() != TextCode::kAccepted) Report(session, text, refusal);
   }
 
   [[nodiscard]] bool IsAccepted() const noexcept { return text_.IsAccepted(); }
   [[nodiscard]] const session::FreeText& Value() const noexcept { return text_.Value(); }
 
  private:
-  [[gnu::cold]] void Tell(session::UsageSession* session, const char* text, const Message& refusal) const;
+  [[gnu::cold]] void Report(session::UsageSession* session, const char* text, const Message& refusal) const;
 
   CheckedText text_;
 };

@@ -16,7 +16,7 @@ session::UsageSession* VantraManager::Add(std::unique_ptr<session::UsageSession>
   return session.release();
 }
 
-session::UsageSession* VantraManager::FindPlace(const void* handle) noexcept {
+session::UsageSession* VantraManager::LookUp(const void* handle) noexcept {
   const auto place = places_.find(handle);
   if (place == places_.end()) return nullptr;
   latest_ = *place->second;

@@ -1,4 +1,4 @@
-// The open sessions of the process. A host's handle is the address of a session in this list.
+// The list of the process's open sessions. A host's handle is the address of a session in it.
 #pragma once
 
 #include <memory>
@@ -9,32 +9,32 @@
 
 namespace vantra::api {
 
-// Sessions still open at unload are abandoned.
+// Sessions still open at unload are neither finished nor destroyed.
 class VantraManager : public util::OneOf<VantraManager> {
  public:
-  // Takes the session over and returns its handle.
+  // Takes ownership of the session and returns its handle.
   session::UsageSession* Add(std::unique_ptr<session::UsageSession> session);
 
-  // NULL unless the handle is that of an open session. A handle is only compared, never followed.
+  // The open session with this handle, or NULL. The handle is only compared, never dereferenced.
   [[nodiscard]] session::UsageSession* Find(const void* handle) noexcept {
-    return handle != nullptr && handle == latest_ ? latest_ : FindPlace(handle);
+    return handle != nullptr && handle == latest_ ? latest_ : LookUp(handle);
   }
 
-  // Gives the session back; nothing when the handle is not in the list.
+  // Removes the session from the list and returns it; empty when it is not listed.
   std::unique_ptr<session::UsageSession> Remove(const void* handle) noexcept;
 
-  // In the order of their starts.
+  // In the order in which they were started.
   [[nodiscard]] const session::SessionList& Sessions() const noexcept { return sessions_; }
 
  private:
   friend util::OneOf<VantraManager>;
   VantraManager() = default;
-  [[nodiscard]] session::UsageSession* FindPlace(const void* handle) noexcept;
+  [[nodiscard]] session::UsageSession* LookUp(const void* handle) noexcept;
 
   session::SessionList sessions_;
-  // Where each handle stands in the list, so that a call costs the same however many sessions are open.
+  // Finds a handle's list entry in constant time, however many sessions are open.
   std::unordered_map<const void*, session::SessionList::iterator> places_;
-  // The last handle that was found: hosts make many calls about one session in a row.
+  // The session found last: hosts make many calls about one session in a row.
   session::UsageSession* latest_ = nullptr;
 };
 

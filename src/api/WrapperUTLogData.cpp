@@ -9,8 +9,8 @@
 #include "api/Validation.h"
 #include "api/ValidationErrors.h"
 #include "api/VantraManager.h"
-#include "settings/OptInPolicy.h"
 #include "settings/AgentProgram.h"
+#include "settings/OptInPolicy.h"
 
 namespace vantra::api {
 namespace {
@@ -20,15 +20,15 @@ using session::UsageSession;
 constexpr uint32_t kOptional = kNullAllowed | kEmptyAllowed;
 
 constexpr TextCheck kUsageKeyCheck = CheckFor(kUsageKey);
-constexpr TextCheck kProductCheck = CheckFor(kLimit512);
-constexpr TextCheck kOptionalProductCheck = CheckFor(kLimit512 | kOptional);
-constexpr TextCheck kKeyCheck = CheckFor(kIdentifier);
-constexpr TextCheck kValueCheck = CheckFor(kLimit512 | kOptional);
-constexpr TextCheck kLabelCheck = CheckFor(kLimit128 | kOptional);
-constexpr TextCheck kEventNameCheck = CheckFor(kLimit128Event | kOptional);
+constexpr TextCheck kProductCheck = CheckFor(kValue);
+constexpr TextCheck kOptionalProductCheck = CheckFor(kValue | kOptional);
+constexpr TextCheck kKeyCheck = CheckFor(kKey);
+constexpr TextCheck kValueCheck = CheckFor(kValue | kOptional);
+constexpr TextCheck kLabelCheck = CheckFor(kLabel | kOptional);
+constexpr TextCheck kEventNameCheck = CheckFor(kEventName | kOptional);
 constexpr TextCheck kGroupNameCheck = CheckFor(kGroupName);
 
-// The open session of the handle; its progress message is logged when there is one.
+// The open session with this handle, or NULL. Logs the message when there is one.
 UsageSession* FindSession(const void* handle, const Message& found) {
   UsageSession* const session = VantraManager::Instance().Find(handle);
   if (session != nullptr) log::Debug(found);
@@ -49,7 +49,7 @@ int32_t WrapperUTInitialize(const char* pcUsagekey, bool crashHandling, const ch
   const CheckedArgument key(nullptr, pcUsagekey, kUsageKeyCheck, refusal::kUsageKey);
   if (!key.IsAccepted()) return kFailure;
   settings::OptInPolicy& policy = settings::OptInPolicy::Instance();
-  if (policy.UsageKey() != key.Value().text) policy.SetUsageKey(key.Value().text);
+  if (policy.UsageKey() != key.Value().Text()) policy.SetUsageKey(key.Value().Text());
   policy.SetCrashReporting(crashHandling);
   settings::SetAgentFolder(agentFolder);
   return kSuccess;
@@ -70,8 +70,8 @@ int32_t WrapperUTStartSession(void** session, const char* pcAppFamily, const cha
   if (!build.IsAccepted()) return kFailure;
   const CheckedArgument language(nullptr, pcApplanguage, kOptionalProductCheck, refusal::kAppLanguage);
   if (!language.IsAccepted()) return kFailure;
-  return Result(StartSession(session, {family.Value().text, name.Value().text, version.Value().text,
-                                       build.Value().text, language.Value().text}));
+  return Result(StartSession(session, {family.Value().Text(), name.Value().Text(), version.Value().Text(),
+                                       build.Value().Text(), language.Value().Text()}));
 }
 
 int32_t WrapperUTAddToSession(void* session, const char* pcKey, const char* pcValue) {

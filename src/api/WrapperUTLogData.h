@@ -1,5 +1,5 @@
-// The validating workers behind the exports, one each. A worker runs while its export holds the lock, traces
-// its entry, checks its arguments in their order and does its work; it may throw, which its export contains.
+// The workers of the exports, one each. A worker runs under the lock: it traces its entry, checks its
+// arguments in order, does the work and returns 0 or 1. It may throw; the export's guard catches that.
 #pragma once
 
 #include <cstddef>

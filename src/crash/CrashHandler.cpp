@@ -19,18 +19,18 @@ struct State {
   const session::SessionList* openSessions = nullptr;
   // What the system returned when the filter was installed.
   LPTOP_LEVEL_EXCEPTION_FILTER previousFilter = nullptr;
-  // What to put back at unload: the host's own, which a crash that was survived does not change.
+  // The host's own filter, to put back at unload. A crash that the process survived does not change it.
   LPTOP_LEVEL_EXCEPTION_FILTER originalFilter = nullptr;
-  // Known once the entry has been patched.
+  // Null until the entry has been patched.
   BYTE* entry = nullptr;
   BYTE savedBytes[20] = {};
 };
 constinit State state;
 
-// One set, since one thread at a time works for a crash.
-constinit MiniSessionBuffers buffers;
+// One set is enough: one thread at a time records a crash.
+constinit MiniSessionBuffers buffers = {};
 
-// Repeats the attempt until it succeeds or the time is over.
+// Repeats the attempt until it succeeds or the time is up.
 template <class Attempt>
 bool TryFor(ULONGLONG milliseconds, Attempt&& attempt) noexcept {
   const ULONGLONG end = GetTickCount64() + milliseconds;
@@ -41,8 +41,8 @@ bool TryFor(ULONGLONG milliseconds, Attempt&& attempt) noexcept {
   return true;
 }
 
-// Threads may crash together. One works at a time; the others wait for it, since the process ends when the
-// first of them leaves the filter. Not given to a thread whose own work has crashed.
+// Lets one crashing thread work at a time. Others wait, up to a limit, since the process ends when the first
+// thread leaves the filter. A thread whose own crash handling crashes gets no second turn.
 class Turn {
  public:
   Turn() noexcept {
@@ -70,21 +70,21 @@ class Turn {
 };
 constinit volatile LONG Turn::worker_ = 0;
 
-// Keeps other threads out of the sessions while the filter goes through them. A thread that does not leave in
-// time, because it crashed in a call itself perhaps, is not waited for.
-class OthersKeptOut {
+// Keeps other threads out of the sessions while the filter goes through them. The wait is bounded: the thread
+// that holds the lock may have crashed in its call.
+class ExclusiveSessions {
  public:
-  OthersKeptOut() noexcept : mutex_(util::Mutex::Instance()) {
+  ExclusiveSessions() noexcept : mutex_(util::Mutex::Instance()) {
     constexpr ULONGLONG kLongestWait = 90;
     if (mutex_ == nullptr) return;
-    mutex_->Shut(true);
+    mutex_->SetClosed(true);
     isLocked_ = TryFor(kLongestWait, [this] { return mutex_->TryLock(); });
   }
-  OthersKeptOut(const OthersKeptOut&) = delete;
-  OthersKeptOut& operator=(const OthersKeptOut&) = delete;
-  ~OthersKeptOut() {
+  ExclusiveSessions(const ExclusiveSessions&) = delete;
+  ExclusiveSessions& operator=(const ExclusiveSessions&) = delete;
+  ~ExclusiveSessions() {
     if (isLocked_) mutex_->Unlock();
-    if (mutex_ != nullptr) mutex_->Shut(false);
+    if (mutex_ != nullptr) mutex_->SetClosed(false);
   }
 
  private:
@@ -94,12 +94,12 @@ class OthersKeptOut {
 
 void Log(std::string_view step, int line) noexcept { log::Info({"..\\CrashHandler", step, line}); }
 
-// What callers of SetUnhandledExceptionFilter reach while the patch is in place.
-intptr_t WINAPI SetNothing() { return 0; }
+// Stands in for SetUnhandledExceptionFilter while the patch is in place.
+intptr_t WINAPI IgnoreNewFilter() { return 0; }
 
 // mov r11, imm64; jmp r11
 void MakePatch(BYTE (&patch)[kPatchSize]) noexcept {
-  const auto target = reinterpret_cast<uintptr_t>(&SetNothing);
+  const auto target = reinterpret_cast<uintptr_t>(&IgnoreNewFilter);
   patch[0] = 0x49;
   patch[1] = 0xBB;
   std::memcpy(patch + 2, &target, sizeof target);
@@ -108,9 +108,9 @@ void MakePatch(BYTE (&patch)[kPatchSize]) noexcept {
   patch[12] = 0xE3;
 }
 
-// Whether the entry holds such a patch of a second copy of the library, loaded by another part of the host.
-// It protects our filter as well, and to save it as the entry's own bytes would bring it back when the other
-// copy is long gone.
+// Whether the entry already holds the patch of a second copy of the library, loaded by another part of the
+// host. That patch protects our filter too. Saving it as the original would later restore a jump into an
+// unloaded DLL.
 bool IsPatchedByAnother(const BYTE* entry, const BYTE (&patch)[kPatchSize]) noexcept {
   if (std::memcmp(entry, patch, 2) != 0 || std::memcmp(entry + 10, patch + 10, 3) != 0) return false;
   const wchar_t* target = nullptr;
@@ -121,11 +121,11 @@ bool IsPatchedByAnother(const BYTE* entry, const BYTE (&patch)[kPatchSize]) noex
     return GetModuleHandleExW(flags, address, &module) ? module : nullptr;
   };
   const HMODULE other = moduleAt(target);
-  return other != nullptr && other != moduleAt(reinterpret_cast<const wchar_t*>(&SetNothing)) &&
+  return other != nullptr && other != moduleAt(reinterpret_cast<const wchar_t*>(&IgnoreNewFilter)) &&
          GetProcAddress(other, "UTInitialize") != nullptr;
 }
 
-// Makes the entry's bytes writable for as long as it lives.
+// Makes the entry's bytes writable during its lifetime.
 class WritableEntry {
  public:
   explicit WritableEntry(BYTE* entry) noexcept
@@ -148,7 +148,7 @@ class WritableEntry {
   bool isWritable_;
 };
 
-// At unload. No pointer into the library may stay behind: neither in the entry nor as the process's filter.
+// Runs at unload: no pointer into the library may remain, neither in the entry nor as the process's filter.
 void Undo(unsigned long /*reason*/, void* /*reserved*/) {
   if (state.entry != nullptr) RecoverSetUnhandledExceptionFilter();
   const auto found = SetUnhandledExceptionFilter(state.originalFilter);
@@ -194,8 +194,7 @@ int PreventSetUnhandledExceptionFilter() {
     }
     BYTE patch[kPatchSize];
     MakePatch(patch);
-    // A second pass finds the patch in place, or what somebody put over it; what it stands for must not be
-    // lost.
+    // On later calls our patch, or a hook over it, is in place: keep the bytes saved first.
     if (!IsPatchedByAnother(entry, patch)) {
       if (state.entry == nullptr) std::memcpy(state.savedBytes, entry, kPatchSize);
       written = writable.Write(patch);
@@ -225,7 +224,7 @@ bool RecoverSetUnhandledExceptionFilter() {
 LONG WINAPI CustomUnhandledExceptionFilter(EXCEPTION_POINTERS* exception) noexcept {
   Log("CrashHandler::CustomUnhandledExceptionFilter", 158);
   if (const Turn turn; turn) {
-    const OthersKeptOut others;
+    const ExclusiveSessions exclusive;
     try {
       if (settings::OptInPolicy::Instance().IsConsentGiven()) {
         LogCrashInfo(exception);
@@ -233,7 +232,7 @@ LONG WINAPI CustomUnhandledExceptionFilter(EXCEPTION_POINTERS* exception) noexce
         DeleteLogs();
       }
     } catch (...) {
-      // The process is dying already; what could be recorded is.
+      // The process is dying; whatever could be recorded has been.
     }
   }
   SetUnhandledExceptionFilter(nullptr);
@@ -259,13 +258,13 @@ void LogCrashInfo(const EXCEPTION_POINTERS* exception) {
 
 void DeleteLogs() {
   Log("CrashHandler::DeleteLogs", 216);
-  // All of them before anything is deleted: another thread would make its file anew.
+  // All sessions are silenced before anything is deleted: another thread would create its file again.
   const std::wstring* folder = nullptr;
   for (session::UsageSession* open : *state.openSessions) {
     if (folder == nullptr && open->File().IsFolderKnown()) folder = &open->File().Folder();
     open->Silence();
   }
-  if (folder != nullptr) util::DeleteMatching(*folder, L"*.*", false);
+  if (folder != nullptr) util::DeleteMatching(*folder, L"*.*");
 }
 
 }  // namespace vantra::crash::CrashHandler

@@ -23,7 +23,7 @@ constexpr log::Message kWriteFailed{kSource, "Write file: ", 197};
 
 constexpr std::string_view kSkylamp = "Skylamp";
 
-// False when the path has no room, or the name is no text.
+// False when the buffer is too small or the name cannot be converted.
 template <size_t N>
 bool SetPath(wchar_t (&path)[N], std::wstring_view folder, std::string_view name) {
   if (folder.size() + 1 >= N) return false;
@@ -81,7 +81,7 @@ void MiniSession::Open() {
       session::AppendDocumentName(name, texts_.first, texts_.second, texts_.user, texts_.third);
   util::Append(name, Literal{obfuscate_ ? ".rdy" : ".xml"});
 
-  // A lone backslash is a folder that could not be found.
+  // A lone backslash stands for an unknown folder.
   if (isName && folder_.size() > 1 && SetPath(buffers_.path, folder_, name.Text())) {
     file_.Reset(CreateFileW(buffers_.path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                             CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));

@@ -1,4 +1,4 @@
-// Small complete documents that are written at one go: of a crash, and of a change of a product's opt-in.
+// Small complete documents, each written in one go: of a crash, and of a product's changed opt-in.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace vantra::crash {
 
-// All the memory that a mini session works in, provided by its user so that a crashing process needs none.
+// The working memory of a mini session, provided by its user so that a crashing process need not allocate.
 struct MiniSessionBuffers {
   char record[16 * 1024];
   char name[4 * 1024];
@@ -20,11 +20,11 @@ struct MiniSessionBuffers {
 struct MiniSessionTexts {
   std::string_view first;   // recorded as the product's family
   std::string_view second;  // recorded as the product's name
-  std::string_view third;   // the identifier of the records and the last part of the file name
+  std::string_view third;   // the session id in records, and the last part of the file name
   std::string_view user;
 };
 
-// What an opt-in rate file tells.
+// What an opt-in rate file records.
 struct OptInRate {
   std::string_view usageKey;
   int32_t baseCount;
@@ -35,15 +35,15 @@ struct OptInRate {
   std::string_view version;
 };
 
-// Writes straight to the final name, replacing what is there. Every failure is logged and passed over. Texts
-// and buffers must outlive the object.
+// Writes straight to the final file name, replacing any file there. Failures are logged and otherwise
+// ignored. Texts and buffers must outlive the object. Not thread-safe.
 class MiniSession {
  public:
-  // The folder ends in a backslash.
+  // The folder must end in a backslash.
   MiniSession(const MiniSessionTexts& texts, bool obfuscate, std::wstring_view folder,
               MiniSessionBuffers& buffers);
 
-  // Each writes its document and returns 0.
+  // Each writes its document. Always 0.
   int CreateCrashFile();
   int CreateOptInRateFile(const OptInRate& rate);
 
@@ -55,10 +55,10 @@ class MiniSession {
   void AddData(std::string_view name, int32_t number);
   void Start();
   void End();
-  // Appends the record that was built, and makes room for the next.
+  // Appends the built record to the file and clears the buffer.
   void Write();
 
-  // The present time and the number of the next record, good until it is written.
+  // The current time and the next record's number, valid until that record is written.
   [[nodiscard]] const session::RecordStamp& Stamp() noexcept;
 
   MiniSessionTexts texts_;

@@ -15,7 +15,7 @@ struct Appender {
 
   void operator()(std::string_view text) const { Append(out, Raw{text}); }
   void operator()(int64_t number) const { Append(out, Decimal{number}); }
-  // Without a string of its own, since a crashing process reports paths too.
+  // Converts in place rather than through a std::string: a crashing process logs paths too.
   void operator()(std::wstring_view text) const {
     constexpr size_t kMostBytesAUnit = 3;
     const size_t room = text.size() * kMostBytesAUnit;
@@ -36,7 +36,7 @@ void Report(LevelOperation level, const Message& message, std::initializer_list<
     for (const Value& value : values) std::visit(append, value);
     (logger->*level)(text.Text(), message.source, message.line);
   } catch (...) {
-    // A line that cannot be made is lost; the host's call goes on.
+    // Losing a line is better than failing the host's call.
   }
 }
 

@@ -1,5 +1,5 @@
-// How every part of the library reports: log::Info(kMessage) or log::Debug(kMessage, value, ...). While
-// logging is off a report costs one test of a flag.
+// How the library logs: log::Info(kMessage) or log::Debug(kMessage, value, ...). While logging is off, a call
+// costs one test of a flag.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace vantra::log {
 
-// A text with the place that support tools search for. The line is fixed for good and never follows the
+// A text, and the place that support tools search for. The line number is fixed and does not follow the
 // source.
 struct Message {
   std::string_view source;  // "..\" and the unit's name
@@ -19,7 +19,7 @@ struct Message {
   int line;
 };
 
-// What stands after a message's text, without a separator.
+// A value logged directly after the message's text, without a separator.
 using Value = std::variant<std::string_view, std::wstring_view, int64_t>;
 
 using LevelOperation = void (Logger::*)(std::string_view message, std::string_view file, int line) noexcept;

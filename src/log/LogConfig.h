@@ -1,4 +1,4 @@
-// The text of the log's switch file.
+// Parses the log's switch file, SKLog.config.
 #pragma once
 
 #include <string>
@@ -6,9 +6,9 @@
 
 namespace vantra::log {
 
-// The value of the last line that sets the key; empty when none does. A line's first two tokens, separated by
-// any run of space, '=', ';' and ',', are key and value. Reading stops at the first line of more than 511
-// characters.
+// The value of the last line that sets the key; empty when none does. A line's first two tokens are key and
+// value; any run of space, '=', ';' and ',' separates tokens. Reading stops at a line of more than 511
+// characters and at a Ctrl-Z (0x1A).
 [[nodiscard]] std::string FindLogConfigValue(std::string_view fileText, std::string_view key);
 
 }  // namespace vantra::log

@@ -1,4 +1,4 @@
-// The text of one line of the diagnostic log.
+// Formats one line of the diagnostic log.
 #pragma once
 
 #include <cstdint>
@@ -8,14 +8,15 @@
 
 namespace vantra::log {
 
-// What the library calls a detail: who reports, and from where.
+// The DETAIL field of a line: where a message comes from.
 struct Detail {
   std::string_view text;
-  // Below zero when text is the whole detail; else text names the source file.
+  // The line number in the source file that text names; negative when text is the whole detail.
   int line = -1;
 };
 
-// Appends the line and its end. Nothing is escaped: line breaks in value and detail stay.
+// Appends the line with its CR LF. Nothing is escaped: line breaks in value and detail are written as they
+// are.
 void AppendLogLine(util::TextBuffer& out, std::string_view level, uint32_t processId, std::string_view time,
                    std::string_view value, const Detail& detail);
 

@@ -23,7 +23,7 @@ constexpr std::string_view kWarning = "WARNING";
 constexpr std::string_view kDebug = "DEBUG";
 constexpr std::string_view kInfo = "INFO";
 
-// Never destroyed, so that it is there before the first and after the last static object.
+// Never destroyed, so that it can be used before the first static object exists and after the last is gone.
 union DoNothing {
   constexpr DoNothing() : logger() {}
   ~DoNothing() {}
@@ -33,7 +33,8 @@ constinit DoNothing doNothing;
 
 constinit bool created = false;
 
-// Hands each line to the file in one write at its end, wherever other processes have moved that to.
+// Passes each line to the file in one write, which the system appends at the end even if other processes have
+// written meanwhile.
 class AppendBuffer : public std::streambuf {
  public:
   explicit AppendBuffer(HANDLE file) noexcept : file_(file) {}
@@ -85,12 +86,12 @@ Logger* GetLogger(std::string_view component) noexcept {
       logger = &items.Add(std::make_unique<Logger>(stream));
     }
   } catch (...) {
-    // Without memory there is no log, but there is a host.
+    // Losing the log is better than failing the host.
   }
   return logger;
 }
 
-// Nothing when logging is off.
+// Null when logging is off.
 std::unique_ptr<Logger::LoggerFile> Logger::OpenLoggerFile(std::string_view component) {
   const std::wstring switchFile = SwitchPath(util::HostFolder());
   if (!util::IsFile(switchFile) || !util::EnsureFolder(LogFolder())) return nullptr;
@@ -107,11 +108,11 @@ std::ostream* Logger::WriteLine(std::string_view level, std::string_view value,
     char storage[1024];
     util::TextBuffer line(storage);
     const util::TimeStamp now(util::UtcSeconds());
-    AppendLogLine(line, level, GetCurrentProcessId(), now.Text().text, value, detail);
+    AppendLogLine(line, level, GetCurrentProcessId(), now.Text().View(), value, detail);
     const std::string_view text = line.Text();
     stream_->write(text.data(), static_cast<std::streamsize>(text.size())).flush();
   } catch (...) {
-    // A line that cannot be made is lost; the host's call goes on.
+    // Losing a line is better than failing the host's call.
   }
   return stream_;
 }

@@ -1,8 +1,8 @@
-// The diagnostic log of the library itself: one line a message, for support engineers.
+// The library's own diagnostic log, for support engineers: one line a message.
 //
 // Logging is on when a file SKLog.config lies beside the host's executable as the library is loaded. Callers
-// never test for that: when it is off, the same calls reach a logger that does nothing. No operation throws.
-// Log.h is how the library itself reports.
+// never test for it: while logging is off, the same calls reach a logger that does nothing. No operation
+// throws. The library itself logs through Log.h.
 #pragma once
 
 #include <iosfwd>
@@ -16,9 +16,10 @@ namespace vantra::log {
 // Five levels, each in four forms:
 //   1 (wide message, source file, line)    3 (message, source file, line)
 //   2 (wide message, detail)               4 (value, detail)
+// The library logs in form 3 and the agent in form 4, at some of the levels; the rest complete the interface.
 class Logger : public util::GlobalItem {
  public:
-  // The stream is the caller's and outlives the logger; none means that nothing is ever written.
+  // The stream belongs to the caller and must outlive the logger; with nullptr nothing is ever written.
   explicit constexpr Logger(std::ostream* stream) noexcept : stream_(stream) {}
   ~Logger() override;
 
@@ -43,11 +44,11 @@ class Logger : public util::GlobalItem {
   virtual void Info(std::string_view message, std::string_view file, int line) noexcept;
   virtual void Info(std::string_view value, std::string_view detail) noexcept;
 
-  // The one place that makes and writes a line; all forms end here.
+  // Formats and writes a line; all forms end here. Returns the stream.
   virtual std::ostream* WriteLine(std::string_view level, std::string_view value,
                                   const Detail& detail) noexcept;
 
-  // Whether a message is worth building from parts.
+  // Whether anything is written, so that a message is worth building.
   [[nodiscard]] bool IsOn() const noexcept { return stream_ != nullptr; }
 
  private:
@@ -60,7 +61,7 @@ class Logger : public util::GlobalItem {
   std::ostream* stream_;
 };
 
-// Stands in while logging is off.
+// The logger while logging is off.
 class NULLLogger : public Logger {
  public:
   constexpr NULLLogger() noexcept : Logger(nullptr) {}
@@ -87,14 +88,15 @@ class NULLLogger : public Logger {
   void Info(std::string_view, std::string_view) noexcept override {}
 };
 
-// The one logger, made on the first call, whose component names the log file. Owned by the global items.
-// Called once as the module is loaded.
+// Creates the process's logger on the first call, with the component in the log file's name; later calls
+// return the same one. Never NULL; owned by the global items. Not thread-safe: the library calls it as it is
+// loaded.
 Logger* GetLogger(std::string_view component) noexcept;
 
-// The one logger; before it is made, while logging is off and after it is gone, one that does nothing.
+// The process's logger. One that does nothing before GetLogger, while logging is off, and after unload.
 extern constinit Logger* logger;
 
-// Whether the one logger writes anything.
+// Whether the process's logger writes anything.
 [[nodiscard]] inline bool IsOn() noexcept { return logger->IsOn(); }
 
 }  // namespace vantra::log

@@ -1,4 +1,4 @@
-// The names of document files.
+// File names of documents.
 #pragma once
 
 #include <string_view>
@@ -8,7 +8,7 @@
 namespace vantra::session {
 
 // Appends "ulog_" and the four texts, joined by underscores, without an extension. False when a text holds a
-// character that would lead out of the folder: such a document has no name and is not written.
+// backslash, a slash or a colon, which could lead out of the folder; such a document is not written.
 [[nodiscard]] bool AppendDocumentName(util::TextBuffer& out, std::string_view first, std::string_view second,
                                       std::string_view third, std::string_view fourth);
 

@@ -1,5 +1,5 @@
-// What becomes of the documents of one session, decided from what it is told. Nothing is asked, written or
-// moved here.
+// Decides when a session's document is split and what becomes of each document. Pure: the facts are passed
+// in, and the caller carries the decision out.
 #pragma once
 
 #include <cstddef>
@@ -9,29 +9,30 @@ namespace vantra::session {
 
 class DocumentSeries {
  public:
-  // A document that holds so many bytes of text is split: the session goes on in the next one.
+  // A document is split once its text reaches this many bytes; the session continues in the next one.
   static constexpr uint64_t kSplitSize = 102'400;
 
-  // What is known when a document has ended.
-  struct Standing {
+  // The facts on which the fate of an ended document depends.
+  struct Conditions {
     bool hasAgent;
     bool isDeliveryAllowed;
   };
   enum class Fate { kDelivered, kDeleted };
 
-  // Adds the text of a record to the present document, whether or not it reached the disk.
+  // Adds a record's bytes to the current document, whether or not they reached the disk.
   void Count(size_t bytes) noexcept { bytes_ += bytes; }
   [[nodiscard]] bool NeedsSplit() const noexcept { return bytes_ >= kSplitSize; }
 
-  // The number in the present document's name.
+  // The number in the current document's name.
   [[nodiscard]] int32_t Index() const noexcept { return index_; }
-  // Whether the present name was that of a deleted document, which somebody may have held open.
+  // Whether the previous document had the current name too and was deleted: its file may still exist if
+  // somebody holds it open.
   [[nodiscard]] bool IsNameUsed() const noexcept { return isNameUsed_; }
 
-  // Ends the present document. When it is deleted, with all others of its folder, the next one has its name
-  // and its count, so that the next record splits again.
-  Fate End(const Standing& standing) noexcept {
-    isNameUsed_ = !standing.hasAgent || !standing.isDeliveryAllowed;
+  // Ends the current document. If it is deleted, with all other files of its folder, the next document takes
+  // over its name and its byte count, so that it splits at its next record.
+  Fate End(const Conditions& conditions) noexcept {
+    isNameUsed_ = !conditions.hasAgent || !conditions.isDeliveryAllowed;
     if (isNameUsed_) return Fate::kDeleted;
     ++index_;
     bytes_ = 0;

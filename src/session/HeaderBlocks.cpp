@@ -13,42 +13,42 @@
 namespace vantra::session {
 namespace {
 
-enum class Asked { kEachStart, kOnceAProcess };
+enum class Probed { kAtEachStart, kOncePerProcess };
 
 struct Entry {
   std::string_view name;
   std::string (*probe)();
-  Asked asked;
+  Probed probed;
 };
 
 constexpr Entry kSystemInfo[] = {
-    {"OS", OsVersion, Asked::kOnceAProcess},
-    {"OSType", OsType, Asked::kOnceAProcess},
-    {"OSLanguage", OsLanguage, Asked::kOnceAProcess},
-    {"UserLanguage", UserLanguage, Asked::kEachStart},
-    {"Processor", ProcessorType, Asked::kOnceAProcess},
-    {"ProcessorName", ProcessorName, Asked::kOnceAProcess},
-    {"ProcessorModel", ProcessorModel, Asked::kOnceAProcess},
-    {"NumProcessors", ProcessorCount, Asked::kOnceAProcess},
-    {"Speed", ProcessorSpeed, Asked::kOnceAProcess},
-    {"Memory", Memory, Asked::kOnceAProcess},
-    {"MonitorCount", MonitorCount, Asked::kEachStart},
-    {"DefaultBrowser", DefaultBrowser, Asked::kEachStart},
+    {"OS", OsVersion, Probed::kOncePerProcess},
+    {"OSType", OsType, Probed::kOncePerProcess},
+    {"OSLanguage", OsLanguage, Probed::kOncePerProcess},
+    {"UserLanguage", UserLanguage, Probed::kAtEachStart},
+    {"Processor", ProcessorType, Probed::kOncePerProcess},
+    {"ProcessorName", ProcessorName, Probed::kOncePerProcess},
+    {"ProcessorModel", ProcessorModel, Probed::kOncePerProcess},
+    {"NumProcessors", ProcessorCount, Probed::kOncePerProcess},
+    {"Speed", ProcessorSpeed, Probed::kOncePerProcess},
+    {"Memory", Memory, Probed::kOncePerProcess},
+    {"MonitorCount", MonitorCount, Probed::kAtEachStart},
+    {"DefaultBrowser", DefaultBrowser, Probed::kAtEachStart},
 };
 
 constexpr Entry kExecutableInfo[] = {
-    {"ExecutableName", ExecutableName, Asked::kOnceAProcess},
-    {"ExecutableVersion", ExecutableVersion, Asked::kOnceAProcess},
-    {"ExecutableBuild", ExecutableBuild, Asked::kOnceAProcess},
-    {"ExecutableLanguage", ExecutableLanguage, Asked::kOnceAProcess},
+    {"ExecutableName", ExecutableName, Probed::kOncePerProcess},
+    {"ExecutableVersion", ExecutableVersion, Probed::kOncePerProcess},
+    {"ExecutableBuild", ExecutableBuild, Probed::kOncePerProcess},
+    {"ExecutableLanguage", ExecutableLanguage, Probed::kOncePerProcess},
 };
 
 constexpr Entry kUsageVersionInfo[] = {
-    {"Sendrix2.exe", AgentVersion, Asked::kEachStart},
-    {"Vantra.dll", LibraryVersion, Asked::kOnceAProcess},
+    {"Sendrix2.exe", AgentVersion, Probed::kAtEachStart},
+    {"Vantra.dll", LibraryVersion, Probed::kOncePerProcess},
 };
 
-// The answers that cannot change while the process lives.
+// Probe results that cannot change while the process lives.
 class KnownAnswers : public util::OneOf<KnownAnswers> {
  public:
   const std::string& To(const Entry& entry) {
@@ -68,7 +68,7 @@ int32_t OpenBlock(UsageSession& session, std::string_view name) {
 void WriteBlock(UsageSession& session, std::string_view name, std::span<const Entry> entries) {
   const int32_t group = OpenBlock(session, name);
   for (const Entry& entry : entries) {
-    if (entry.asked == Asked::kOnceAProcess) {
+    if (entry.probed == Probed::kOncePerProcess) {
       session.AddToGroup(group, entry.name, KnownAnswers::Instance().To(entry));
     } else {
       session.AddToGroup(group, entry.name, entry.probe());

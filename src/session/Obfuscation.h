@@ -1,4 +1,4 @@
-// The optional disguise of documents: not a cipher, only no plain text for a passer-by.
+// The optional obfuscation of documents: not a cipher, it only keeps the text from being read at a glance.
 #pragma once
 
 #include <span>
@@ -6,14 +6,11 @@
 
 namespace vantra::session {
 
-// Written as it is at the start of a file whose text is transformed.
+// The first bytes, not rotated themselves, of a file whose text is obfuscated.
 constexpr std::string_view kObfuscationMarker = "R-M$ke#$vQPo5lupadix";
 
-// Rotates the printable characters '!' to '~' by half their number, in place, up to the first NUL. Its own
-// inverse; all other bytes stay.
+// Rotates the characters '!' to '~' by 47, half their number, in place, up to the first NUL. All other bytes
+// stay. Applying it twice restores the text.
 void Obfuscate(std::span<char> text) noexcept;
-
-// The same beyond NULs: what a reader does who cannot tell where one text ends.
-void Rotate(std::span<char> text) noexcept;
 
 }  // namespace vantra::session

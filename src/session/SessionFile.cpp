@@ -41,7 +41,7 @@ WriteResult SessionFile::Open(int32_t index, bool startsEmpty) {
 }
 
 std::wstring SessionFile::Finish(int32_t index) {
-  // Forgotten before anything can fail: no late failure deletes a finished document.
+  // Cleared before anything can fail, so that no later failure deletes a finished document.
   const std::wstring source = std::exchange(path_, {});
   if (source.empty() || !util::IsFolder(folder_)) return {};
   std::wstring target = PathOf(index, obfuscate_ ? L".rdy" : L".xml");
@@ -57,7 +57,7 @@ void SessionFile::Remove() {
 }
 
 void SessionFile::EmptyFolder() const {
-  if (IsFolderKnown()) util::DeleteMatching(folder_, L"*.*", false);
+  if (IsFolderKnown()) util::DeleteMatching(folder_, L"*.*");
 }
 
 }  // namespace vantra::session

@@ -1,4 +1,4 @@
-// The file of a session's present document: written under a temporary name, then renamed.
+// The file of a session's current document: written under a temporary name, then renamed.
 #pragma once
 
 #include <cstdint>
@@ -12,21 +12,22 @@
 
 namespace vantra::session {
 
-// Dropped text reaches no file, because none can be opened; the next text tries again.
+// kDropped: no file could be opened, and the text is lost; the next write tries again. kFailed: the write
+// failed.
 enum class WriteResult { kWritten, kDropped, kFailed };
 
 class SessionFile {
  public:
-  // The folder ends in a backslash; a lone backslash stands for an unknown one, where nothing is written,
-  // listed or deleted. The other texts become parts of the file names.
+  // The folder must end in a backslash. A lone backslash stands for an unknown folder, in which nothing is
+  // written, listed or deleted. The other texts become parts of the file names.
   SessionFile(std::wstring logsFolder, bool obfuscate, std::string_view family, std::string_view name,
               std::string_view user, std::string_view sessionId);
 
-  // Opens the file of the document with this index, and writes the marker of an obfuscated one. What the file
-  // holds stays unless it is to start empty.
+  // Opens the file of the document with this index, keeping its content unless startsEmpty, and writes the
+  // marker if documents are obfuscated.
   [[nodiscard]] WriteResult Open(int32_t index, bool startsEmpty);
 
-  // Appends one record to the open file in one write. Obfuscates the text in place.
+  // Writes one record to the open file in one write. Obfuscates the text in place.
   [[nodiscard]] WriteResult Write(std::span<char> text) {
     if (obfuscate_) Obfuscate(text);
     return util::WriteAll(file_.Get(), {text.data(), text.size()}) ? WriteResult::kWritten
@@ -35,14 +36,14 @@ class SessionFile {
 
   [[nodiscard]] bool IsOpen() const noexcept { return static_cast<bool>(file_); }
   void Close() noexcept { file_.Reset(); }
-  // Closes the file; none is opened from now on.
+  // Closes the file for good: Open drops everything from now on.
   void Seal() noexcept {
     isSealed_ = true;
     Close();
   }
 
-  // Gives the closed file the final name of the document with this index. Returns that path even when the
-  // move fails; empty when there is no file, or its folder is gone.
+  // Renames the closed file to the final name of the document with this index. Returns the final path, even
+  // if the rename fails; empty when there is no file, or its folder is gone.
   std::wstring Finish(int32_t index);
 
   // Closes and deletes the file.
@@ -61,7 +62,7 @@ class SessionFile {
   util::UniqueFile file_;
   std::wstring path_;
   std::wstring folder_;
-  // The file's name before its index; empty when the texts cannot be part of a name.
+  // The file name up to the index; empty when the texts cannot be part of a file name.
   std::wstring stem_;
   bool obfuscate_;
   bool isSealed_ = false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace vantra::session {
 namespace {
@@ -10,65 +11,79 @@ using util::Append;
 using util::Decimal;
 using util::Literal;
 using util::Raw;
-using util::Whole;
 
 constexpr char kRecordEnd[] = "\" />\n";
 constexpr char kDocumentEnd[] = "\" />\n</UsageDoc>\n";
 constexpr char kNoValue[] = "NOVALUE";
 
-// How one byte of free text is written: itself, or the reference that stands for it.
-struct Written {
+// One byte of free text as it is written: itself, or a character reference.
+struct Encoded {
   char text[7];
   uint8_t size;
 };
 
-constexpr std::string_view kSpecial = "&<>\"'\\";
-constexpr size_t kLongestWritten = 5;
+constexpr size_t kReferenceSize = 5;
 
-constexpr std::array<Written, 256> kWritten = []() {
-  std::array<Written, 256> written{};
-  for (size_t i = 1; i < written.size(); ++i) written[i] = {{static_cast<char>(i)}, 1};
-  for (const char c : kSpecial) {
+constexpr std::array<Encoded, 256> kEncoded = []() {
+  std::array<Encoded, 256> encoded{};
+  for (size_t i = 1; i < encoded.size(); ++i) {
+    const char c = static_cast<char>(i);
     const char tens = static_cast<char>('0' + c / 10);
     const char ones = static_cast<char>('0' + c % 10);
-    written[static_cast<uint8_t>(c)] = {{'&', '#', tens, ones, ';'}, kLongestWritten};
+    encoded[i] = Markup::Has(c) ? Encoded{{'&', '#', tens, ones, ';'}, kReferenceSize} : Encoded{{c}, 1};
   }
-  return written;
+  return encoded;
 }();
 
-// A caller's text as an attribute value.
+// Free text as an attribute value.
 struct Free {
   const FreeText& value;
 
-  [[nodiscard]] size_t MaxSize() const noexcept { return value.text.size() * kLongestWritten + util::kBlock; }
+  [[nodiscard]] size_t MaxSize() const noexcept {
+    return value.Text().size() * kReferenceSize + util::kBlock;
+  }
 
-  // Most texts are known to be plain.
   [[nodiscard, gnu::always_inline]] char* Write(char* at) const noexcept {
-    return value.isPlain ? Whole{value.text}.Write(at) : WriteAny(at, value.text.data(), value.text.size());
+    const auto plain = value.AsPlain();
+    return plain ? plain->Write(at) : WriteAny(at, value.Text().data(), value.Text().size());
   }
 
  private:
+  // Writes a block of special characters. All have the same size, so no write waits for the one before it.
+  template <size_t... kPlaces>
+  [[nodiscard]] static char* PutReferences(char* at, const char* text,
+                                           std::index_sequence<kPlaces...> /*places*/) noexcept {
+    (std::memcpy(at + kPlaces * kReferenceSize, &kEncoded[static_cast<uint8_t>(text[kPlaces])],
+                 sizeof(Encoded)),
+     ...);
+    return at + sizeof...(kPlaces) * kReferenceSize;
+  }
+
   [[nodiscard, gnu::noinline]] static char* WriteAny(char* start, const char* text, size_t size) noexcept {
     char* at = start;
     const char* const end = text + size;
     const auto put = [&at](char c) {
-      const Written& written = kWritten[static_cast<uint8_t>(c)];
-      std::memcpy(at, &written, sizeof written);
-      at += written.size;
+      const Encoded& encoded = kEncoded[static_cast<uint8_t>(c)];
+      std::memcpy(at, &encoded, sizeof encoded);
+      at += encoded.size;
     };
     for (; end - text >= static_cast<ptrdiff_t>(util::kBlock); text += util::kBlock) {
-      const __m128i block = util::LoadWholeBlock(text);
-      if (FindSpecial(block) == 0) {
+      const util::Block block = util::LoadBlock(text, static_cast<size_t>(end - text));
+      const unsigned special = util::Find<MarkupOrNul>(block);
+      if (special == 0) {
         util::StoreBlock(at, block);
         at += util::kBlock;
-        continue;
-      }
-      if (util::FindNul(block) != 0) break;
-      for (size_t i = 0; i < util::kBlock; i += 4) {
-        put(text[i]);
-        put(text[i + 1]);
-        put(text[i + 2]);
-        put(text[i + 3]);
+      } else if (util::Find<util::Nul>(block) != 0) {
+        break;
+      } else if (special == util::kAllBits) {
+        at = PutReferences(at, text, std::make_index_sequence<util::kBlock>());
+      } else {
+        for (size_t i = 0; i < util::kBlock; i += 4) {
+          put(text[i]);
+          put(text[i + 1]);
+          put(text[i + 2]);
+          put(text[i + 3]);
+        }
       }
     }
     for (; text != end && *text != '\0'; ++text) put(*text);

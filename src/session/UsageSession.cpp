@@ -15,7 +15,7 @@
 namespace vantra::session {
 namespace {
 
-// What a session keeps for building records; a rare larger one is given back.
+// A session keeps a record buffer of at most this size; a larger one, which is rare, is freed after use.
 constexpr size_t kKeptBuffer = size_t{64} * 1024;
 
 }  // namespace
@@ -51,7 +51,7 @@ const RecordStamp& UsageSession::Stamp() noexcept {
   return stamp_;
 }
 
-util::TextBuffer& UsageSession::Fresh() noexcept {
+util::TextBuffer& UsageSession::ClearedRecord() noexcept {
   record_.Clear();
   return record_;
 }
@@ -70,9 +70,9 @@ bool UsageSession::Write() {
 }
 
 void UsageSession::Record() {
-  const bool isFine = Write();
+  const bool isWritten = Write();
   record_.ShrinkBeyond(kKeptBuffer);
-  if (isFine && documents_.NeedsSplit()) Split();
+  if (isWritten && documents_.NeedsSplit()) Split();
 }
 
 bool UsageSession::IsDeliveryAllowed() const {
@@ -81,10 +81,11 @@ bool UsageSession::IsDeliveryAllowed() const {
 
 void UsageSession::FinishDocument() {
   const int32_t index = documents_.Index();
-  const DocumentSeries::Standing standing{.hasAgent = !settings::GetAgentPath().empty(),
-                                          .isDeliveryAllowed = IsDeliveryAllowed()};
-  // The index is spent before the move, so that no later document takes the name of one that stayed.
-  if (documents_.End(standing) == DocumentSeries::Fate::kDeleted) {
+  const DocumentSeries::Conditions conditions{.hasAgent = !settings::GetAgentPath().empty(),
+                                              .isDeliveryAllowed = IsDeliveryAllowed()};
+  // End counts the index up before the file is renamed, so that no later document takes the name of one whose
+  // rename failed.
+  if (documents_.End(conditions) == DocumentSeries::Fate::kDeleted) {
     file_.EmptyFolder();
     return;
   }
@@ -95,8 +96,8 @@ void UsageSession::FinishDocument() {
 void UsageSession::Start() {
   if (!enabled_) return;
   const RecordStamp& stamp = Stamp();
-  startTime_ = stamp.time.Text().text;
-  AppendPrologue(Fresh());
+  startTime_ = stamp.time.Text().View();
+  AppendPrologue(ClearedRecord());
   AppendStartSession(record_, id_, stamp);
   Record();
   group_ = NewGroup({.category = "Skylamp", .subcategory = {}, .name = "Session", .doc = "0"});
@@ -105,40 +106,40 @@ void UsageSession::Start() {
 
 void UsageSession::LogEvent(const Labels& labels) {
   if (!enabled_) return;
-  AppendEventRec(Fresh(), labels, Stamp());
+  AppendEventRec(ClearedRecord(), labels, Stamp());
   Record();
 }
 
 int32_t UsageSession::NewGroup(const Labels& labels) {
   if (!enabled_) return -1;
   lastGroup_.Increment();
-  AppendNewGroup(Fresh(), labels, lastGroup_, Stamp());
+  AppendNewGroup(ClearedRecord(), labels, lastGroup_, Stamp());
   Record();
   return lastGroup_.Value();
 }
 
 void UsageSession::AddToGroup(int32_t group, const FreeText& name, const FreeText& value) {
-  if (!enabled_ || name.text.data() == nullptr || value.text.data() == nullptr) return;
-  AppendDataRec(Fresh(), group, name, value, Stamp());
+  if (!enabled_ || name.Text().data() == nullptr || value.Text().data() == nullptr) return;
+  AppendDataRec(ClearedRecord(), group, name, value, Stamp());
   Record();
 }
 
 void UsageSession::EndSession() {
-  AppendEndSession(Fresh(), id_, Stamp());
+  AppendEndSession(ClearedRecord(), id_, Stamp());
   Record();
 }
 
-// A document is not split after its ResumeSession, so a split never leads to another at once.
+// The ResumeSession record is written by Write, not Record, so one split never triggers another.
 void UsageSession::Split() {
-  AppendSplitSession(Fresh(), id_, Stamp());
+  AppendSplitSession(ClearedRecord(), id_, Stamp());
   if (!Write()) return;
-  // Should memory run out before the next document can begin, the session falls silent instead of writing
-  // behind the end of this one.
+  // Disabled until the next document has begun: if memory runs out before, the session falls silent instead
+  // of writing after this document's end.
   enabled_ = false;
   file_.Close();
   FinishDocument();
 
-  AppendPrologue(Fresh());
+  AppendPrologue(ClearedRecord());
   AppendResumeSession(record_, id_, Product(), startTime_, user_, Stamp());
   enabled_ = true;
   static_cast<void>(Write());

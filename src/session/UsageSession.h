@@ -1,4 +1,4 @@
-// One run of a host product's recording, from its start call to its close call.
+// One session: a run of a host product's recording, from its start call to its close call.
 #pragma once
 
 #include <atomic>
@@ -17,16 +17,16 @@
 
 namespace vantra::session {
 
-// A session records only when more bytes than these are free as it starts.
+// A session records only if more than this many bytes are free at its start.
 constexpr uint64_t kLeastFreeSpace = 10'485'760;
 
-// Builds the records and counts them; every call goes to the disk in one write before it returns. A session
-// that cannot write disables itself for good, and its operations then do nothing. Not thread-safe: the lock
-// of the exported functions is held across each call.
+// Builds, numbers and writes the records. Every call writes its record to the file before it returns. A
+// session that cannot write disables itself for good; its operations then do nothing. Not thread-safe: the
+// lock of the exported functions is held across each call.
 class UsageSession {
  public:
-  // Starts a session with its document: prologue, StartSession and the header blocks. The texts are copied;
-  // an empty folder is one that could not be found.
+  // Creates a session and writes the start of its document: prologue, StartSession and the header blocks. The
+  // texts are copied. An empty logsFolder stands for an unknown one. Never null; the session may be disabled.
   [[nodiscard]] static std::unique_ptr<UsageSession> Create(const ProductTexts& product,
                                                             const std::wstring& logsFolder);
 
@@ -37,25 +37,25 @@ class UsageSession {
 
   void LogEvent(const Labels& labels);
 
-  // The new group's number, or -1 when the session is disabled.
+  // Opens a group. Returns its number, or -1 when the session is disabled.
   int32_t NewGroup(const Labels& labels);
 
-  // Writes nothing when name or value is absent. The group's number is not checked.
+  // Adds a value to a group, unless name or value is absent. The number is not checked.
   void AddToGroup(int32_t group, const FreeText& name, const FreeText& value);
 
-  // Ends the document and finishes its file, when there is one. A user who has withdrawn is heeded in any
-  // case.
+  // Ends the document and delivers or deletes its file. If the user has withdrawn consent, empties the folder
+  // even when no file is open.
   void Close();
 
-  // Closes the file and records nothing from now on. Also for the crash filter, which may come in the middle
-  // of another thread's call.
+  // Closes the file and records nothing from now on. The crash filter may call it in the middle of another
+  // thread's call.
   void Silence() noexcept;
 
-  // True for the first caller, which writes the session's crash document.
+  // True for the first caller only, which then writes the session's crash document. Thread-safe.
   [[nodiscard]] bool ClaimCrashDocument() noexcept { return !isCrashDocumentClaimed_.test_and_set(); }
 
   [[nodiscard]] bool IsEnabled() const noexcept { return enabled_; }
-  // The group of the session's own values, opened by its start.
+  // The group of the session's own values.
   [[nodiscard]] int32_t SessionGroup() const noexcept { return group_; }
   [[nodiscard]] int32_t LastGroup() const noexcept { return lastGroup_.Value(); }
 
@@ -70,24 +70,24 @@ class UsageSession {
                std::string id);
 
   [[nodiscard]] bool IsWriting() const noexcept { return enabled_ && file_.IsOpen(); }
-  // The present time and the number of the next record, good until it is written.
+  // The current time and the next record's number, valid until that record is written.
   [[nodiscard]] const RecordStamp& Stamp() noexcept;
   void Start();
   void EndSession();
   void Split();
 
-  // The buffer for a new record, whatever became of the last one.
-  [[nodiscard]] util::TextBuffer& Fresh() noexcept;
-  // Writes the built record and counts it; false when that failed and the session is disabled now.
+  // The record buffer, cleared.
+  [[nodiscard]] util::TextBuffer& ClearedRecord() noexcept;
+  // Writes and counts the built record. False when the write failed, which disables the session.
   bool Write();
-  // Writes the built record, and splits the document when that is due.
+  // Writes the built record, and splits the document when it is large enough.
   void Record();
   [[nodiscard]] bool IsDeliveryAllowed() const;
-  // Delivers or deletes the document whose file has just been closed.
+  // Delivers or deletes the document; its file must be closed.
   void FinishDocument();
 
   SessionFile file_;
-  // Under which the session was started.
+  // The key declared when the session started.
   std::string usageKey_;
   bool enabled_;
   util::Counter lastGroup_{0};

@@ -6,8 +6,8 @@
 
 #include "log/Log.h"
 #include "session/VersionResource.h"
-#include "settings/RegistryKey.h"
 #include "settings/AgentProgram.h"
+#include "settings/RegistryKey.h"
 #include "util/HostProcess.h"
 #include "util/Text.h"
 #include "util/Windows.h"
@@ -48,12 +48,12 @@ SYSTEM_INFO SystemInfo() {
   return info;
 }
 
-// The default value of a key, empty when it cannot be read.
+// The key's default value; empty when it cannot be read.
 std::wstring DefaultValue(RegistryKey key, const std::wstring& path) {
   return key.Open(path, KEY_READ) ? key.Query(L"").value_or(L"") : std::wstring();
 }
 
-// Name of the browser's client key: the user's choice, else the machine's.
+// Name of the default browser's client key: the user's choice, else the machine's.
 std::wstring BrowserClient() {
   std::wstring client = DefaultValue(RegistryKey::CurrentUser(), kBrowsersKey);
   if (!client.empty()) return client;
@@ -63,8 +63,8 @@ std::wstring BrowserClient() {
   return client;
 }
 
-// The browser's command line, stripped of the quotes at its ends. One with arguments names no file, and is
-// left so.
+// The browser's command line without surrounding quotes. One with arguments names no file, and is returned as
+// it is.
 std::wstring BrowserExecutable() {
   const std::wstring path = std::wstring(kBrowsersKey) + L"\\" + BrowserClient() + L"\\shell\\open\\command";
   RegistryKey key = RegistryKey::LocalMachine();
@@ -142,7 +142,7 @@ std::vector<MonitorSize> MonitorSizes() {
       reinterpret_cast<std::vector<MonitorSize>*>(context)->push_back(
           {static_cast<uint32_t>(area.right - area.left), static_cast<uint32_t>(area.bottom - area.top)});
     } catch (...) {
-      return FALSE;  // nothing may be thrown through the system's code
+      return FALSE;  // exceptions must not pass through the system's code
     }
     return TRUE;
   };

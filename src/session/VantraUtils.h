@@ -1,4 +1,4 @@
-// Probes of machine and host. Each returns UTF-8 text, empty when it fails.
+// Probes of the machine and the host process. Each returns UTF-8 text, empty when the probe fails.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace vantra::session {
 
-// "major.minor.build SP major.minor PT type".
+// "MAJOR.MINOR.BUILD SP MAJOR.MINOR PT PRODUCT_TYPE".
 [[nodiscard]] std::string OsVersion();
 [[nodiscard]] std::string OsType();
 // Language and country, such as en-US.
@@ -18,9 +18,9 @@ namespace vantra::session {
 [[nodiscard]] std::string ProcessorName();
 [[nodiscard]] std::string ProcessorModel();
 [[nodiscard]] std::string ProcessorCount();
-// In MHz, with the unit.
+// Such as "2400 MHz".
 [[nodiscard]] std::string ProcessorSpeed();
-// Physical memory in whole mebibytes.
+// Physical memory in MiB, rounded down.
 [[nodiscard]] std::string Memory();
 
 [[nodiscard]] std::string MonitorCount();
@@ -28,10 +28,11 @@ struct MonitorSize {
   uint32_t width;
   uint32_t height;
 };
-// In the system's order; a monitor that cannot be asked is left out.
+// In pixels, in the system's order. A monitor that cannot be queried is left out.
 [[nodiscard]] std::vector<MonitorSize> MonitorSizes();
 
-// Product name, a space and product version of the user's browser; a lone space when nothing can be read.
+// Product name and version of the user's default browser, separated by a space; a lone space when neither can
+// be read.
 [[nodiscard]] std::string DefaultBrowser();
 
 // From the version resource of the host's executable.

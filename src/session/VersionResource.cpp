@@ -26,7 +26,8 @@ struct Translation {
   WORD codePage;
 };
 
-// Bytes of the resource from there on. The lengths that a query tells are the file's own word.
+// Bytes from this place to the resource's end. The lengths that a query returns come from the file and cannot
+// be trusted.
 size_t RoomAt(const std::vector<BYTE>& resource, const void* place) noexcept {
   const auto used = static_cast<size_t>(static_cast<const BYTE*>(place) - resource.data());
   return used < resource.size() ? resource.size() - used : 0;
@@ -92,7 +93,7 @@ VersionTexts ReadVersionTexts(const std::wstring& path) {
 
 VersionTexts KnownVersionTexts(const std::wstring& path) {
   const auto info = util::GetFileInfo(path);
-  // A bare name is for the platform to find.
+  // The platform searches for a bare name.
   if (!info || info->isFolder) return ReadVersionTexts(path);
   return KnownVersions::Instance().Of(path, *info);
 }

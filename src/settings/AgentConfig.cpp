@@ -20,7 +20,7 @@ constexpr std::string_view kPauseSection = "hibernate";
 constexpr std::string_view kStatus = "status";
 constexpr std::string_view kWakeUpDate = "wakeupdate";
 
-// A section's name as the map has it, and what of the name comes in front of its keys.
+// Splits "section/prefix": the section's name in the map, and what precedes its keys there.
 std::pair<std::string, std::string> SplitSection(std::string_view text) {
   std::string name = ToLowerAscii(Trim(text));
   std::string prefix;
@@ -31,7 +31,7 @@ std::pair<std::string, std::string> SplitSection(std::string_view text) {
   return {std::move(name), std::move(prefix)};
 }
 
-// Null when there is no such entry; else its value, as const as the map.
+// A pointer to the entry's value, const if the map is; null when there is none.
 template <class Map>
 auto FindEntry(Map& config, std::string_view section, std::string_view key)
     -> decltype(&config.begin()->second.begin()->second) {
@@ -42,7 +42,7 @@ auto FindEntry(Map& config, std::string_view section, std::string_view key)
   return entry == entries->second.end() ? nullptr : &entry->second;
 }
 
-bool LiesAfter(std::string_view date, const boost::gregorian::date& today) {
+bool IsAfter(std::string_view date, const boost::gregorian::date& today) {
   try {
     return boost::gregorian::from_string(std::string(date)) > today;
   } catch (const std::exception&) {
@@ -61,7 +61,7 @@ ConfigStatus StatusFromWord(std::string_view word) noexcept {
 bool SectionOrder::operator()(std::string_view a, std::string_view b) const noexcept {
   const size_t common = std::min(a.size(), b.size());
   if (const int order = a.substr(0, common).compare(b.substr(0, common)); order != 0) return order < 0;
-  // The shorter one goes on with '/'.
+  // A '/' follows the shorter one.
   if (a.size() == b.size()) return false;
   return a.size() < b.size() ? '/' < static_cast<unsigned char>(b[common])
                              : static_cast<unsigned char>(a[common]) < '/';
@@ -72,7 +72,7 @@ std::optional<ConfigMap> ParseConfig(std::string_view text) {
   std::string section;
   std::string prefix;
   ConfigSection* entries = nullptr;
-  size_t repeated = 0;
+  size_t prefixBytes = 0;
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   while (!text.empty()) {
     const size_t end = text.find('\n');
@@ -85,8 +85,8 @@ std::optional<ConfigMap> ParseConfig(std::string_view text) {
       entries = nullptr;
       continue;
     }
-    repeated += prefix.size();
-    if (repeated > kLargestConfig) return {};
+    prefixBytes += prefix.size();
+    if (prefixBytes > kLargestConfig) return {};
     if (entries == nullptr) entries = &config[section];
     const size_t equals = line.find('=');
     const bool isPair = equals != std::string_view::npos;
@@ -137,7 +137,7 @@ ConfigStatus CheckStatus(ConfigMap& config, std::string_view section, std::strin
   const ConfigStatus status = StatusFromWord(GetEntry(config, section, kStatus));
   if (status == ConfigStatus::kDisabled) return status;
   if (status == ConfigStatus::kHibernate) {
-    if (LiesAfter(GetEntry(config, section, kWakeUpDate), today)) return status;
+    if (IsAfter(GetEntry(config, section, kWakeUpDate), today)) return status;
     SetEntry(config, section, kWakeUpDate, "");
     SetEntry(config, section, kStatus, "Active");
   }
@@ -146,7 +146,7 @@ ConfigStatus CheckStatus(ConfigMap& config, std::string_view section, std::strin
       FindEntry(config, kPauseSection, std::string(applicationFamily).append("_").append(applicationName));
   if (pause == nullptr) return ConfigStatus::kActive;
   const size_t bar = pause->find('|');
-  if (bar != std::string::npos && LiesAfter(std::string_view(*pause).substr(bar + 1), today)) {
+  if (bar != std::string::npos && IsAfter(std::string_view(*pause).substr(bar + 1), today)) {
     return ConfigStatus::kHibernate;
   }
   pause->clear();

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::wstring_view kFileName = L"Sendrix2.cfg";
 
-// Several processes check the file at once, and the agent writes it: who finds it changed begins anew.
+// Several hosts check the file at once, and the agent writes it: whoever finds it changed starts over.
 constexpr int kTries = 3;
 
 struct LoadedConfig {
@@ -19,7 +19,7 @@ struct LoadedConfig {
   ConfigMap entries;
 };
 
-// Empty when the file is there and cannot be read; a missing one has no entries.
+// Empty when the file exists but cannot be read; a missing file has no entries.
 std::optional<LoadedConfig> LoadConfig(const std::wstring& path) {
   auto file = util::TakeSnapshot(path, kLargestConfig);
   if (!file) return {};
@@ -28,8 +28,8 @@ std::optional<LoadedConfig> LoadConfig(const std::wstring& path) {
   return LoadedConfig{*std::move(file), *std::move(entries)};
 }
 
-// False when the file has changed since it was loaded, or cannot be replaced at present. One that nobody may
-// write, and a text that nobody could read again, are left alone.
+// False when the file has changed since it was loaded, or cannot be replaced at present. A read-only file,
+// and a text too large to be read again, are not written and count as saved.
 bool SaveConfig(const ConfigMap& entries, const util::FileSnapshot& before, const std::wstring& path) {
   if (before.isReadOnly) return true;
   const std::string text = FormatConfig(entries);
@@ -41,7 +41,7 @@ bool SaveConfig(const ConfigMap& entries, const util::FileSnapshot& before, cons
 
 enum class Sync { kDone, kAgain, kNoCopy };
 
-// The shipped file, with recording made active again, over a copy that is older than what was shipped.
+// Replaces a copy older than the shipped file with that file, made active again.
 Sync Refresh(const std::wstring& shippedPath, const std::wstring& userPath, uint64_t userWritten) {
   auto shipped = LoadConfig(shippedPath);
   if (!shipped || !shipped->file.exists) return Sync::kDone;
@@ -80,7 +80,7 @@ Sync Synchronise(const std::wstring& userPath, const std::wstring& userFolder,
   return Sync::kDone;
 }
 
-// The local calendar date. Should it be none that the date library knows, every pause counts as over.
+// The local date. If the date library does not accept it, every pause counts as over.
 boost::gregorian::date Today() {
   SYSTEMTIME now;
   GetLocalTime(&now);

@@ -9,7 +9,7 @@
 namespace vantra::settings {
 namespace {
 
-// A part of that unit for those who read the log.
+// Logged under SendrixUtilsWin, where support tools expect it.
 constexpr log::Message kProtectedMode{"..\\SendrixUtilsWin", "IE is protected mode!", 74};
 
 enum class Answer { kUnknown, kNo, kYes };

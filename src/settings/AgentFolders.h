@@ -1,24 +1,24 @@
-// Where the transport agent and the library meet. Opens no log: the agent, which shares this, has one of its
-// own.
+// The folders that the library and the transport agent share. Opens no log: the agent, which uses this too,
+// has its own.
 #pragma once
 
 #include <string>
 
 namespace vantra::settings {
 
-// Both empty when the user's application-data folder cannot be found. Nothing is made.
+// Without trailing backslashes. Both are empty when the user's application-data folder cannot be found.
 struct AgentFolders {
   std::wstring data;
   std::wstring logs;
 };
 
-// Asks the platform each time: once for both folders.
+// Queries the platform on each call. Creates no agent folder.
 [[nodiscard]] AgentFolders GetAgentFolders();
-// Those that hosts in protected mode use, whatever this process is.
+// The folders of hosts in protected mode, whatever the mode of this process.
 [[nodiscard]] AgentFolders GetProtectedModeFolders();
 
-// Internet Explorer's protected mode, where the process may write to low-integrity places only and start
-// nothing. Asked once in the life of the process.
+// Whether the process runs in Internet Explorer's protected mode: it may write only to low-integrity places
+// and start no program. Queried once per process.
 [[nodiscard]] bool IsProtectedMode();
 
 }  // namespace vantra::settings

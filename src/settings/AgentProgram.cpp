@@ -13,12 +13,12 @@ constexpr std::wstring_view kAgentFile = L"Sendrix2.exe";
 constexpr int kAgentFound = 0;
 constexpr int kAgentMissing = 13;
 
-// The host's choice; there is none before the first.
+// The host's choice; created by the first SetAgentFolder.
 struct ChosenAgent : util::OneOf<ChosenAgent> {
   std::wstring path;
 };
 
-// The program in this folder. Its path is absolute, so that it is started from where it was found.
+// Path of the program in this folder; absolute, so that what is found is also what is started.
 std::wstring AgentIn(const std::wstring& folder) {
   return util::JoinPath(util::FullPath(folder), kAgentFile);
 }

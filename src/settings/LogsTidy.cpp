@@ -19,7 +19,7 @@ struct LogFile {
   uint64_t size;
 };
 
-// Empty for a file that is not open to us.
+// Empty when the file cannot be opened.
 std::optional<LogFile> Inspect(std::wstring path) {
   const util::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                           FILE_ATTRIBUTE_NORMAL, nullptr));

@@ -21,7 +21,7 @@ bool OptInPolicy::IsDeliveryAllowed(std::string_view usageKey) {
 }
 
 const std::string& OptInPolicy::FetchUserIdentifier() {
-  if (userIdentifier_.empty()) userIdentifier_ = GetUserIdentifier();
+  if (userIdentifier_.empty()) userIdentifier_ = EnsureUserIdentifier();
   return userIdentifier_;
 }
 

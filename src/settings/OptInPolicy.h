@@ -1,4 +1,4 @@
-// What the host declared and what the user chose: the process-wide consent state.
+// The process-wide consent state: what the host declared and what the user chose.
 #pragma once
 
 #include <cstdint>
@@ -10,23 +10,24 @@
 
 namespace vantra::settings {
 
-// The word under which a release state is recorded; "NOVALUE" for a number that is none.
+// The word that documents record for a release state; "NOVALUE" for a number that is not one.
 [[nodiscard]] std::string_view ReleaseStateWord(uint32_t state) noexcept;
 
-// Guarded by the lock of the exported functions, except that the crash filter reads it as it stands.
+// Guarded by the lock of the exported functions, except that the crash filter may read it without.
 class OptInPolicy : public util::OneOf<OptInPolicy> {
  public:
-  // False only when an administrator has set the policy value "enabled" to 0. Read afresh each time.
+  // False only when an administrator has set the policy value "enabled" to 0. Read from the registry on each
+  // call.
   [[nodiscard]] static bool IsAllowedByGroupPolicy();
 
-  // Opted in, or undecided with a pre-release host.
+  // True when opted in, or when undecided and the host is a pre-release.
   [[nodiscard]] bool IsConsentGiven() const noexcept {
     return optIn_ == kOptedIn || (optIn_ == kUndecided && releaseState_ == 0);
   }
 
-  // Whether a document that was recorded under the usage key may leave, by what is stored now: another
-  // process may have changed it. The declared key must consent, and the document's own must not be opted out.
-  // Logs nothing.
+  // Whether a document recorded under the usage key may be delivered. Reads the stored choices, since another
+  // process may have changed them: the declared key must consent, and usageKey must not be opted out. Logs
+  // nothing.
   [[nodiscard]] bool IsDeliveryAllowed(std::string_view usageKey);
 
   // Numbers other than 0 to 3 are ignored.
@@ -35,7 +36,7 @@ class OptInPolicy : public util::OneOf<OptInPolicy> {
   }
   [[nodiscard]] uint32_t ReleaseState() const noexcept { return releaseState_; }
 
-  // The last value read or set for the stored usage key.
+  // The value last read or set for the declared usage key.
   void SetOptIn(int32_t value) noexcept { optIn_ = value; }
   [[nodiscard]] int32_t OptIn() const noexcept { return optIn_; }
 
@@ -45,9 +46,9 @@ class OptInPolicy : public util::OneOf<OptInPolicy> {
   void SetCrashReporting(bool on) noexcept { crashReporting_ = on; }
   [[nodiscard]] bool CrashReporting() const noexcept { return crashReporting_; }
 
-  // Reads the user's identifier, or creates it, unless it is known already.
+  // Reads or creates the user's identifier unless it is known already; empty when neither is possible.
   const std::string& FetchUserIdentifier();
-  // The identifier as far as it is known: what a crash can use.
+  // The identifier, if FetchUserIdentifier has found it; else empty. Safe during a crash.
   [[nodiscard]] const std::string& KnownUserIdentifier() const noexcept { return userIdentifier_; }
 
  private:

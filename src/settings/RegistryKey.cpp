@@ -8,7 +8,7 @@ namespace {
 constexpr size_t kLongestText = 512;
 constexpr size_t kLongestName = 16'384;  // the platform's own limit, with the terminator
 
-// Room for a value, and one zero more, so that a stored text without terminator ends all the same.
+// Room for a value and one more zero, which ends a text that was stored without a terminator.
 struct ValueBuffer {
   DWORD type = REG_NONE;
   DWORD size = kLongestText * sizeof(wchar_t);

@@ -1,4 +1,4 @@
-// The few registry operations that the library uses. No failure is reported: the result tells.
+// The registry operations that the library needs. Failures are not logged: the result says so.
 #pragma once
 
 #include <optional>
@@ -10,14 +10,14 @@
 
 namespace vantra::settings {
 
-// Holds one key and closes it; predefined roots are held alike and left open.
+// Owns an open key and closes it. Predefined roots are held too, but not closed.
 class RegistryKey {
  public:
   [[nodiscard]] static RegistryKey CurrentUser() noexcept { return RegistryKey(HKEY_CURRENT_USER); }
   [[nodiscard]] static RegistryKey LocalMachine() noexcept { return RegistryKey(HKEY_LOCAL_MACHINE); }
 
-  // From then on this process makes, sets and deletes nothing through this class: a subkey that is missing
-  // cannot be opened, and a change fails. For programs that only look.
+  // Makes this class read-only for the rest of the process: keys are opened but not created, and changes
+  // fail. For programs that only inspect.
   static void ForbidChanges() noexcept;
 
   RegistryKey(RegistryKey&& other) noexcept : key_(std::exchange(other.key_, nullptr)) {}
@@ -27,13 +27,13 @@ class RegistryKey {
   }
   ~RegistryKey();
 
-  // Walk down to a subkey: on success the holder changes to it, on failure it stays where it is. An empty
+  // Move to a subkey: on success this object holds the subkey, on failure it keeps the current key. An empty
   // name fails.
   [[nodiscard]] bool CreateOrOpen(const std::wstring& subkey) noexcept;
   [[nodiscard]] bool Open(const std::wstring& subkey, REGSAM access) noexcept;
 
-  // The value as text, a REG_DWORD as unsigned decimal. A text of more than 511 characters cannot be read. An
-  // empty name is the key's default value.
+  // The value as text; a REG_DWORD as an unsigned decimal. Empty when it cannot be read or has more than 511
+  // characters. An empty name is the key's default value.
   [[nodiscard]] std::optional<std::wstring> Query(const std::wstring& name) const;
 
   // An empty name fails.
@@ -41,9 +41,9 @@ class RegistryKey {
   [[nodiscard]] bool SetNumber(const std::wstring& name, DWORD number) const noexcept;
 
   bool DeleteValue(const std::wstring& name) const noexcept;
-  // With all that is below it.
+  // Deletes the subkey with everything below it.
   bool DeleteSubkey(const std::wstring& name) const noexcept;
-  // False also when the subkey holds a value or a subkey; it stays then.
+  // Deletes the subkey unless it holds a value or a subkey; then false.
   bool DeleteEmptySubkey(const std::wstring& name) const noexcept;
 
   // Name and text of every value that Query can read, in the platform's order.

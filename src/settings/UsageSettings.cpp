@@ -17,7 +17,7 @@ constexpr wchar_t kDemographic[] = L"Demographic";
 constexpr wchar_t kGuid[] = L"GUID";
 constexpr wchar_t kOptIn[] = L"OptIn";
 
-// The Usage key, or a key below it; made when it is missing.
+// The Usage key, or a key below it; created when missing. Empty when that fails.
 std::optional<RegistryKey> MakeUsageKey() {
   RegistryKey key = RegistryKey::CurrentUser();
   if (!key.CreateOrOpen(kUsageKey)) return {};
@@ -55,7 +55,7 @@ std::optional<std::wstring> QueryProductValue(std::string_view usageKey, std::st
 
 }  // namespace
 
-std::string GetUserIdentifier() {
+std::string EnsureUserIdentifier() {
   const auto key = OpenUsageKey(KEY_ALL_ACCESS);
   if (!key) return {};
   if (const auto stored = key->Query(kGuid); stored && !stored->empty()) return ToUtf8(*stored);

@@ -1,6 +1,6 @@
-// The per-user settings under Software\Tolvex\CommonFiles\Usage. No operation keeps state or throws for a
-// registry problem: reads fall back to their defaults, writes return false. Texts are UTF-8. Reading, too,
-// creates the key that is read, unless told otherwise.
+// The per-user settings under Software\Tolvex\CommonFiles\Usage. Texts are UTF-8. No state is kept, and
+// registry failures do not throw: reads return their defaults, writes return false. Reads, too, create the
+// key they read, unless noted otherwise.
 #pragma once
 
 #include <cstdint>
@@ -12,57 +12,59 @@
 
 namespace vantra::settings {
 
-// Below the current user's root: what all of this is stored under.
+// The key that holds all settings, below HKEY_CURRENT_USER.
 constexpr wchar_t kUsageKey[] = L"Software\\Tolvex\\CommonFiles\\Usage";
 
 constexpr int32_t kOptedIn = 1;
 constexpr int32_t kOptedOut = 0;
 constexpr int32_t kUndecided = -1;
 
-// The user's GUID, created and stored when there is none; empty while there is no Usage key, which is not
-// created.
-[[nodiscard]] std::string GetUserIdentifier();
+// The user's GUID, created and stored if there is none. Empty when the Usage key does not exist; the key is
+// not created. A GUID that cannot be stored is returned all the same.
+[[nodiscard]] std::string EnsureUserIdentifier();
 
-// Whether one is stored, and can be used.
+// Whether a GUID is stored and the Usage key can be written. Creates no key.
 [[nodiscard]] bool HasUserIdentifier();
 
-// Both are on unless the stored text is exactly "0".
+// Both are on unless the stored value is exactly "0".
 [[nodiscard]] bool IsObfuscationOn();
 [[nodiscard]] bool IsSendOn();
 
-// The same as IsSendOn; creates no key.
+// Like IsSendOn, but creates no key.
 [[nodiscard]] bool IsSendAllowed();
 
 [[nodiscard]] std::string GetUserType();
 
-// The folder that the Agent value names; empty when there is none. Creates no key.
+// The folder stored in the value Agent; empty when there is none. Creates no key.
 [[nodiscard]] std::wstring GetStoredAgentFolder();
 
-// Deletes a subkey named Agent that is empty. One that is not is somebody's usage key.
+// Deletes the subkey named Agent if it is empty. Otherwise it is the settings key of a product with that
+// usage key.
 void DeleteAgentSubkey();
 
-// kOptedIn, kOptedOut or kUndecided; the last for any failure.
+// kOptedIn, kOptedOut or kUndecided; kUndecided on any failure.
 [[nodiscard]] int32_t GetOptIn(std::string_view usageKey);
 
-// kUndecided deletes the value and the key's demographics with all their subkeys, and reports false when
-// either was not there. Any other number than the three is refused.
+// Stores the choice. kUndecided deletes it and the key's demographics with all their subkeys; false when
+// either was not there. Any number but these three is refused.
 [[nodiscard]] bool SetOptIn(std::string_view usageKey, int32_t value);
 
-// Whether no choice is stored. False also when the registry does not let us see that.
+// Whether no choice is stored. False also when the registry cannot be read.
 [[nodiscard]] bool IsOptInReset(std::string_view usageKey);
 
-// Texts stored under a usage key. Key and name must not be empty.
+// Texts stored under a usage key. Key and name must not be empty. The library itself only reads them; the
+// other two complete the interface.
 [[nodiscard]] std::string GetProductValue(std::string_view usageKey, std::string_view name);
 [[nodiscard]] bool SetProductValue(std::string_view usageKey, std::string_view name, std::string_view value);
 [[nodiscard]] bool HasProductValue(std::string_view usageKey, std::string_view name);
 
-// Demographic values; an empty subkey is the common store.
+// Demographic values. An empty subkey stands for the common store.
 [[nodiscard]] bool SetDemographic(std::string_view subkey, std::string_view name, std::string_view value);
 [[nodiscard]] std::optional<std::string> GetDemographic(std::string_view subkey, std::string_view name);
-// In the platform's order.
+// Names and texts, in the platform's order; empty for an empty usage key.
 [[nodiscard]] std::vector<std::pair<std::string, std::string>> ListDemographics(std::string_view usageKey);
 
-// Stores the present time as the Date under the subkey, once: a date that can be read stays.
+// Stores the current time as the value Date under the subkey, unless a date is stored already.
 void StampFirstUse(std::string_view subkey);
 
 }  // namespace vantra::settings

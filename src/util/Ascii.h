@@ -1,4 +1,4 @@
-// Character classes and case for ASCII alone, whatever the host's locale.
+// Character classes and case of ASCII, independent of the host's locale.
 #pragma once
 
 #include <string>

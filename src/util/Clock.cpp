@@ -4,12 +4,18 @@
 
 namespace vantra::util {
 
-constinit decltype(&GetSystemTimeAsFileTime) getSystemTime = GetSystemTimeAsFileTime;
+namespace {
+
+// The address of a function that is imported is no constant.
+void WINAPI AskPlainClock(FILETIME* now) { GetSystemTimeAsFileTime(now); }
+
+}  // namespace
+
+constinit decltype(&GetSystemTimeAsFileTime) getSystemTime = AskPlainClock;
 
 namespace {
 
-// Windows 7 and Server 2008 R2 have the plain clock only, and would not load a library that imports the
-// other.
+// Windows 7 and Server 2008 R2 lack the precise clock, and would refuse to load a library that imports it.
 struct PreciseClock {
   PreciseClock() noexcept {
     const auto found = reinterpret_cast<decltype(getSystemTime)>(reinterpret_cast<void*>(
@@ -21,6 +27,6 @@ struct PreciseClock {
 
 }  // namespace
 
-std::string UtcNow() { return std::string(TimeStamp(UtcSeconds()).Text().text); }
+std::string UtcNow() { return std::string(TimeStamp(UtcSeconds()).Text().View()); }
 
 }  // namespace vantra::util

@@ -8,7 +8,7 @@
 
 namespace vantra::util {
 
-// The most precise clock that this Windows has, set as the library is loaded; the plain one until then.
+// The most precise clock of this Windows, found as the library is loaded; the plain one until then.
 extern decltype(&GetSystemTimeAsFileTime) getSystemTime;
 
 // Whole seconds since 1970-01-01 UTC.
@@ -21,7 +21,7 @@ extern decltype(&GetSystemTimeAsFileTime) getSystemTime;
   return static_cast<int64_t>(ticks / kTicksPerSecond) - kFrom1601To1970;
 }
 
-// The present moment as a time stamp.
+// The current time as a time stamp.
 [[nodiscard]] std::string UtcNow();
 
 }  // namespace vantra::util

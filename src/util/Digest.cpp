@@ -1,13 +1,13 @@
 #include "util/Digest.h"
 
 #include "util/Windows.h"
-// After windows.h, which defines what it needs.
+// wincrypt.h needs windows.h before it.
 #include <wincrypt.h>
 
 namespace vantra::util {
 namespace {
 
-// What is worth remembering of a text; a longer one is hashed each time.
+// Longer texts are not remembered, and are hashed each time.
 constexpr size_t kLongestRemembered = 4096;
 
 class Md5 {
@@ -36,19 +36,10 @@ class Md5 {
   HCRYPTHASH hash_ = 0;
 };
 
-__m128i LowNibbles(__m128i bytes) noexcept { return _mm_and_si128(bytes, _mm_set1_epi8(15)); }
-
-__m128i HexDigits(__m128i nibbles) noexcept {
-  const __m128i isLetter = _mm_cmpgt_epi8(nibbles, _mm_set1_epi8(9));
-  const __m128i first =
-      _mm_add_epi8(_mm_set1_epi8('0'), _mm_and_si128(isLetter, _mm_set1_epi8('a' - '9' - 1)));
-  return _mm_add_epi8(first, nibbles);
-}
-
 }  // namespace
 
 SaltedDigest::~SaltedDigest() {
-  // At the end of the process the provider's own module may be gone already.
+  // At process end the provider's module may be unloaded already.
   if (provider_ != 0 && !GlobalItems::IsProcessEnding()) CryptReleaseContext(provider_, 0);
 }
 
@@ -63,8 +54,7 @@ bool SaltedDigest::Make(std::string_view bytes) {
 }
 
 bool SaltedDigest::Compute(std::initializer_list<std::string_view> pieces) {
-  // Only hashing is asked of the provider, so it needs no key container: the default one costs a handle each
-  // time it is opened.
+  // Hashing needs no key container, and opening the default one leaks a handle each time.
   HCRYPTPROV provider = provider_;
   if (provider == 0 &&
       !CryptAcquireContextW(&provider, nullptr, nullptr, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT)) {
@@ -78,12 +68,7 @@ bool SaltedDigest::Compute(std::initializer_list<std::string_view> pieces) {
     if (!hash.Add(piece)) return false;
   }
   if (!hash.Finish(value)) return false;
-
-  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(value));
-  const __m128i high = LowNibbles(_mm_srli_epi16(bytes, 4));
-  const __m128i low = LowNibbles(bytes);
-  StoreBlock(text_, HexDigits(_mm_unpacklo_epi8(high, low)));
-  StoreBlock(text_ + kBlock, HexDigits(_mm_unpackhi_epi8(high, low)));
+  WriteHex(value, text_);
   return true;
 }
 

@@ -1,4 +1,4 @@
-// The salted digest that makes host texts anonymous.
+// The salted digest that stands in documents instead of a host's text.
 #pragma once
 
 #include <cstdint>
@@ -7,22 +7,23 @@
 #include <string>
 #include <string_view>
 
-#include "util/Blocks.h"
+#include "util/ByteScans.h"
 #include "util/GlobalItems.h"
 #include "util/TextBuffer.h"
 
 namespace vantra::util {
 
-// MD5 of bytes and a salt as 32 lower-case hexadecimal characters. Keeps the provider open between calls and
-// remembers the last text, since hosts log about one document many times in a row. Not thread-safe.
+// MD5 of a text followed by a salt, as 32 lower-case hexadecimal digits. Keeps the provider open between
+// calls, and remembers the last text: hosts often log about one document many times in a row. Not
+// thread-safe.
 class SaltedDigest : public OneOf<SaltedDigest> {
  public:
-  // The salt is not empty: a digest that anyone could recompute would be no anonymity.
+  // The salt must not be empty: anyone could recompute a digest without one.
   explicit SaltedDigest(std::string_view salt) : salt_(salt) {}
   ~SaltedDigest() override;
 
-  // Empty when the platform cannot make one. The view is good until the next call.
-  [[nodiscard]] std::string_view Of(std::string_view bytes) {
+  // Empty when the platform cannot compute a digest. The view is valid until the next call.
+  [[nodiscard]] BlockText Of(std::string_view bytes) {
     const bool isKnown = bytes.size() == known_ && SameBytes(bytes.data(), salted_.Text().data(), known_);
     return {text_, isKnown || Make(bytes) ? sizeof text_ : 0};
   }
@@ -36,8 +37,8 @@ class SaltedDigest : public OneOf<SaltedDigest> {
 
   const std::string salt_;
   uintptr_t provider_ = 0;
-  TextBuffer salted_;        // the last bytes and the salt
-  size_t known_ = kNothing;  // size of those bytes
+  TextBuffer salted_;        // the remembered text and the salt
+  size_t known_ = kNothing;  // size of the remembered text
   char text_[2 * kMd5Bytes];
 };
 

@@ -39,8 +39,8 @@ bool IsRunning(DWORD process) noexcept {
   return WaitForSingleObject(opened.Get(), 0) != WAIT_OBJECT_0;
 }
 
-// Processes that were killed leave their temporary files behind. What they had to write is then still to be
-// written, so whoever writes next finds them.
+// Deletes the temporary files of processes that were killed. What such a process had to write is still to be
+// written, so the next writer comes across its file.
 void RemoveLeftovers(const std::wstring& path) {
   ForEachFile(TemporaryPath(path, 0).replace(path.size() + 1, 1, L"*").c_str(), [&](const auto& found) {
     const size_t name = path.size() - ParentFolder(path).size();
@@ -51,7 +51,7 @@ void RemoveLeftovers(const std::wstring& path) {
   });
 }
 
-// By the handle, so that one call follows the last look at the other file.
+// Renames by handle: a single call, so as little time as possible passes after the last check of the target.
 bool Rename(HANDLE file, const std::wstring& path, bool mayReplace) {
   const size_t bytes = path.size() * sizeof(wchar_t);
   std::vector<std::byte> buffer(sizeof(FILE_RENAME_INFO) + bytes);
@@ -62,23 +62,23 @@ bool Rename(HANDLE file, const std::wstring& path, bool mayReplace) {
   return SetFileInformationByHandle(file, FileRenameInfo, info, static_cast<DWORD>(buffer.size()));
 }
 
-// By way of a temporary file, when the last look at what is there allows it.
+// Writes a temporary file and renames it, if mayReplace, called in between, allows that.
 template <class MayReplace>
-bool Replace(const std::wstring& path, std::string_view text, bool isThere, MayReplace&& mayReplace) {
+bool Replace(const std::wstring& path, std::string_view text, bool exists, MayReplace&& mayReplace) {
   const std::wstring temporary = TemporaryPath(path, GetCurrentProcessId());
   UniqueFile file(CreateFileW(temporary.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                               nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return false;
-  if (WriteAll(file.Get(), text) && mayReplace() && Rename(file.Get(), path, isThere)) return true;
+  if (WriteAll(file.Get(), text) && mayReplace() && Rename(file.Get(), path, exists)) return true;
   file.Reset();
   DeleteFileW(temporary.c_str());
   return false;
 }
 
-// A path without an allocation, since a crashing process deletes files too.
+// A path on the stack: a crashing process must not allocate.
 class PathBuffer {
  public:
-  // False when the path is longer than the platform takes without a prefix.
+  // False when the path does not fit.
   [[nodiscard]] bool Set(std::wstring_view folder, std::wstring_view name) noexcept {
     if (folder.size() + name.size() + 2 > std::size(text_)) return false;
     wchar_t* at = text_ + folder.copy(text_, folder.size());
@@ -184,8 +184,8 @@ bool ReplaceContent(const std::wstring& path, std::string_view text) {
 bool ReplaceContent(const std::wstring& path, const FileSnapshot& before, std::string_view text) {
   if (before.isReadOnly) return false;
   RemoveLeftovers(path);
-  // The time is looked at once more, since that takes a single call: what comes between the last look and the
-  // replacement is lost.
+  // The time is compared last, since that takes a single call. A change between this comparison and the
+  // rename is lost.
   return Replace(path, text, before.exists, [&] {
     if (TakeSnapshot(path, before.text.size()) != before) return false;
     const auto info = GetFileInfo(path);
@@ -202,39 +202,23 @@ void TouchFile(const std::wstring& path) noexcept {
   if (file) SetFileTime(file.Get(), nullptr, nullptr, &now);
 }
 
-void DeleteMatching(const std::wstring& folder, std::wstring_view pattern, bool recurse) {
-  if (!IsFolder(folder)) return;
+void DeleteMatching(const std::wstring& folder, std::wstring_view pattern) {
   PathBuffer path;
-  if (path.Set(folder, pattern)) {
-    ForEachFile(path.Text(), [&](const WIN32_FIND_DATAW& found) {
-      if (!path.Set(folder, found.cFileName)) return true;
-      const DWORD attributes = found.dwFileAttributes;
-      if (attributes & FILE_ATTRIBUTE_READONLY) {
-        SetFileAttributesW(path.Text(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
-      }
-      DeleteFileW(path.Text());
-      return true;
-    });
-  }
-  if (!recurse) return;
-
-  const std::wstring root = WithTrailingBackslash(folder);
-  std::vector<std::wstring> subfolders;
-  WIN32_FIND_DATAW found;
-  const UniqueFind find(FindFirstFileW((root + L"*.*").c_str(), &found));
-  if (!find) return;
-  do {
-    const std::wstring_view name = found.cFileName;
-    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && name != L"." && name != L"..") {
-      subfolders.push_back(root + std::wstring(name));
+  if (!IsFolder(folder) || !path.Set(folder, pattern)) return;
+  ForEachFile(path.Text(), [&](const WIN32_FIND_DATAW& found) {
+    if (!path.Set(folder, found.cFileName)) return true;
+    const DWORD attributes = found.dwFileAttributes;
+    if (attributes & FILE_ATTRIBUTE_READONLY) {
+      SetFileAttributesW(path.Text(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
     }
-  } while (FindNextFileW(find.Get(), &found));
-  for (const std::wstring& subfolder : subfolders) DeleteMatching(subfolder, pattern, true);
+    DeleteFileW(path.Text());
+    return true;
+  });
 }
 
 bool RemoveFolderTree(const std::wstring& folder) {
   std::wstring list = folder;
-  list += L'\0';  // the shell takes a list, ended by an empty name
+  list += L'\0';  // the shell takes a list that an empty name ends
   SHFILEOPSTRUCTW operation{};
   operation.wFunc = FO_DELETE;
   operation.pFrom = list.c_str();

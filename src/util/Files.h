@@ -1,4 +1,4 @@
-// Files and folders on disk. Every failure is an empty result or false; nothing is reported from here.
+// Files and folders on disk. Failures are empty results or false; nothing is logged here.
 #pragma once
 
 #include <cstdint>
@@ -18,22 +18,22 @@ struct FileInfo {
   uint64_t written;
 };
 
-// Empty when nothing is there.
+// Empty when the path names neither a file nor a folder.
 [[nodiscard]] std::optional<FileInfo> GetFileInfo(const std::wstring& path);
 
-// The absolute path; a relative one is below the present working folder. Empty when there is none.
+// The absolute path; a relative one is resolved against the current folder. Empty on failure.
 [[nodiscard]] std::wstring FullPath(const std::wstring& path);
 
 [[nodiscard]] bool IsFile(const std::wstring& path);
 [[nodiscard]] bool IsFolder(const std::wstring& path);
 
-// Makes the folder and its missing parents. A plain file in its place is deleted first.
+// Creates the folder and its missing parents. Deletes a plain file that stands in its place.
 [[nodiscard]] bool EnsureFolder(const std::wstring& path);
 
-// Opens for reading and writing, creates what is missing, keeps what is there; others may only read.
+// Opens a file for reading and writing; creates it if missing and keeps its content. Others may only read it.
 [[nodiscard]] UniqueFile OpenReadWrite(const std::wstring& path) noexcept;
 
-// One write of the whole text at the current position; a short write is a failed one.
+// Writes the whole text at the current position in one write. A short write counts as a failure.
 [[nodiscard]] inline bool WriteAll(HANDLE file, std::string_view text) noexcept {
   if (text.size() > MAXDWORD) return false;
   const auto size = static_cast<DWORD>(text.size());
@@ -41,10 +41,10 @@ struct FileInfo {
   return WriteFile(file, text.data(), size, &written, nullptr) && written == size;
 }
 
-// The whole content, whoever else has the file open.
+// The whole content of a file, even while others have it open for writing.
 [[nodiscard]] std::optional<std::string> ReadWholeFile(const std::wstring& path);
 
-// A file as it was at one moment. A missing one has no text and no time.
+// A file's state at one moment. A missing file has no text and no time.
 struct FileSnapshot {
   bool exists = false;
   bool isReadOnly = false;
@@ -54,23 +54,23 @@ struct FileSnapshot {
   bool operator==(const FileSnapshot&) const = default;
 };
 
-// Empty when what is there cannot be read: a folder, a file of more than so many bytes, or one that others
-// keep for themselves. The last is waited for, some tens of milliseconds at most.
+// Reads the file's state. Empty when the path is a folder, the file has more bytes than limit, or others deny
+// reading it for longer than some tens of milliseconds.
 [[nodiscard]] std::optional<FileSnapshot> TakeSnapshot(const std::wstring& path, uint64_t limit);
 
-// Puts the text in the file's place in one step, so that no reader ever sees half of it. On failure what is
-// there stays.
+// Replaces the file's content atomically, so that no reader ever sees half of it. On failure the old content
+// stays.
 [[nodiscard]] bool ReplaceContent(const std::wstring& path, std::string_view text);
 
-// The same, but false too when the file is no more as it was before, or is not ours to replace.
+// The same, but also false when the file has changed since before was taken, or is read-only.
 [[nodiscard]] bool ReplaceContent(const std::wstring& path, const FileSnapshot& before,
                                   std::string_view text);
 
-// Sets the time of the last write to now.
+// Sets the time of the last write to the current time.
 void TouchFile(const std::wstring& path) noexcept;
 
-// Calls visit(WIN32_FIND_DATAW) for each plain file of the folder that matches the pattern, in the order of
-// the file system, until it returns false.
+// Calls visit(const WIN32_FIND_DATAW&) for each plain file that matches the pattern, in the file system's
+// order, until visit returns false.
 template <class Visit>
 void ForEachFile(const wchar_t* pattern, Visit&& visit) {
   WIN32_FIND_DATAW found;
@@ -81,15 +81,15 @@ void ForEachFile(const wchar_t* pattern, Visit&& visit) {
   } while (FindNextFileW(find.Get(), &found));
 }
 
-// Deletes the matching files of the folder, read-only ones too, and with recurse those of its subfolders.
-// Allocates nothing without recurse.
-void DeleteMatching(const std::wstring& folder, std::wstring_view pattern, bool recurse);
+// Deletes the folder's matching files, read-only ones too, but not its subfolders. Allocates nothing, so a
+// crashing process may call it.
+void DeleteMatching(const std::wstring& folder, std::wstring_view pattern);
 
-// Removes a folder and all in it through the shell, without asking.
+// Removes a folder and everything in it, through the shell, without asking the user.
 [[nodiscard]] bool RemoveFolderTree(const std::wstring& folder);
 
-// Bytes that the caller may still write on the path's volume. A path that is not there yet is judged by its
-// nearest existing parent.
+// The bytes available to this user on the path's volume. For a path that does not exist, its nearest existing
+// parent is asked.
 [[nodiscard]] std::optional<uint64_t> FreeDiskSpace(std::wstring path);
 
 }  // namespace vantra::util

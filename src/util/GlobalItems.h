@@ -1,4 +1,4 @@
-// The list that owns every process-wide object from its creation until the library is unloaded.
+// The list that owns every process-wide object until the library is unloaded.
 #pragma once
 
 #include <memory>
@@ -7,7 +7,8 @@
 
 namespace vantra::util {
 
-// Base of every process-wide object. Destructors run under the loader lock: they neither log nor wait.
+// Base of every process-wide object. Destructors run under the loader lock, so they must neither log nor
+// wait.
 class GlobalItem {
  public:
   GlobalItem() = default;
@@ -21,21 +22,21 @@ class GlobalItems {
   // Called first at unload, with the module entry point's reason and reserved arguments.
   using CleanUp = void (*)(unsigned long reason, void* reserved);
 
-  // The one list, created on first use.
+  // The process's list, created on first use.
   static GlobalItems& Instance();
 
-  // Runs the clean-up routine, deletes everything in the order of registration, then the list itself.
-  // Does nothing when there is no list. After an exception from the routine the list stays as it was.
+  // Runs the clean-up routine, then deletes all objects in the order of their registration, then the list.
+  // Does nothing when there is no list. If the routine throws, the list stays as it was.
   static void Release(unsigned long reason, void* reserved);
 
-  // True once Release has run: what the process-wide objects were is no more, and nothing makes them anew.
+  // True once Release has run: the process-wide objects are gone and must not be created again.
   static bool AreReleased() noexcept { return released_; }
 
-  // True while Release runs because the process ends (other threads are gone, other modules may be too),
-  // false while it runs because the library alone is unloaded.
+  // True when Release runs because the process ends, in which case other threads are gone and other modules
+  // may be; false when only the library is unloaded.
   static bool IsProcessEnding() noexcept;
 
-  // The list takes ownership; the returned reference lives until unload.
+  // Takes ownership. The reference is valid until unload.
   template <class Item>
   Item& Add(std::unique_ptr<Item> item) {
     Item& kept = *item;
@@ -55,11 +56,12 @@ class GlobalItems {
   CleanUp cleanUp_ = nullptr;
 };
 
-// Base of a class whose one object is made on first use. A class with a private constructor is its friend.
+// Base of a class with a single, process-wide object, created on first use. A class with a private
+// constructor declares OneOf its friend.
 template <class Item>
 class OneOf : public GlobalItem {
  public:
-  // Made when it is not there yet.
+  // The object, created if necessary.
   static Item& Instance() {
     if (instance_ == nullptr) Create();
     return *instance_;
@@ -68,7 +70,7 @@ class OneOf : public GlobalItem {
   // NULL before the first use and after unload.
   [[nodiscard]] static Item* Existing() noexcept { return instance_; }
 
-  // For an object that needs arguments. There must be none yet.
+  // Creates an object that needs arguments. None may exist yet.
   template <class... Arguments>
   [[gnu::noinline]] static Item& Create(Arguments&&... arguments) {
     std::unique_ptr<Item> item(new Item(std::forward<Arguments>(arguments)...));

@@ -8,7 +8,7 @@ namespace vantra::util {
 std::wstring HostExecutablePath() {
   wchar_t path[MAX_PATH];
   const DWORD length = GetModuleFileNameW(nullptr, path, MAX_PATH);
-  // A full buffer means a cut path, and a cut path names some other file.
+  // A full buffer holds a cut path, which names another file.
   if (length >= MAX_PATH) return {};
   return std::wstring(path, length);
 }

@@ -5,7 +5,7 @@
 
 namespace vantra::util {
 
-// Full path of the host's executable; empty when it cannot be read or has 260 characters or more.
+// Full path of the host's executable; empty on failure, and when it has 260 characters or more.
 [[nodiscard]] std::wstring HostExecutablePath();
 
 // Folder of the host's executable, without a trailing backslash; empty when the path is.

@@ -14,7 +14,7 @@ struct Mutex::Initialiser {
   }
 };
 
-// Before the loggers, and so before them in the order of deletion.
+// Runs before the loggers' initialisers, so the lock is also deleted before them.
 [[gnu::init_priority(200)]] const Mutex::Initialiser Mutex::initialiser_;
 
 Mutex::~Mutex() {
@@ -24,7 +24,7 @@ Mutex::~Mutex() {
 
 }  // namespace vantra::util
 
-// The platform calls this for a frame of VantraCallLocked that it unwinds.
+// The system calls this when it unwinds a frame of VantraCallLocked.
 extern "C" [[gnu::used]] EXCEPTION_DISPOSITION VantraLeaveLock(EXCEPTION_RECORD* /*exception*/,
                                                                void* /*frame*/, CONTEXT* /*context*/,
                                                                void* /*dispatcher*/) {
@@ -32,8 +32,8 @@ extern "C" [[gnu::used]] EXCEPTION_DISPOSITION VantraLeaveLock(EXCEPTION_RECORD*
   return ExceptionContinueSearch;
 }
 
-// The compiler's own clean-up runs for C++ exceptions alone, so the handler is registered by hand. The nop
-// keeps the return address out of the epilogue, for which the platform calls no handler.
+// The compiler's own clean-up runs for C++ exceptions only, so the handler is registered by hand. The nop
+// keeps the return address out of the epilogue, for which the system calls no handler.
 asm(R"(
   .text
   .globl VantraCallLocked

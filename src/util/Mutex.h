@@ -1,4 +1,4 @@
-// The one lock of the process: every exported call holds it from its first action to its last.
+// The process-wide lock: every exported call holds it from its first action to its last.
 #pragma once
 
 #include <atomic>
@@ -14,16 +14,15 @@ class Mutex : public GlobalItem {
  public:
   ~Mutex() override;
 
-  // NULL before the static initialisers and after unload has begun.
+  // NULL before the static initialisers have run and once unload has begun.
   [[nodiscard]] static Mutex* Instance() noexcept { return instance_; }
 
   void Lock() noexcept {
-    while (isShut_.load(std::memory_order_relaxed)) [[unlikely]] Sleep(1);
+    while (isClosed_.load(std::memory_order_relaxed)) [[unlikely]] Sleep(1);
     EnterCriticalSection(&section_);
   }
-  // While it is shut, nobody begins to wait for the lock: who tries gets it as soon as those before are
-  // through.
-  void Shut(bool isShut) noexcept { isShut_.store(isShut, std::memory_order_relaxed); }
+  // While closed, the lock admits no new waiters, so TryLock succeeds as soon as the present ones are done.
+  void SetClosed(bool isClosed) noexcept { isClosed_.store(isClosed, std::memory_order_relaxed); }
   [[nodiscard]] bool TryLock() noexcept { return TryEnterCriticalSection(&section_) != FALSE; }
   void Unlock() noexcept { LeaveCriticalSection(&section_); }
 
@@ -35,14 +34,15 @@ class Mutex : public GlobalItem {
   Mutex() noexcept { InitializeCriticalSection(&section_); }
 
   CRITICAL_SECTION section_;
-  std::atomic<bool> isShut_ = false;
+  std::atomic<bool> isClosed_ = false;
 };
 
-// Calls work(context). Whatever unwinds the call, a C++ exception, a structured one that the host handles or
-// a longjmp, leaves the lock on its way; a call that returns does not.
+// Calls work(context) while the caller holds the lock. If the call is unwound, by a C++ exception, a
+// structured exception that the host handles or a longjmp, the lock is released on the way; if it returns,
+// the lock is still held.
 extern "C" int32_t VantraCallLocked(int32_t (*work)(void* context), void* context);
 
-// The result of the work, done while the lock is held. Without a lock the work is done all the same.
+// Does the work under the lock and returns its result. If there is no lock, does it without.
 template <class Work>
 int32_t WithLock(Work& work) {
   Mutex* const mutex = Mutex::Instance();

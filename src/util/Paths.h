@@ -1,4 +1,4 @@
-// Path texts. Nothing here asks the file system.
+// Operations on the text of paths. None queries the file system.
 #pragma once
 
 #include <string>
@@ -9,10 +9,10 @@ namespace vantra::util {
 // An empty path becomes a lone backslash.
 [[nodiscard]] std::wstring WithTrailingBackslash(std::wstring_view path);
 
-// The text before the last backslash; a path without one is kept whole.
+// The text before the last backslash; the whole path when there is none.
 [[nodiscard]] std::wstring ParentFolder(std::wstring_view path);
 
-// Folder and name with exactly one backslash added where the folder ends in none; an empty folder gives an
+// Folder and name, with a backslash between them if the folder does not end in one. An empty folder gives an
 // empty path, never a bare name.
 [[nodiscard]] std::wstring JoinPath(std::wstring_view folder, std::wstring_view name);
 

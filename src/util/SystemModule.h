@@ -1,5 +1,5 @@
-// Libraries of the platform that are not imported: the loader might find an import beside the host, or not at
-// all.
+// Libraries of the platform that are looked up rather than imported: the loader might find an import beside
+// the host, or not at all.
 #pragma once
 
 #include <iterator>
@@ -9,8 +9,8 @@
 
 namespace vantra::util {
 
-// Loaded from the system folder alone, as long as this lives: a file of that name anywhere else is nobody's
-// business. By its path, since an unpatched Windows 7 knows no flag for that folder.
+// A module of the system folder, loaded while this object lives. A file of the same name elsewhere is never
+// loaded. The module is named by its full path, since an unpatched Windows 7 has no flag for that folder.
 class SystemModule {
  public:
   explicit SystemModule(std::wstring_view name) noexcept {
@@ -22,7 +22,7 @@ class SystemModule {
     module_.Reset(LoadLibraryExW(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
   }
 
-  // Null when the function or the whole module is not there.
+  // Null when the function or the module is missing.
   template <class Function>
   [[nodiscard]] Function Find(const char* name) const noexcept {
     if (!module_) return nullptr;

@@ -6,10 +6,10 @@
 
 namespace vantra::util {
 
-// Up to the first NUL; empty on failure.
+// The text up to its first NUL; empty on failure.
 [[nodiscard]] std::string ToUtf8(const std::wstring& text);
 
-// The whole length, embedded NULs included; invalid bytes become U+FFFD; empty on failure.
+// The whole text, embedded NULs included. Invalid bytes become U+FFFD. Empty on failure.
 [[nodiscard]] std::wstring FromUtf8(std::string_view text);
 
 }  // namespace vantra::util

@@ -1,4 +1,4 @@
-// Append-only text that is built piece by piece and reused without allocating.
+// A text that is built by appending pieces, in memory that is reused.
 #pragma once
 
 #include <charconv>
@@ -7,12 +7,10 @@
 #include <span>
 #include <string_view>
 
-#include "util/Blocks.h"
-
 namespace vantra::util {
 
-// Starts in storage of the caller's, when given some, and moves to the heap only when the text outgrows it.
-// Growing throws std::bad_alloc; nothing else here throws.
+// Uses the caller's storage, if given, and moves to the heap only when the text outgrows it. Growing may
+// throw std::bad_alloc; nothing else throws. Not thread-safe.
 class TextBuffer {
  public:
   TextBuffer() noexcept = default;
@@ -25,12 +23,13 @@ class TextBuffer {
   [[nodiscard]] std::span<char> Bytes() noexcept { return {data_, size_}; }
   void Clear() noexcept { size_ = 0; }
 
-  // Gives the memory back when the last text was far larger than usual.
+  // Frees the memory, and the text with it, if more than limit bytes are allocated.
   void ShrinkBeyond(size_t limit) noexcept {
     if (capacity_ > limit) Release();
   }
 
-  // The write position, with room for extra bytes after it. Commit tells how far they were used.
+  // Returns the write position, with room for extra bytes after it. Commit then sets the end of what was
+  // written.
   [[nodiscard]] char* Reserve(size_t extra) {
     if (capacity_ - size_ < extra) Grow(extra);
     return data_ + size_;
@@ -47,10 +46,10 @@ class TextBuffer {
   char* owned_ = nullptr;
 };
 
-// A piece knows the most room it can take, which may be more than it fills, and writes itself, returning the
-// position behind it.
+// A piece has MaxSize, the most bytes that Write may touch, which may be more than the piece's length, and
+// Write, which writes the piece and returns the position after it. BlockText is a piece too.
 
-// A text that is known when the code is compiled.
+// A string literal, whose size is known at compile time.
 template <size_t N>
 struct Literal {
   const char (&text)[N];
@@ -64,24 +63,12 @@ struct Literal {
 template <size_t N>
 Literal(const char (&)[N]) -> Literal<N>;
 
-// Any other text, as it is.
+// Any other text.
 struct Raw {
   std::string_view text;
 
-  [[nodiscard]] constexpr size_t MaxSize() const noexcept { return text.size() + kBlock; }
-  [[nodiscard, gnu::always_inline]] char* Write(char* at) const noexcept {
-    return CopyBlocks(at, text.data(), text.size());
-  }
-};
-
-// A text of a block or more, or one whose block is readable: copied without looking where it ends.
-struct Whole {
-  std::string_view text;
-
-  [[nodiscard]] constexpr size_t MaxSize() const noexcept { return text.size() + kBlock; }
-  [[nodiscard, gnu::always_inline]] char* Write(char* at) const noexcept {
-    return CopyWhole(at, text.data(), text.size());
-  }
+  [[nodiscard]] constexpr size_t MaxSize() const noexcept { return text.size(); }
+  [[nodiscard]] char* Write(char* at) const noexcept { return at + text.copy(at, text.size()); }
 };
 
 struct Decimal {
@@ -100,7 +87,7 @@ struct Decimal {
   }
 };
 
-// Appends the pieces with one check of the room.
+// Appends the pieces after a single check of the capacity.
 template <class... Piece>
 void Append(TextBuffer& out, const Piece&... pieces) {
   char* at = out.Reserve((pieces.MaxSize() + ...));

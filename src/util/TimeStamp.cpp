@@ -5,7 +5,7 @@
 namespace vantra::util {
 namespace {
 
-// Two digits at the position, which moves behind the separator that follows them.
+// Writes two digits and a separator; returns the position after them.
 char* PutPair(char* at, unsigned value, char separator) noexcept {
   at[0] = static_cast<char>('0' + value / 10);
   at[1] = static_cast<char>('0' + value % 10);
@@ -25,7 +25,7 @@ void TimeStamp::Format(int64_t seconds) noexcept {
   if (seconds < kFirst || seconds > kLast) return;
 
   const int64_t days = (seconds - kFirst) / kDay + kFirst / kDay;
-  const auto ofDay = static_cast<unsigned>(seconds - days * kDay);
+  const auto secondOfDay = static_cast<unsigned>(seconds - days * kDay);
   const std::chrono::year_month_day date{std::chrono::sys_days{std::chrono::days{days}}};
   const auto year = static_cast<unsigned>(static_cast<int>(date.year()));
 
@@ -34,9 +34,9 @@ void TimeStamp::Format(int64_t seconds) noexcept {
   char* at = PutPair(text_ + 2, year % 100, '-');
   at = PutPair(at, static_cast<unsigned>(date.month()), '-');
   at = PutPair(at, static_cast<unsigned>(date.day()), 'T');
-  at = PutPair(at, ofDay / 3600, ':');
-  at = PutPair(at, ofDay / 60 % 60, ':');
-  PutPair(at, ofDay % 60, 'Z');
+  at = PutPair(at, secondOfDay / 3600, ':');
+  at = PutPair(at, secondOfDay / 60 % 60, ':');
+  PutPair(at, secondOfDay % 60, 'Z');
   length_ = kLength;
 }
 

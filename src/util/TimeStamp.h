@@ -5,23 +5,23 @@
 #include <limits>
 #include <string_view>
 
-#include "util/TextBuffer.h"
+#include "util/ByteScans.h"
 
 namespace vantra::util {
 
-// The text of one moment, made anew only when the second changes.
+// A time and its text, which is formatted only when the second changes.
 class TimeStamp {
  public:
   TimeStamp() noexcept = default;
   explicit TimeStamp(int64_t seconds) noexcept { Format(seconds); }
 
-  // To this many seconds since 1970-01-01 UTC.
+  // Sets the time, in seconds since 1970-01-01 UTC.
   void Set(int64_t seconds) noexcept {
     if (seconds != seconds_) Format(seconds);
   }
 
-  // Good until the moment changes; empty when none is set, and outside the years 0 to 9999.
-  [[nodiscard]] Whole Text() const noexcept { return {{text_, length_}}; }
+  // Valid until the next Set. Empty before the first, and outside the years 0 to 9999.
+  [[nodiscard]] BlockText Text() const noexcept { return {text_, length_}; }
 
  private:
   void Format(int64_t seconds) noexcept;

@@ -1,4 +1,4 @@
-// Move-only owners of platform handles. Each knows its own "no handle" value and how it is closed.
+// Move-only owners of platform handles. Each knows its own invalid value and how to close a handle.
 #pragma once
 
 #include <utility>
@@ -7,7 +7,7 @@
 
 namespace vantra::util {
 
-// Policy: Type, Invalid() and Close(Type), which is called for valid handles only.
+// Policy provides Type, Invalid() and Close(Type); Close is called for valid handles only.
 template <class Policy>
 class UniqueHandle {
  public:

@@ -1,4 +1,4 @@
-// The only file that includes windows.h. What is newer than Windows 7 is looked up at run time, never
+// The only file that includes windows.h. Functions newer than Windows 7 are looked up at run time, never
 // imported.
 #pragma once
 

@@ -29,7 +29,7 @@ code() {
   [ "$(ls -- *.c *.cpp | wc -l)" -ge 20 ] || fail "code is missing"
 }
 
-# Documents of the worked example, of a rollover, of an obfuscated session and of a changed choice.
+# Documents of the worked example, of a split, of an obfuscated session and of a changed choice.
 schema() {
   extract
   $(compiler c) -I"$source/include" document-format-1.c "$build/src/libVantra.dll.a" -o example.exe
@@ -92,7 +92,7 @@ links() {
   done
   sed -n 's/^int32_t \(UT[A-Za-z]*\)(.*/\1/p' include/vantra/vantra.h | while read -r name; do
     grep -qF "| [$name]($name.md) |" docs/reference/README.md || fail "no page of $name"
-    [ "$(grep -cw "$name" docs/other-languages.md)" -ge 2 ] || fail "other-languages.md declares no $name"
+    [ "$(grep -lw "$name" examples/csharp/Vantra.cs examples/python/vantra.py | wc -l)" = 2 ] || fail "an example declares no $name"
   done
 }
 

@@ -6,7 +6,7 @@
 
 using namespace vantra::settings;
 
-// The first three lines are the names that the status is asked with, the rest is the file.
+// The first three lines are the names passed to the status check; the rest is the file.
 void Run(std::string_view input) {
   std::istringstream lines{std::string(input)};
   std::string section, family, name;

@@ -7,7 +7,8 @@
 
 using namespace vantra::settings;
 
-// A status and a pause last by the same dates: three plain numbers when they are a later day of the calendar.
+// A status and a pause read their dates alike; three plain numbers forbid recording when they are a later day
+// of the calendar.
 void Run(std::string_view input) {
   const std::string text(input);
   ConfigMap config{{"ulog", {{"status", "Hibernate"}, {"wakeupdate", text}}},

@@ -7,7 +7,7 @@
 
 #include "PageEnd.h"
 
-// Nothing behind the input can be read.
+// No byte after the input is readable.
 void Run(std::string_view input);
 
 inline void Require(bool holds) {

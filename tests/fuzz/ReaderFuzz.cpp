@@ -1,5 +1,5 @@
-// Any document is read to its end, the same way at a glance as unhurriedly and obfuscated, and every row is
-// JSON.
+// Any document is read to its end, with the same result by the quick path, by the full parser and from its
+// obfuscated form, and every row is JSON.
 #include <nlohmann/json.hpp>
 #include <vector>
 
@@ -8,12 +8,13 @@
 #include "reader/Checker.h"
 #include "reader/DocumentReader.h"
 #include "session/Obfuscation.h"
+#include "util/ByteScans.h"
 
 using namespace vantra;
 
 namespace {
 
-// All that the checker and the rows tell of a document.
+// All findings and rows of a document.
 std::string Account(std::string_view document, bool isThorough) {
   reader::DocumentReader reader(isThorough);
   std::string account;
@@ -59,6 +60,6 @@ void Run(std::string_view input) {
   Require(quick == Account(input, true));
   if (reader::BeginsPacked(input) || input.starts_with(session::kObfuscationMarker)) return;
   std::string obfuscated(input);
-  session::Rotate(obfuscated);
+  vantra::util::Rotate(obfuscated);
   Require(quick == Account(obfuscated.insert(0, session::kObfuscationMarker), false));
 }

@@ -32,9 +32,9 @@ void Run(std::string_view input) {
   const char* const host = AtPageEnd({text.c_str(), text.size() + 1});
   for (const TextCheck& check : kChecks) {
     const CheckedText checked(host, check);
-    Require(std::pair(static_cast<int>(checked.Code()), std::string(checked.Value().text)) ==
+    Require(std::pair(static_cast<int>(checked.Code()), std::string(checked.Value().Text())) ==
             CheckPlainly(text, check));
-    const auto [value, isPlain] = checked.Value();
-    Require(!isPlain || (!value.empty() && value.find_first_of("&<>\"'\\") == value.npos));
+    const auto plain = checked.Value().AsPlain();
+    Require(!plain || (!plain->View().empty() && plain->View().find_first_of("&<>\"'\\") == text.npos));
   }
 }

@@ -119,10 +119,14 @@ TEST_F(ConfigFile, IsHeldBinaryOrHuge) {
       EXPECT_TRUE(isRead ? ReadFile(UserFile()).find(off) != off.npos : ReadFile(UserFile()) == text);
     }
     WriteFile(UserFile(), "#\n" + off);
+    held = hold(FILE_SHARE_READ);
+    EXPECT_FALSE(Starts(ut));
+    CloseHandle(held);
     SetFileAttributesW(UserFile().c_str(), FILE_ATTRIBUTE_READONLY);
     EXPECT_FALSE(Starts(ut));
     SetFileAttributesW(UserFile().c_str(), FILE_ATTRIBUTE_NORMAL);
     EXPECT_EQ(ReadFile(UserFile()), "#\n" + off);
+    EXPECT_EQ(FilesIn(AgentFolder()), (Lines{"Logs", "Sendrix2.cfg"}));
   });
 }
 

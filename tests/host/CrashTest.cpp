@@ -27,10 +27,13 @@ LONG WINAPI HostsFilter(EXCEPTION_POINTERS*) {
 }
 // NOLINTEND(clang-analyzer-core.NullDereference,clang-analyzer-core.DivideZero)
 
-// A session of a user who has opted in, in a host that wants its crashes recorded.
+// A session of a user who has opted in, in a host that wants its crashes recorded. Hosts in other languages
+// may have any byte for true.
 void* OpenWatched(Library& ut, const char* name, bool isWatched = true) {
   void* session = nullptr;
-  EXPECT_EQ(ut.Initialize("MyProduct", isWatched, nullptr), 0);
+  const auto initialize =
+      reinterpret_cast<int32_t (*)(const char*, int, const char*)>(reinterpret_cast<void*>(ut.Initialize));
+  EXPECT_EQ(initialize("MyProduct", isWatched ? 0xFE : 0, nullptr), 0);
   EXPECT_EQ(ut.StartSession(&session, "Acme", name, "3.1", nullptr, nullptr), 0);
   return session;
 }
@@ -89,6 +92,7 @@ struct CrashRow {
   void (*crash)(Library&, void*);
   uint32_t code;
   const char* extension = ".xml";
+  friend void PrintTo(const CrashRow& row, std::ostream* out) { *out << row.test; }
 };
 
 class Crash : public CrashTest, public testing::WithParamInterface<CrashRow> {};
@@ -130,6 +134,7 @@ struct FateRow {
   int32_t state;
   bool isOpen;
   Lines left;  // the ends of the names of what is left of another file and the session
+  friend void PrintTo(const FateRow& row, std::ostream* out) { *out << row.test; }
 };
 
 class Fate : public CrashTest, public testing::WithParamInterface<FateRow> {};
@@ -181,9 +186,8 @@ TEST_F(CrashTest, TheHostsFilter) {
 
 using Entry = std::array<unsigned char, 16>;
 
-unsigned char* EntryOfTheSetter() {
-  return reinterpret_cast<unsigned char*>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32"), "SetUnhandledExceptionFilter")));
+void* EntryOfTheSetter() {
+  return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32"), "SetUnhandledExceptionFilter"));
 }
 
 Entry EntryBytes() {
@@ -199,9 +203,7 @@ void HookTheSetter() {
   unsigned char hook[] = {0x49, 0xBB, 0, 0, 0, 0, 0, 0, 0, 0, 0x41, 0xFF, 0xE3};
   auto* const target = &RefuseFilter;
   std::memcpy(hook + 2, &target, sizeof target);
-  DWORD protection = 0;
-  VirtualProtect(EntryOfTheSetter(), sizeof hook, PAGE_EXECUTE_READWRITE, &protection);
-  std::memcpy(EntryOfTheSetter(), hook, sizeof hook);
+  Overwrite(EntryOfTheSetter(), hook, sizeof hook);
 }
 
 struct UnloadRow {
@@ -209,6 +211,7 @@ struct UnloadRow {
   bool hasFilter;
   int starts;
   bool isHooked = false;
+  friend void PrintTo(const UnloadRow& row, std::ostream* out) { *out << row.test; }
 };
 
 class Unload : public CrashTest, public testing::WithParamInterface<UnloadRow> {};

@@ -1,4 +1,6 @@
 // Folders that are missing, names that cannot be, disks that refuse: calls succeed, and nothing else happens.
+#include <cstdlib>
+
 #include "HostTest.h"
 #include "stage/Disk.h"
 
@@ -94,6 +96,31 @@ TEST_F(Fault, SmallVolume) {
     EXPECT_EQ(Documents().size(), size == 10'485'760 ? 0u : 1u);
     EXPECT_TRUE(Unmount(Logs()));
   }
+}
+
+size_t allocations;  // that go well until one fails
+void* Allocate(size_t size) { return allocations-- == 0 ? nullptr : std::malloc(size); }
+
+// Whatever memory a start does not get, it ends as a refusal or well, and so do all others.
+TEST_F(Fault, MemoryRunsOut) {
+  SetValue(Hive::kUser, kUsage, "send", "sz:0");
+  RunHost([](Library& ut) {
+    ut.Initialize("MyProduct", false, nullptr);
+    ut.SetOptIn(1);
+    ut.Replace("malloc", &Allocate);
+    bool isRefused = true;
+    for (size_t failing = 0; isRefused && failing < 1000; ++failing) {
+      void* session = &session;
+      allocations = failing;
+      isRefused = ut.StartSession(&session, "Acme", "Draw", "3.1", nullptr, nullptr) != 0;
+      const bool isGone = allocations > failing;
+      allocations = SIZE_MAX;
+      EXPECT_EQ(session == nullptr, isRefused) << failing;
+      EXPECT_EQ(ut.CloseSession(&session), isRefused) << failing;
+      isRefused |= isGone;
+    }
+    EXPECT_FALSE(isRefused);
+  });
 }
 
 }  // namespace

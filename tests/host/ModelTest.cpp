@@ -22,16 +22,6 @@ class Model : public HostTest {
   }
 };
 
-void Compare(const Log& log) {
-  Lines written = LogLines();
-  std::erase_if(written, [](auto& line) { return line.find(" @WrapperUTLogData:") == line.npos; });
-  written.resize(std::max(written.size(), log.lines.size()));
-  for (size_t i = 0; i < written.size(); ++i) {
-    const auto& [wanted, call] = i < log.lines.size() ? log.lines[i] : std::pair("nothing", log.call);
-    ASSERT_EQ(written[i], wanted) << "Call " << call;
-  }
-}
-
 Path FileOf(const Session& s, const std::string& end) { return Logs() / Wide(s.files + s.id + "_" + end); }
 
 // Of the header blocks, which have tests of their own, only the product's texts are looked at.
@@ -55,8 +45,11 @@ void ReadHeader(Session& s, const Text* texts) {
 
 void Close(Library& ut, Session& s) {
   ++s.log.call;
+  void* const old = s.handle;
   ASSERT_TRUE(ut.CloseSession(&s.handle) == 0 && s.handle == nullptr);
   s.CloseSession();
+  s.log.Info("UTAddToSession", 352);
+  ASSERT_EQ(ut.AddToSession(old, "after", "close"), 1);
   std::string written;
   for (int i = 0; i <= s.documents; ++i) written += ReadFile(FileOf(s, to_string(i) + ".xml"));
   std::string_view rest = written;
@@ -173,132 +166,7 @@ TEST_F(Model, Sessions) {
       }
     }
     for (const auto& session : sessions) Close(ut, *session);
-    Compare(log);
-  });
-}
-
-// A call of an export without a session, and what it makes of the settings. Of the registry's values only
-// what comes back through the exports.
-class Settings {
- public:
-  explicit Settings(Library& library) : ut(library) {}
-
-  void Call() {
-    ++log.call;
-    text = chance.Below(2) == 0 ? "Mine" : chance.Some({"azAZ09_", " /%n\\a:", "aB"});
-    placed = Place(text);
-    isShort = chance.Below(2) == 0;
-    number = chance.One({-2, -1, 0, 1, 2, INT_MIN, INT_MAX});
-    (this->*chance.One({&Settings::Initialize, &Settings::GetOptIn, &Settings::SetOptIn,
-                        &Settings::GetDemographic, &Settings::SetDemographic, &Settings::SetState}))();
-  }
-
-  Log log;
-
- private:
-  [[nodiscard]] bool IsRefused(const Checked& checked, const std::string& message, int line) {
-    if (checked.isRefused) log.Debug(message + checked.value, line);
-    return checked.isRefused;
-  }
-  void Expect(int result, int wanted) const { EXPECT_EQ(result, wanted) << "Call " << log.call; }
-  [[nodiscard]] Checked UsageKey() const { return Check(isShort ? declared : text, kUsageKey); }
-  [[nodiscard]] std::string NameOf(const Checked& key) const {
-    return (isShort ? "" : "Sub\\") + Lower(key.value);
-  }
-  // Names of the registry are the same in letters of both cases.
-  [[nodiscard]] static std::string Lower(std::string name) {
-    for (char& c : name) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-    return name;
-  }
-
-  void Initialize() {
-    const int result = ut.Initialize(placed, false, nullptr);
-    log.Info("UTInitialize", 159);
-    const Checked key = Check(text, kUsageKey);
-    if (key.isCut) log.Debug("SK_INVALID_STRING: " + key.value, 1068);
-    if (!IsRefused(key, "pcUsagekey: ", 167)) declared = key.value;
-    Expect(result, key.isRefused ? 1 : 0);
-  }
-  void GetOptIn() {
-    const int result = isShort ? ut.GetOptIn() : ut.OptInGet(placed);
-    log.Info(isShort ? "UTGetOptIn" : "UTOptInGet", isShort ? 668 : 696);
-    const Checked key = UsageKey();
-    if (IsRefused(key, "OptInGet VerifyString pcUsagekey: ", 911)) return Expect(result, -1);
-    const auto found = optIns.find(Lower(key.value));
-    const int wanted = found == optIns.end() ? -1 : found->second;
-    if (key.value == declared) log.Info("OptInGet: " + declared + "value: " + to_string(wanted), 919);
-    Expect(result, wanted);
-  }
-  void SetOptIn() {
-    const int result = isShort ? ut.SetOptIn(number) : ut.OptInSet(placed, number);
-    log.Info(isShort ? "UTSetOptIn" : "UTOptInSet", isShort ? 682 : 709);
-    const Checked key = UsageKey();
-    if (number < -1 || number > 1)
-      return Expect(result, log.Debug("OptInSet VerifyOptinValue: " + to_string(number), 934));
-    if (IsRefused(key, "OptInSet VerifyString pcUsagekey: ", 946)) return Expect(result, 1);
-    optIns[Lower(key.value)] = number;
-    if (key.value == declared) log.Info("OptInSet: " + declared + "value: " + to_string(number), 956);
-    Expect(result, 0);
-  }
-  void GetDemographic() {
-    std::string held(600, '?'), wanted = held;
-    size_t size = chance.One<size_t>({0, held.size()});
-    const bool isAsked = size != 0;
-    const int result = isShort ? ut.GetDemographic(placed, held.data(), &size)
-                               : ut.GetNonDefaultDemographic("Sub", placed, held.data(), &size);
-    log.Info(isShort ? "UTGetDemographic" : "GetNonDefaultDemographic", isShort ? 721 : 755);
-    log.Info("GetDemographicHelper", 965);
-    const Checked key = Check(text, kDemographicKey);
-    const auto found = demographics.find(NameOf(key));
-    bool isRead = false;
-    if (!IsRefused(key, "VerifyString pcKey: ", 974)) {
-      isRead = !isAsked || found != demographics.end();
-      if (!isRead) log.Debug("GetDemographicHelper failed ", 999);
-    }
-    if (isRead) wanted = isAsked ? found->second : "";
-    if (!isRead)
-      log.Debug(isShort ? "UTGetDemographic failed " : "GetNonDefaultDemographic failed ",
-                isShort ? 727 : 761);
-    Expect(result, isRead ? 0 : 1);
-    EXPECT_EQ(held.c_str(), wanted) << "Call " << log.call;
-    EXPECT_EQ(size, !isAsked ? 0 : isRead ? wanted.size() + 1 : held.size()) << "Call " << log.call;
-  }
-  void SetDemographic() {
-    const Text value = chance.Some({"azAZ09_", " /%n\\a&<"});
-    const int result = isShort ? ut.SetDemographic(placed, Place(value))
-                               : ut.SetNonDefaultDemographic("Sub", placed, Place(value));
-    log.Info(isShort ? "UTSetDemographic" : "SetNonDefaultDemographic", isShort ? 738 : 772);
-    log.Info("SetDemographicHelper", 1010);
-    const Checked key = Check(text, kDemographicKey);
-    Expect(result, key.isRefused ? 1 : 0);
-    if (!IsRefused(key, "VerifyString pcKey: ", 1023))
-      demographics[NameOf(key)] = Check(value, kOptional128).value;
-    else
-      log.Debug(isShort ? "UTSetDemographic failed " : "SetNonDefaultDemographic failed ",
-                isShort ? 744 : 778);
-  }
-  void SetState() {
-    Expect(ut.SetSerializationState(number), 0);
-    log.Info("UTSetSerializationState", 789);
-    log.Info("SetSerializationState: " + to_string(number), 798);
-  }
-
-  Library& ut;
-  Chance chance;
-  Text text;  // a key
-  const char* placed = nullptr;
-  bool isShort = false;  // the export without a usage key or subkey
-  int number = 0;
-  std::string declared;
-  std::map<std::string, int> optIns;
-  std::map<std::string, std::string> demographics;
-};
-
-TEST_F(Model, Settings) {
-  RunHost([](Library& ut) {
-    Settings settings(ut);
-    for (int call = 0; call < 5000 && !HasFailure(); ++call) settings.Call();
-    Compare(settings.log);
+    EXPECT_EQ(log.Difference(LogLines()), "");
   });
 }
 

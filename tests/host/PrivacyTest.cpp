@@ -31,6 +31,7 @@ struct Refusal {
   void (*prepare)();
   void (*act)(Library&);
   Lines written;
+  friend void PrintTo(const Refusal& row, std::ostream* out) { *out << row.test; }
 };
 class Refused : public HostTable<Refusal> {};
 
@@ -139,6 +140,7 @@ struct ChangeRow {
   int32_t held;
   const char* base;  // the counts of the report; no report when empty
   const char* optIn;
+  friend void PrintTo(const ChangeRow& row, std::ostream* out) { *out << row.test; }
 };
 
 class Change : public HostTable<ChangeRow> {};

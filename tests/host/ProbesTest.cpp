@@ -51,7 +51,7 @@ TEST_F(Probes, RegistryValues) {
   EXPECT_EQ(Block("Demographics"), (Lines{"Age=42", "Role=R&D \xE2\x82\xAC"}));
 }
 
-TEST_F(Probes, UserTypeAndIdentifier) {
+TEST_F(Probes, UserTypeIdentifierAndUpdate) {
   RunHost([](Library& ut) {
     const std::string text(511, 'x');
     const std::pair<std::string, std::string> rows[] = {{"sz:", ""},
@@ -69,6 +69,11 @@ TEST_F(Probes, UserTypeAndIdentifier) {
       ut.CloseSession(&session);
       fs::remove(Logs() / Documents().at(0));
     }
+    // The agent may be updated while a host runs.
+    fs::remove(CaseFolder() / "Sendrix2.exe");
+    fs::copy_file(CaseFolder() / "host.exe", CaseFolder() / "Sendrix2.exe");
+    EXPECT_NE(ut.Open(), nullptr);
+    EXPECT_TRUE(Has(Block("UsageVersionInfo"), "Sendrix2.exe=12.34"));
   });
   EXPECT_EQ(Normalised(GetValue(Hive::kUser, kUsage, "GUID")), "sz:ID1");
 }

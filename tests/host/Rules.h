@@ -89,6 +89,16 @@ struct Log {
   void Add(const std::string& level, const std::string& message, int line) {
     lines.emplace_back(level + " " + message + " @WrapperUTLogData:" + to_string(line), call);
   }
+  // The first line of the written log that is not as wanted.
+  [[nodiscard]] std::string Difference(std::vector<std::string> written) const {
+    std::erase_if(written, [](auto& line) { return line.find(" @WrapperUTLogData:") == line.npos; });
+    written.resize(std::max(written.size(), lines.size()));
+    for (size_t i = 0; i < written.size(); ++i) {
+      const auto& [wanted, from] = i < lines.size() ? lines[i] : std::pair("nothing", call);
+      if (written[i] != wanted) return written[i] + " instead of " + wanted + " at call " + to_string(from);
+    }
+    return {};
+  }
   void Info(const std::string& message, int line) { Add("INFO", message, line); }
   int Debug(const std::string& message, int line) { return Add("DEBUG", message, line), 1; }
 };

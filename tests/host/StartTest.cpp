@@ -1,4 +1,6 @@
 // Whether a session may start, and when the agent is started. The rules themselves are tested in the core.
+#include <windows.h>
+
 #include <algorithm>
 #include <climits>
 #include <functional>
@@ -114,6 +116,42 @@ TEST_F(HostTest, AgentStartsWhileSendingIsOn) {
           << key;
     }
   });
+}
+
+HRESULT WINAPI SayProtected(BOOL* isProtected) { return *isProtected = TRUE, S_OK; }
+
+HRESULT WINAPI FindLow(const GUID&, DWORD, HANDLE, PWSTR* path) {
+  const std::wstring low = (CaseFolder() / "Low").wstring();
+  *path = static_cast<PWSTR>(CoTaskMemAlloc((low.size() + 1) * sizeof(wchar_t)));
+  return std::wcscpy(*path, low.c_str()), S_OK;
+}
+
+// What the platform has, but for what it knows of rights.
+FARPROC WINAPI FindFunction(HMODULE module, const char* name) {
+  const std::string_view wanted(name);
+  if (wanted == "IEIsProtectedModeProcess")
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(SayProtected));
+  if (wanted == "SHGetKnownFolderPath") return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(FindLow));
+  return GetProcAddress(module, name);
+}
+
+// In a process of low rights documents lie elsewhere, and what an agent would do is done in its place.
+TEST_F(HostTest, ProtectedMode) {
+  const Path logs = CaseFolder() / "Low" / "Tolvex" / "Sendrix2" / "Logs";
+  fs::create_directories(logs);
+  for (const char* name : {"1.log", "2.log", "3.txt"}) WriteFile(logs / name, std::string(6 << 20, 'x'));
+  fs::last_write_time(logs / "2.log", fs::last_write_time(logs / "1.log") - std::chrono::hours(1));
+  RunHost([](Library& ut) {
+    ut.Replace("GetProcAddress", &FindFunction);
+    void* session = ut.Open();
+    EXPECT_EQ(ut.CloseSession(&session), 0);
+  });
+  EXPECT_EQ(FilesIn(Logs()), Lines());
+  Lines names = FilesIn(logs);
+  std::erase_if(names, [](auto& name) { return name.starts_with("ulog_"); });
+  EXPECT_EQ(names, (Lines{"1.log", "3.txt"}));
+  EXPECT_EQ(FilesIn(logs).size(), 4u);
+  EXPECT_EQ(AgentStarts(), Lines());
 }
 
 TEST_F(HostTest, AgentIsTheFirstHit) {

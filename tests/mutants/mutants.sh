@@ -15,9 +15,7 @@ done
 # some minutes has failed.
 suites=(
   'unit src/* sanitize build/sanitize/tests/unit/vantra_unit_tests --gtest_brief=1 --gtest_fail_fast'
-  'fuzz src/* fuzz for target in $(ls tests/fuzz/corpus); do
-    build/fuzz/tests/fuzz/fuzz-$target -seed=1 -runs=3000 -verbosity=0 -print_funcs=0 -artifact_prefix=build/ \
-      -seed_inputs=$(ls tests/fuzz/corpus/$target/* | paste -sd,) || exit 1; done'
+  'fuzz src/* sanitize ctest --test-dir build/sanitize --stop-on-failure -j 2 -R ^fuzz'
   'host src/* release cmake/wine-run build/release/tests/vantra_host_test.exe --gtest_brief=1 --gtest_fail_fast'
   'examples include/* release ctest --test-dir build/release --stop-on-failure -R "^(example|header)"'
   'tools * release ctest --test-dir build/release --stop-on-failure -R "^(tools|deliver|Lock)"')
@@ -27,7 +25,7 @@ suites=(
 judge() { # FILE
   local preset built=' '
   caught=-
-  for preset in sanitize fuzz release; do
+  for preset in sanitize release; do
     cmake --build --preset $preset >"$logs/mutant-build.log" 2>&1 </dev/null 9>&- || return 0
     grep -q 'no work to do' "$logs/mutant-build.log" || built+="$preset "
   done
@@ -63,13 +61,13 @@ cd "$copy"
 root=$copy logs=$copy/build/log
 mkdir -p "$logs"
 export VANTRA_HOLD_OUTPUT=1
-for preset in sanitize fuzz release; do
+for preset in sanitize release; do
   cmake --preset $preset -DVANTRA_WERROR=OFF >/dev/null
   build $preset
 done
 wine_prefix mutants
 say "Testing without a fault"
-run_suites all ' sanitize fuzz release '
+run_suites all ' sanitize release '
 [[ -z $caught ]] || { say "Failed: $caught (all of it in $logs/mutant-$caught.log)"; exit 1; }
 
 planted=0 survivors=()

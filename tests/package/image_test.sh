@@ -16,7 +16,7 @@ calls() { # FUNCTION: how many of our objects do
 known='ADVAPI32|KERNEL32|msvcrt|ole32|SHELL32|USER32'
 
 headers() {
-  for image in Vantra.dll Sendrix2.exe vantra-demo.exe vantra-inspect.exe; do
+  for image in Vantra.dll Sendrix2.exe vantra-demo.exe vantra-inspect.exe vantra-catalog.exe; do
     headers=$($tool-objdump -p "$build/$image")
     for flag in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
       echo "$headers" | grep -q "^[[:space:]]*$flag\$" || fail "$image is not marked $flag"
@@ -40,8 +40,17 @@ headers() {
   done
 }
 
-# Sources in another folder, built at another time.
+# Nothing in them tells where or when they were built. The compiler refuses the sources' own time.
 reproducible() {
+  for file in Vantra.dll Vantra.dll.debug src/libVantra.dll.a Sendrix2.exe vantra-demo.exe vantra-inspect.exe; do
+    ! grep -aqF "$source" "$build/$file" || fail "$file tells where it was built"
+    times=$($tool-objdump -ap "$build/$file" | grep -E "^Time/Date|^rw" | grep -Ev "1970|Time/Date stamp\s+0\$" || true)
+    [ -z "$times" ] || fail "$file tells when it was built: $times"
+  done
+  grep -q ' -Wdate-time .* -Werror ' "$build/build.ninja" || fail "__DATE__ would be let in"
+}
+# The whole proof, for ./dev build --again: sources in another folder, built at another time.
+again() {
   mkdir -p 'built elsewhere'
   cp -r "$source/CMakeLists.txt" "$source/cmake" "$source/include" "$source/src" 'built elsewhere'
   cmake -G Ninja -S 'built elsewhere' -B again --toolchain "$toolchain" -D CMAKE_BUILD_TYPE=Release \

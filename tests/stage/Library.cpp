@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstring>
 #include <stdexcept>
 
 #include "stage/Document.h"
@@ -13,7 +14,33 @@ void Require(bool holds, const std::string& what) {
   if (!holds) throw std::runtime_error(what);
 }
 
+// The place where the module keeps the address of a function that it imports.
+void** FindImport(HMODULE module, const char* function) {
+  auto* const base = reinterpret_cast<char*>(module);
+  const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+  const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+  const DWORD imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+  for (auto* from = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports); from->Name != 0;
+       ++from) {
+    const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + from->OriginalFirstThunk);
+    auto** addresses = reinterpret_cast<void**>(base + from->FirstThunk);
+    for (; names->u1.AddressOfData != 0; ++names, ++addresses) {
+      if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
+      const auto* import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
+      if (std::strcmp(import->Name, function) == 0) return addresses;
+    }
+  }
+  throw std::runtime_error("the library does not import " + std::string(function));
+}
+
 }  // namespace
+
+void Overwrite(void* at, const void* bytes, size_t size) {
+  DWORD protection = 0;
+  VirtualProtect(at, size, PAGE_EXECUTE_READWRITE, &protection);
+  std::memcpy(at, bytes, size);
+  VirtualProtect(at, size, protection, &protection);
+}
 
 Library::Library(const Path& file) : module_(LoadLibraryW(file.c_str())) {
   Require(module_ != nullptr, file.string() + " does not load, error " + std::to_string(GetLastError()));
@@ -21,6 +48,10 @@ Library::Library(const Path& file) : module_(LoadLibraryW(file.c_str())) {
     Require(vantra::detail::Take(function, GetProcAddress(static_cast<HMODULE>(module_), name)),
             std::string(name) + " is not exported");
   });
+}
+
+void Library::ReplaceImport(const char* name, void* by) {
+  Overwrite(FindImport(static_cast<HMODULE>(module_), name), &by, sizeof by);
 }
 
 Library::~Library() { FreeLibrary(static_cast<HMODULE>(module_)); }

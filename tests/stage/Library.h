@@ -19,9 +19,20 @@ class Library : public vantra::detail::Functions {
   // call fails.
   [[nodiscard]] void* Open(const char* family = "Acme", const char* name = "Draw");
 
+  // Makes the library call another function than the one of that name, which it imports.
+  template <class Function>
+  void Replace(const char* name, Function* by) {
+    ReplaceImport(name, reinterpret_cast<void*>(by));
+  }
+
  private:
+  void ReplaceImport(const char* name, void* by);
+
   void* module_;
 };
+
+// Writes to memory that is protected, as code is.
+void Overwrite(void* at, const void* bytes, size_t size);
 
 // Adds values to the session until the text in its open file, the only one, has so many bytes exactly.
 void FillTo(Library& ut, void* session, size_t bytes);

@@ -8,7 +8,7 @@ namespace {
 
 void Export() {}
 
-// What is found in a library that lacks one function.
+// A library that lacks one function.
 std::optional<Functions> Without(std::string_view missing) {
   return FindAll([missing](std::string_view name) { return name == missing ? nullptr : &Export; });
 }

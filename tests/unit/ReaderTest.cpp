@@ -1,4 +1,4 @@
-// Documents held against the format: the example of the documents, spoilt in one way a row.
+// Checks documents against the format: the example of the documentation, spoilt in one way in each row.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -27,10 +27,10 @@ std::string Replaced(std::string text, std::string_view from, std::string_view t
   return text.replace(at, from.size(), to);
 }
 
-// What is found, as "rule@line rule@line", where the document has that name.
+// The findings, as "rule@line rule@line", in a document of this name.
 std::string Findings(const std::string& text, std::string_view name, bool isThorough, bool isObfuscated) {
   std::string bytes = text;
-  if (isObfuscated) session::Rotate(bytes);
+  if (isObfuscated) util::Rotate(bytes);
   if (isObfuscated) bytes.insert(0, session::kObfuscationMarker);
   TextSource source(bytes);
   DocumentReader reader(isThorough);
@@ -52,10 +52,16 @@ struct Spoilt {
 };
 
 constexpr std::string_view kEnd = "</UsageDoc>\n";
-constexpr std::string_view kResume =
-    "<ResumeSession id=\"ba75520a-2a5a-4cd0-8658-84e928a7dd23\" ProductFamily=\"Acme\" ProductName=\"D\" "
-    "ProductVersion=\"<\"3&\" ProductBuild=\"\" ProductLanguage=\"en\" SessionStartTime=\"\" User=\"x\" "
-    "time=\"2026-11-24T22:02:41Z\" seq=\"0\" />\n";
+constexpr std::string_view kStart =
+    "<StartSession id=\"ba75520a-2a5a-4cd0-8658-84e928a7dd23\" time=\"2026-11-24T22:02:41Z\" seq=\"0\" />\n";
+std::string Resume(std::string_view version) {
+  return Replaced(
+      "<ResumeSession id=\"ba75520a-2a5a-4cd0-8658-84e928a7dd23\" ProductFamily=\"Acme\" ProductName=\"D\" "
+      "ProductVersion=\"?\" ProductBuild=\"\" ProductLanguage=\"en\" SessionStartTime=\"\" User=\"x\" "
+      "time=\"2026-11-24T22:02:41Z\" seq=\"0\" />\n",
+      "?", version);
+}
+const std::string kLess = Resume("3<"), kAnd = Resume("&3"), kQuote = Resume("\"3\"");
 constexpr std::string_view kSplit =
     "</UsageDoc>\n<SplitSession id=\"ba75520a-2a5a-4cd0-8658-84e928a7dd23\" time=\"2026-11-24T22:02:41Z\" "
     "seq=\"44\" "
@@ -107,9 +113,9 @@ const Spoilt kSpoilt[] = {
      "</UsageDoc>\n<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<UsageDoc version=\"0.5.4\">\n",
      "after-end@49"},
     {"full at its end", kEnd, kSplit, "split-after-end@49"},
-    {"raw product",
-     "<StartSession id=\"ba75520a-2a5a-4cd0-8658-84e928a7dd23\" time=\"2026-11-24T22:02:41Z\" seq=\"0\" />\n",
-     kResume, "raw-markup@4"},
+    {"less in a product", kStart, kLess, "raw-markup@4"},
+    {"ampersand in a product", kStart, kAnd, "raw-markup@4"},
+    {"quote in a product", kStart, kQuote, "raw-markup@4"},
 };
 
 TEST(Reader, FindsWhatBreaksTheFormat) {
@@ -124,7 +130,7 @@ TEST(Reader, FindsWhatBreaksTheFormat) {
   }
 }
 
-// Wherever a record meets the end of the reader's buffer.
+// Records are read whole wherever the end of the reader's buffer falls.
 TEST(Reader, GoesOnOverTheEndOfItsBuffer) {
   const size_t start = Example().find("<DataRec");
   const std::string first = Example().substr(0, start);
@@ -159,7 +165,7 @@ TEST(Reader, KnowsTheProductConcerned) {
            "seq=\"4\" />\n";
   };
   EXPECT_EQ(productIn(Example()), "session Acme Draw 3.1 ee3ebfc2-9cf1-43b9-827a-84e9267912bf");
-  EXPECT_EQ(productIn(std::string(kPrologue).append(kResume)), "session Acme D <\"3& x");
+  EXPECT_EQ(productIn(std::string(kPrologue).append(Resume("<\"3&"))), "session Acme D <\"3& x");
   EXPECT_EQ(productIn(beginOf("Crash") + valueOf("CrashProductName", "D&#38;") +
                       valueOf("CrashProductFamily", "A") + valueOf("UserID", "u")),
             "crash A D&  u");

@@ -1,4 +1,4 @@
-// What a text of a document becomes in the two formats of rows.
+// The texts of documents in both formats of rows.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>

@@ -35,7 +35,7 @@ constexpr std::string_view kCertificate =
     "the server's certificate is not trusted, names another server or has expired, or its TLS is older than "
     "1.2";
 
-// Errors of WinHTTP, which says most of what is wrong with a certificate in 12157 and 12175.
+// WinHTTP's error codes. It reports most certificate problems as 12157 or 12175.
 constexpr Row kOtherError = {0, 0, Meaning::kTryAgain, ""};
 constexpr Row kErrors[] = {
     {12005, 12006, Meaning::kMisconfigured, "the platform cannot use url"},

@@ -1,4 +1,4 @@
-// What an answer, or the failure to get one, means for a document.
+// What the answer to an upload, or the lack of one, means for the document.
 #pragma once
 
 #include <cstdint>
@@ -6,28 +6,28 @@
 
 namespace vantra::agent {
 
-// What came of one upload.
+// The outcome of one upload.
 struct Reply {
-  // Of HTTP; 0 when there was no answer, for which see error.
+  // The HTTP status; 0 when there was no answer, and error says why.
   unsigned status = 0;
-  // The platform's error.
+  // The platform's error code.
   uint32_t error = 0;
-  // Whether the connection stood before it failed.
+  // Whether the connection had been made before the failure.
   bool wasConnected = false;
-  // The header of that name; empty when there is none.
+  // The Retry-After header; empty when there is none.
   std::string retryAfter;
 };
 
 enum class Meaning {
-  kStored,         // the server has it
-  kTryAgain,       // later, perhaps
-  kRefused,        // the server will never take this document
-  kMisconfigured,  // the server takes none as things are
+  kStored,         // the server has stored it
+  kTryAgain,       // it may succeed later
+  kRefused,        // the server will never accept this document
+  kMisconfigured,  // the server accepts no document with this configuration
 };
 
 [[nodiscard]] Meaning MeaningOf(const Reply& reply);
 
-// What happened and what to do about it, for the log.
+// A description for the log: what happened, and what to do about it.
 [[nodiscard]] std::string Explain(const Reply& reply);
 
 }  // namespace vantra::agent

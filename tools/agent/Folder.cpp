@@ -18,8 +18,8 @@ namespace {
 
 constexpr size_t kLongestRead = 1 << 30;
 
-// In the form that may be longer than 260 characters: a document whose path just fits in Logs would not fit
-// in a folder of a longer name.
+// Uses the path form without the 260-character limit: a document whose path just fits in Logs may not fit in
+// a folder with a longer name.
 std::wstring Child(const std::wstring& folder, std::wstring_view name) {
   const bool isShare = folder.starts_with(L"\\\\");
   return util::JoinPath(isShare ? L"\\\\?\\UNC" + folder.substr(1) : L"\\\\?\\" + folder, name);
@@ -53,7 +53,7 @@ bool ReadAll(HANDLE file, std::string& content) {
          read == content.size();
 }
 
-// Whole, as nobody is writing it.
+// Reads a whole file; kInUse while somebody is writing it.
 Taken ReadShared(const std::wstring& path, std::string& content) {
   const util::UniqueFile file = Open(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE);
   if (!file) return TakenOf(GetLastError());
@@ -75,11 +75,11 @@ bool DeleteOpen(const std::wstring& path, HANDLE file) {
   FILE_DISPOSITION_INFO info{TRUE};
   if (SetFileInformationByHandle(file, FileDispositionInfo, &info, sizeof info)) return true;
   if (GetLastError() != ERROR_ACCESS_DENIED) return false;
-  SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);  // it is read-only, perhaps
+  SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);  // it may be read-only
   return SetFileInformationByHandle(file, FileDispositionInfo, &info, sizeof info);
 }
 
-// Calls act(handle) for the file at the path if it still has the content.
+// Calls act(handle) if the file still has this content.
 template <class Act>
 Taken TakeOpen(const std::wstring& path, std::string_view content, Act&& act) {
   const util::UniqueFile file = Open(path, GENERIC_READ | DELETE, FILE_SHARE_READ | FILE_SHARE_DELETE);
@@ -90,7 +90,7 @@ Taken TakeOpen(const std::wstring& path, std::string_view content, Act&& act) {
   return act(file.Get()) ? Taken::kDone : TakenOf(GetLastError());
 }
 
-// For another volume, where a move would hold the file for as long as the copy takes.
+// For another volume: MoveFileEx would keep the source open during the whole copy.
 Taken CopyAcross(const std::wstring& from, const std::wstring& to) {
   std::string content;
   if (const Taken taken = ReadShared(from, content); taken != Taken::kDone) return taken;
@@ -115,7 +115,7 @@ void ForEachWithEnd(const std::wstring& folder, std::initializer_list<std::wstri
   if (folder.empty()) return;
   util::ForEachFile(Child(folder, L"*").c_str(), [&](const WIN32_FIND_DATAW& found) {
     const std::wstring_view name = found.cFileName;
-    // A link would have us read what its maker may not.
+    // Links are skipped: through one, its creator could have us read a file that they may not read.
     if ((found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return true;
     if (std::ranges::any_of(ends, [&](std::wstring_view end) { return name.ends_with(end); })) visit(found);
     return true;
@@ -145,13 +145,13 @@ bool IsOld(const FILETIME& written, std::chrono::seconds age) {
   constexpr uint64_t kTicksPerSecond = 10'000'000;
   FILETIME now;
   GetSystemTimeAsFileTime(&now);
-  // A time in the future is no fresh one: the clock was wrong once.
+  // A time in the future does not count as recent: the clock was wrong then.
   const uint64_t passed = std::max(Ticks(now), Ticks(written)) - std::min(Ticks(now), Ticks(written));
   return passed >= static_cast<uint64_t>(age.count()) * kTicksPerSecond;
 }
 
-// The handle that tests whether anybody has the file open is the one that renames it.
-// It keeps nobody from deleting or moving the file.
+// The same handle tests whether the file is in use and renames it. It keeps nobody from deleting or moving
+// the file.
 bool FinishIfAbandoned(const std::wstring& logs, std::wstring name, std::chrono::seconds age) {
   const util::UniqueFile file = Open(Child(logs, name), GENERIC_READ | DELETE, FILE_SHARE_DELETE);
   FILETIME written;
@@ -175,8 +175,8 @@ Taken Folder::Lock(util::UniqueFile& lock) const {
   lock = util::UniqueFile(CreateFileW(Child(data_, L"Sendrix2.lock").c_str(), GENERIC_WRITE, 0, nullptr,
                                       OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!lock) return TakenOf(GetLastError());
-  // What an agent that was killed in WriteOwn has left.
-  util::DeleteMatching(data_, L"Sendrix2.state.*.tmp", false);
+  // Left by an agent that was killed in WriteOwn.
+  util::DeleteMatching(data_, L"Sendrix2.state.*.tmp");
   return Taken::kDone;
 }
 

@@ -1,4 +1,4 @@
-// The form in which documents travel.
+// Compresses documents for sending.
 #pragma once
 
 #include <string>
@@ -6,7 +6,8 @@
 
 namespace vantra::agent {
 
-// The same bytes for the same text, without a name or a time in them. Empty when there is no memory for it.
+// The text as one gzip member, without a file name or time, so the same text gives the same bytes. Empty on
+// failure.
 [[nodiscard]] std::string Gzip(std::string_view text);
 
 }  // namespace vantra::agent

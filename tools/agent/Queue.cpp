@@ -11,7 +11,7 @@ namespace {
 
 struct Place {
   std::string_view session;
-  // -1 for a document that is the only one of its session.
+  // -1 when the name has no index.
   int64_t index = -1;
 };
 
@@ -27,7 +27,7 @@ Place PlaceOf(std::string_view name) {
   return index < 0 ? Place{stem, -1} : Place{stem.substr(0, joint), index};
 }
 
-// A session keeps the turns that its documents have by age, and takes them in the order of its index.
+// Each session keeps the positions that its documents have by age, but fills them in the order of the index.
 void OrderSessions(std::vector<Document>& documents) {
   std::map<std::string, std::vector<size_t>, std::less<>> turns;
   for (size_t i = 0; i < documents.size(); ++i)

@@ -1,4 +1,4 @@
-// What to send next: the order of the documents that wait, and which go when there are too many.
+// Decides which document is sent next, and which are deleted when there are too many. Pure.
 #pragma once
 
 #include <cstdint>
@@ -17,11 +17,12 @@ struct Document {
   bool operator==(const Document&) const = default;
 };
 
-// Oldest first, the documents of one session in the order of their index. Those that are named as last follow
-// all others, in the order of their naming.
+// Sorts by age, oldest first, with each session's documents in the order of their index. Those named in last
+// come after all others, in the order of that list.
 void Order(std::vector<Document>& documents, std::span<const std::string> last);
 
-// How many of the documents, which are sorted oldest first, must go so that the rest fit into the bytes.
+// How many of the documents, sorted oldest first, must be deleted from the front so that the rest take up at
+// most this many bytes.
 [[nodiscard]] size_t CountSurplus(std::span<const Document> oldestFirst, uint64_t bytes);
 
 }  // namespace vantra::agent

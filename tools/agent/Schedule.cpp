@@ -13,10 +13,11 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// What a run waits at most for a server's sake; one that asks for more is asked by a later run.
+// The longest that a run waits because a server asks it to; for a longer wait it ends, and a later run tries
+// again.
 constexpr seconds kLongestInRun = std::chrono::minutes(1);
 
-// Takes a number of that many digits at most from the front of the text; -1 when there is none.
+// Removes a number of at most this many digits from the front of the text; -1 when there is none.
 int TakeNumber(std::string_view& text, size_t digits) {
   int number = -1;
   const char* const end =
@@ -33,9 +34,9 @@ int TakeMonth(std::string_view& text) {
   return static_cast<int>(at / 3) + 1;
 }
 
-// The three forms: Sun, 06 Nov 1994 08:49:37 GMT; Sunday, 06-Nov-94 08:49:37 GMT; Sun Nov  6 08:49:37 1994. A
-// letter of a form is a part of the date: w the day of the week, d, m, Y, y of two digits, H, N for minutes,
-// S. An underscore is a blank or two, and anything else stands for itself.
+// The three forms of HTTP dates: "Sun, 06 Nov 1994 08:49:37 GMT", "Sunday, 06-Nov-94 08:49:37 GMT" and "Sun
+// Nov  6 08:49:37 1994". Letters stand for: w day of the week, d day, m month, Y year, y two-digit year, H
+// hour, N minute, S second. '_' stands for one or two spaces, and anything else for itself.
 constexpr std::string_view kForms[] = {"w, d m Y H:N:S GMT", "w, d-m-y H:N:S GMT", "w m_d H:N:S Y"};
 
 std::optional<int64_t> ParseDate(std::string_view text, std::string_view form, int thisYear) {
@@ -89,7 +90,7 @@ std::optional<seconds> ParseRetryAfter(std::string_view text, int64_t now) {
 std::optional<milliseconds> PauseAfter(unsigned failures, const Settings& settings,
                                        std::optional<seconds> retryAfter, double random, seconds leftOfRun) {
   if (failures > settings.maxRetries) return {};
-  // A quarter more or less, so that the users of an office do not all come back at once.
+  // Varied by up to a quarter, so that the users of an office do not all come back at once.
   const auto interval = static_cast<double>(milliseconds(settings.retryInterval).count());
   milliseconds pause(static_cast<int64_t>(interval * (0.75 + random / 2)));
   if (retryAfter) {

@@ -1,4 +1,4 @@
-// When to try again. Times are seconds since 1970-01-01 UTC.
+// Decides when to try again. Times are in seconds since 1970-01-01 UTC. Pure.
 #pragma once
 
 #include <chrono>
@@ -10,15 +10,15 @@
 
 namespace vantra::agent {
 
-// What a server may ask for at most.
+// The longest wait that a server may ask for.
 constexpr std::chrono::seconds kLongestRetryAfter = std::chrono::hours(24);
 
-// How long a Retry-After, in seconds or as a date in any of the three forms of HTTP, asks to wait from now.
-// At most kLongestRetryAfter; nothing for what is neither.
+// The wait from now that a Retry-After header asks for, in seconds or as a date in any of HTTP's three forms;
+// at most kLongestRetryAfter. Empty when the text is neither.
 [[nodiscard]] std::optional<std::chrono::seconds> ParseRetryAfter(std::string_view text, int64_t now);
 
-// How long a run waits after its failures in a row before it repeats the last upload; nothing when it ends.
-// The random number is from 0 to 1.
+// The pause before the last upload is repeated, after this many failures in a row; empty when the run must
+// end. random lies between 0 and 1.
 [[nodiscard]] std::optional<std::chrono::milliseconds> PauseAfter(
     unsigned failures, const Settings& settings, std::optional<std::chrono::seconds> retryAfter,
     double random, std::chrono::seconds leftOfRun);

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view kSection = "settings";
 
-// What a mistyped number may at most be: a year of seconds, 30 TiB.
+// Larger numbers are taken as this one: a year in seconds, 30 TiB in MiB.
 constexpr uint64_t kMost = 31'536'000;
 
 uint64_t ReadNumber(const settings::ConfigMap& config, std::string_view key, uint64_t least,

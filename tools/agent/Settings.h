@@ -1,4 +1,4 @@
-// What the section [settings] of Sendrix2.cfg asks of the agent.
+// The section [settings] of Sendrix2.cfg.
 #pragma once
 
 #include <chrono>
@@ -14,16 +14,16 @@ namespace vantra::agent {
 struct Settings {
   std::string url;
   std::variant<Target, NoTarget> target;
-  // The value of that header; empty for none.
+  // Value of the Authorization header; empty for none.
   std::string authorization;
-  // Bytes that finished and refused documents may take.
+  // In bytes, for finished and refused documents together.
   uint64_t maxDiskSpace;
   std::chrono::seconds retryInterval;
-  // Repeats in a row before a run ends.
+  // The most repeats in a row; after one more failure the run ends.
   unsigned maxRetries;
 };
 
-// A number that cannot be read, and a disk space of 0, count as the default.
+// Numbers that cannot be read, and a disk space of 0, become the defaults.
 [[nodiscard]] Settings ReadSettings(const settings::ConfigMap& config);
 
 }  // namespace vantra::agent

@@ -87,7 +87,7 @@ bool Shift::WorkQueue() {
   return why_.empty();
 }
 
-// One that is too large for the memory there is fails alone.
+// A document too large for memory fails without ending the run.
 Taken Shift::Pack(const std::string& name, std::string& content, std::string& body) try {
   const Taken taken = folder_.Read(name, content);
   if (taken == Taken::kDone) body = Gzip(content);
@@ -96,7 +96,7 @@ Taken Shift::Pack(const std::string& name, std::string& content, std::string& bo
   return Taken::kFailed;
 }
 
-// Repeats until there is an answer for the document. False when the run ends.
+// Sends the document, repeating until there is an answer about it. False when the run ends.
 bool Shift::Send(const std::string& name) {
   for (;;) {
     if (!IsAllowed()) return Stop("the administrator forbids the recording of usage data");
@@ -162,7 +162,8 @@ void Shift::Skip(const std::string& name, Taken taken) {
   Log().Info(kWords[static_cast<size_t>(taken)], name);
 }
 
-// Books a document that the server has had, which may be there still: replaced meanwhile, or held.
+// Counts a document that the server has accepted or refused. Its file may still be there: replaced meanwhile,
+// or in use.
 void Shift::Settle(const std::string& name, Taken taken, size_t& count, std::string_view word) {
   failures_ = 0;
   state_.notBefore = 0;
@@ -177,7 +178,7 @@ bool Shift::Stop(std::string_view why) {
   return false;
 }
 
-// Without a configuration nobody has said what the documents may take.
+// Without a configuration there is no limit to enforce.
 void Shift::HoldBudget() {
   if (!hasConfig_ || !IsAllowed()) return;
   const size_t count = folder_.HoldBudget(settings_.maxDiskSpace);

@@ -1,5 +1,5 @@
-// The work of the one agent that holds the lock: the queue from its first document to its last, or to the
-// first reason to stop.
+// The work of the agent that holds the lock: it goes through the queue until the end or the first reason to
+// stop.
 #pragma once
 
 #include <chrono>
@@ -22,20 +22,21 @@ namespace vantra::agent {
 constexpr std::wstring_view kStateFile = L"Sendrix2.state";
 
 struct Counts {
-  size_t queued = 0;   // seen so far
+  size_t queued = 0;   // found so far
   size_t sent = 0;     // or moved
-  size_t refused = 0;  // by the server, and put aside
-  size_t skipped = 0;  // gone, in use, or not to be read
+  size_t refused = 0;  // by the server, and moved to the folder Refused
+  size_t skipped = 0;  // gone, in use or unreadable
 };
 
 struct Options {
-  // Send although the server has asked to wait.
+  // Sends even if the server has asked to wait or sending is switched off.
   bool isUrgent = false;
   // Called after each document.
   std::function<void(const Counts&)> progress = [](const Counts&) {};
 };
 
-// What a process has tried it leaves alone, unless it was written anew: names and times.
+// Names and times of the documents that this process has tried. It tries one again only if it was written
+// anew.
 using Tried = std::set<std::pair<std::string, uint64_t>>;
 
 class Shift {
@@ -45,13 +46,13 @@ class Shift {
   Shift(const Folder& folder, const Options& options, Counts& counts, Tried& tried, Clock::time_point end)
       : folder_(folder), options_(options), counts_(counts), tried_(tried), end_(end) {}
 
-  // False when documents wait for another run; Outcome tells why.
+  // False when documents wait for another run; Outcome says why.
   [[nodiscard]] bool Work();
 
-  // A sentence for people.
+  // A description for people.
   [[nodiscard]] const std::string& Outcome() const noexcept { return state_.outcome; }
 
-  // A thread is left behind in the platform: the process should end without waiting for it.
+  // Whether a thread is stuck in a platform call, so the process should end without waiting for it.
   [[nodiscard]] bool IsStuck() const noexcept { return upload_ && upload_->IsStuck(); }
 
  private:

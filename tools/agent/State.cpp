@@ -26,7 +26,7 @@ State ParseState(std::string_view text) {
               .last = {},
               .ended = ReadTime(map, "ended"),
               .outcome = settings::GetEntry(map, kSection, "outcome")};
-  // No file name has a bar.
+  // A bar cannot be part of a file name.
   const std::string last = settings::GetEntry(map, kSection, "last");
   for (std::string_view rest = last; !rest.empty();) {
     const size_t bar = std::min(rest.find('|'), rest.size());

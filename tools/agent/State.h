@@ -1,4 +1,4 @@
-// What the agent remembers from run to run: the text of its state file.
+// What the agent remembers between runs: the text of its state file. Pure.
 #pragma once
 
 #include <cstdint>
@@ -10,10 +10,10 @@ namespace vantra::agent {
 
 // Times are seconds since 1970-01-01 UTC, 0 for none.
 struct State {
-  // The url whose server asked not to be tried before that time.
+  // The url whose server asked not to be tried before notBefore.
   std::string url;
   int64_t notBefore = 0;
-  // Documents at which runs ended by a broken connection, the longest ago first.
+  // Documents whose upload ended a run with a broken connection, the oldest first.
   std::vector<std::string> last;
   // When the last run ended, and how.
   int64_t ended = 0;
@@ -22,7 +22,7 @@ struct State {
   bool operator==(const State&) const = default;
 };
 
-// Never fails: what cannot be read is forgotten.
+// Never fails: entries that cannot be read are ignored.
 [[nodiscard]] State ParseState(std::string_view text);
 [[nodiscard]] std::string FormatState(const State& state);
 

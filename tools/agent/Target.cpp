@@ -28,7 +28,7 @@ void AppendEncoded(std::string& out, char c) {
   out.append({'%', kDigits[byte >> 4], kDigits[byte & 15]});
 }
 
-// Nothing when a percent sign is not followed by two hexadecimal digits, or a control character comes out.
+// Empty when a '%' is not followed by two hexadecimal digits, or a control character results.
 std::optional<std::string> Decode(std::string_view text) {
   std::string decoded;
   for (size_t i = 0; i < text.size(); ++i) {
@@ -87,7 +87,7 @@ std::variant<Target, NoTarget> ParseServer(Scheme scheme, std::string_view rest)
     if (error != std::errc() || last != end || port == 0) return kBadHost;
     host = host.substr(0, colon);
   }
-  if (host.ends_with('.')) host.remove_suffix(1);  // no certificate has it
+  if (host.ends_with('.')) host.remove_suffix(1);  // certificates are issued without it
   if (!IsHost(host)) return kBadHost;
   if (std::string(".").append(util::ToLowerAscii(host)).ends_with(".example")) return kNoServer;
   if (scheme == Scheme::kHttp && !IsLoopback(host)) return kNotLoopback;

@@ -1,4 +1,4 @@
-// Where documents go: the url of the settings, and the name of a document below it.
+// Where documents are sent: the url of the settings, and a document's path below it. Pure.
 #pragma once
 
 #include <cstdint>
@@ -20,16 +20,16 @@ struct Target {
   std::string path;
 };
 
-// Why a url is no target, as a sentence for the log.
+// Why a url is not a target, as a sentence for the log.
 struct NoTarget {
   std::string_view why;
 };
 
-// https: to any server, http: to a loopback address, file:///C:/folder. Whatever is below .example names no
-// server.
+// Accepts https: to any server, http: to a loopback address, and file:///C:/folder. Servers below .example
+// are placeholders and are not accepted.
 [[nodiscard]] std::variant<Target, NoTarget> ParseTarget(std::string_view url);
 
-// The path of a document, whose name is UTF-8, on its server. Every byte that has a meaning in a url is
+// The path on the server of a document, whose name is UTF-8. Every byte with a meaning in urls is
 // percent-encoded, once.
 [[nodiscard]] std::string ObjectPath(const Target& target, std::string_view documentName);
 

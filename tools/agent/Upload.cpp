@@ -11,13 +11,13 @@
 namespace vantra::agent {
 namespace {
 
-// WinHTTP's own time-outs are for each step, and a server that drips keeps within them.
+// WinHTTP's own time-outs apply to each step: a server that sends byte by byte never exceeds them.
 constexpr DWORD kDeadlineMilliseconds = 60'000;
 constexpr DWORD kStepMilliseconds = 30'000;
-// Beyond it an answer costs the connection.
+// A longer answer is not read to its end, so its connection is closed.
 constexpr DWORD kMostAnswerBytes = 64 << 10;
 
-// Newer than the platform's header here.
+// Missing in the platform header used here.
 constexpr DWORD kTls12 = 0x800;
 constexpr DWORD kTls13 = 0x2000;
 
@@ -25,13 +25,13 @@ bool SetNumber(HINTERNET handle, DWORD option, DWORD number) noexcept {
   return Http().SetOption(handle, option, &number, sizeof number);
 }
 
-// Without a proxy's name there is none.
+// Without a proxy if its name is null.
 UniqueInternet OpenSession(const wchar_t* proxy, const wchar_t* bypass) {
   const DWORD access = proxy == nullptr ? WINHTTP_ACCESS_TYPE_NO_PROXY : WINHTTP_ACCESS_TYPE_NAMED_PROXY;
   return UniqueInternet(Http().Open(L"Sendrix2/" VANTRA_VERSION, access, proxy, bypass, 0));
 }
 
-// Frees what the platform has handed out.
+// Texts that the platform has allocated; freed on destruction.
 struct ProxyTexts {
   WINHTTP_CURRENT_USER_IE_PROXY_CONFIG user{};
   WINHTTP_PROXY_INFO found{};
@@ -43,8 +43,8 @@ struct ProxyTexts {
   }
 };
 
-// A session by the user's proxy: what his script or the network says about the url, else the one he names.
-// The given session serves to ask, and is the answer when there is none.
+// Opens a session with the user's proxy: the one that a configuration script or the network gives for the
+// url, else the configured one. Uses the given session for the query, and returns it when there is no proxy.
 UniqueInternet ByProxy(UniqueInternet session, const std::wstring& url) {
   ProxyTexts texts;
   if (!Http().GetIEProxyConfigForCurrentUser(&texts.user)) return session;
@@ -83,8 +83,8 @@ bool QueryNumber(HINTERNET request, DWORD header, DWORD& number) {
                              &number, &size, WINHTTP_NO_HEADER_INDEX);
 }
 
-// Reads the answer to its end, so that the connection can be used again. Returns 0 or the platform's error;
-// an answer that breaks off is one even where the platform says nothing.
+// Reads the answer to its end, so that the connection can be reused. Returns 0 or the platform's error; an
+// answer that breaks off is an error even if the platform reports none.
 DWORD Drain(HINTERNET request) {
   DWORD length = 0;
   if (!QueryNumber(request, WINHTTP_QUERY_CONTENT_LENGTH, length)) length = 0;
@@ -99,13 +99,13 @@ DWORD Drain(HINTERNET request) {
 
 }  // namespace
 
-// Used by one thread at a time; shared, so that it outlives a thread that is left behind.
+// Used by one thread at a time. Shared with that thread, which may outlive Upload.
 struct Upload::Connection {
   Target target;
   std::wstring headers;
   UniqueInternet session;
   UniqueInternet server;
-  // In the present request. The thread that waits for it may look at any time.
+  // For the current request; the waiting thread may read it at any time.
   std::atomic<bool> wasConnected;
 
   DWORD Open();
@@ -154,7 +154,7 @@ DWORD Upload::Connection::Exchange(const UniqueInternet& request, std::string& b
     return GetLastError();
   SetNumber(request.Get(), WINHTTP_OPTION_MAX_RESPONSE_HEADER_SIZE, kMostAnswerBytes);
   SetNumber(request.Get(), WINHTTP_OPTION_MAX_RESPONSE_DRAIN_SIZE, kMostAnswerBytes);
-  if (target.scheme == Scheme::kHttps)  // a server may ask for a certificate of ours, and gets none
+  if (target.scheme == Scheme::kHttps)  // sends no client certificate if the server asks for one
     Http().SetOption(request.Get(), WINHTTP_OPTION_CLIENT_CERT_CONTEXT, WINHTTP_NO_CLIENT_CERT_CONTEXT, 0);
   const auto size = static_cast<DWORD>(body.size());
   if (!Http().SendRequest(request.Get(), headers.c_str(), static_cast<DWORD>(headers.size()), body.data(),
@@ -163,14 +163,14 @@ DWORD Upload::Connection::Exchange(const UniqueInternet& request, std::string& b
     return GetLastError();
   DWORD status = 0;
   if (!QueryNumber(request.Get(), WINHTTP_QUERY_STATUS_CODE, status)) return GetLastError();
-  // A status without the rest is no answer yet.
+  // A status whose answer breaks off does not count.
   if (const DWORD error = Drain(request.Get()); error != 0) return error;
   reply.status = status;
   reply.retryAfter = QueryHeader(request.Get(), WINHTTP_QUERY_RETRY_AFTER);
   return 0;
 }
 
-// What the thread of a document works with. Shared, so that it outlives a wait that was given up.
+// The data of one upload, shared with its thread, which may outlive the wait.
 struct Upload::Call {
   std::shared_ptr<Connection> connection;
   std::wstring path;
@@ -188,7 +188,7 @@ Upload::Upload(const Target& target, std::string_view authorization)
 
 Upload::~Upload() = default;
 
-// A thread of the platform's own: those of the C++ runtime here can spin for ever as one ends and another
+// Runs on a platform thread: with this C++ runtime, a std::thread can spin for ever when one ends as another
 // begins.
 DWORD WINAPI Upload::Perform(void* argument) {
   const std::unique_ptr<std::shared_ptr<Call>> call(static_cast<std::shared_ptr<Call>*>(argument));
@@ -206,7 +206,7 @@ Reply Upload::Put(std::string_view documentName, std::string body) {
   auto argument = std::make_unique<std::shared_ptr<Call>>(call);
   const util::UniqueKernelObject thread(CreateThread(nullptr, 0, Perform, argument.get(), 0, nullptr));
   if (!thread) return {.error = GetLastError()};
-  static_cast<void>(argument.release());  // the thread's
+  static_cast<void>(argument.release());  // now owned by the thread
   if (WaitForSingleObject(thread.Get(), kDeadlineMilliseconds) == WAIT_OBJECT_0) return call->reply;
   isStuck_ = true;
   return {.error = ERROR_WINHTTP_TIMEOUT, .wasConnected = connection_->wasConnected};

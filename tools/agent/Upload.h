@@ -1,5 +1,5 @@
-// Sending over WinHTTP, the platform's own: its proxy, its certificates, TLS 1.2 or later, one connection
-// that is kept. No cookies, no redirects, no sign-on.
+// Sends documents over WinHTTP, with the platform's proxy and certificate settings, TLS 1.2 or later, and one
+// connection that is kept open. No cookies, redirects or sign-on.
 #pragma once
 
 #include <memory>
@@ -14,15 +14,15 @@ namespace vantra::agent {
 
 class Upload {
  public:
-  // Target is a server. Authorization is the value of that header, empty for none.
+  // The target must be a server. authorization is the value of the Authorization header, empty for none.
   Upload(const Target& target, std::string_view authorization);
   ~Upload();
 
-  // Puts the bytes in place under that name, and waits for the answer until the deadline at most. When the
-  // deadline passes, a thread stays behind in the platform's call, which nothing ends: see IsStuck.
+  // Uploads body under the document's name and waits for the answer, at most until a deadline of 60 s. After
+  // that a thread stays in the platform's call, which cannot be ended: see IsStuck.
   [[nodiscard]] Reply Put(std::string_view documentName, std::string body);
 
-  // Whether a deadline has passed. Nothing can be sent any more, and the process should end without waiting.
+  // Whether a deadline has passed. Then nothing more can be sent, and the process should end without waiting.
   [[nodiscard]] bool IsStuck() const noexcept { return isStuck_; }
 
  private:

@@ -1,7 +1,8 @@
-// The platform's HTTP client. It is not imported: the loader would look for it beside the agent first.
+// WinHTTP, the platform's HTTP client. Loaded rather than imported: the loader would look for an import
+// beside the agent first.
 #pragma once
 
-// The platform's header needs what the first one includes.
+// winhttp.h needs the headers that SystemModule.h includes.
 // clang-format off
 #include "util/SystemModule.h"
 #include <winhttp.h>
@@ -9,7 +10,7 @@
 
 namespace vantra::agent {
 
-// Its functions, without the WinHttp of their names; null should the platform lack one.
+// WinHTTP's functions, without the WinHttp of their names; null when the platform lacks one.
 struct WinHttp {
   const util::SystemModule module{L"winhttp.dll"};
 

@@ -1,8 +1,8 @@
-// Sendrix2.exe: the transport agent. Sends what the library has finished in the user's Logs folder to the
-// server that Sendrix2.cfg names. Its own log tells what it did; without arguments it says nothing.
+// Sendrix2.exe, the transport agent: sends the finished documents of the user's Logs folder to the server
+// that Sendrix2.cfg names. It reports to its own log, and on the console only if given arguments.
 //
-// Exit code: 0 when nothing waits but what is in use, or another agent is at work; 1 when documents wait; 2
-// when the folders cannot be used, or the arguments are wrong.
+// Exit code: 0 when nothing waits but documents in use, or another agent is at work; 1 when documents wait; 2
+// when the folders cannot be used or the arguments are wrong.
 #include <io.h>
 
 #include <algorithm>
@@ -34,7 +34,7 @@ constexpr const char* kUsage =
     "  send     send now, and tell how it goes\n"
     "  --help   this text\n";
 
-std::string At(int64_t seconds) { return std::string(util::TimeStamp(seconds).Text().text); }
+std::string At(int64_t seconds) { return std::string(util::TimeStamp(seconds).Text().View()); }
 
 std::string Describe(const std::vector<Document>& documents) {
   uint64_t bytes = 0;
@@ -44,7 +44,7 @@ std::string Describe(const std::vector<Document>& documents) {
          std::to_string((bytes + 1023) / 1024) + " KiB";
 }
 
-// What was done so far, and on a terminal each step of it.
+// Prints the outcome and, on a terminal, the progress.
 class Terminal {
  public:
   void Show(const Counts& counts) const {
@@ -89,7 +89,7 @@ bool HasNew(const std::vector<Document>& documents, const Tried& tried) {
   });
 }
 
-// Says how it goes when there is somebody to read it.
+// Sends what waits; reports on the terminal, if given one.
 int Run(const Terminal* terminal) {
   const auto end = Shift::Clock::now() + kLongestRun;
   bool isStuck = false;
@@ -122,8 +122,8 @@ int Run(const Terminal* terminal) {
     const bool isDone = shift.Work();
     isStuck |= shift.IsStuck();
     lock.Reset();
-    // An agent that was started meanwhile has ended at the lock, and its document was there before. So the
-    // last look comes after the lock is free.
+    // An agent that was started meanwhile found the lock held and ended, so its document would wait: look
+    // once more after the lock is released.
     if (isDone && HasNew(folder.ListFinished(), tried)) {
       Sleep(100);
       continue;

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// What the demo's Sendrix2.cfg names.
+// The folder that the demo's Sendrix2.cfg names.
 constexpr std::wstring_view kOutbox = L"C:\\Users\\Public\\Vantra Demo";
 
 fs::path AgentFolder() {
@@ -33,7 +33,7 @@ fs::path OutboxFolder() { return kOutbox; }
 
 std::vector<fs::path> ListDocuments(std::wstring_view prefix) {
   std::vector<fs::path> documents;
-  // Logs first: a document that moves meanwhile is then seen again in Outbox, and never missed.
+  // Logs comes first: a document that is moved meanwhile is then found again in Outbox, and never missed.
   for (const fs::path& folder : {LogsFolder(), OutboxFolder()}) {
     std::error_code error;
     for (fs::directory_iterator it(folder, error); !error && it != fs::directory_iterator();

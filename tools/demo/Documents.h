@@ -1,4 +1,4 @@
-// The usage documents that Vantra has finished: where they lie, and what is in them.
+// The usage documents that Vantra has finished: where they are, and their content.
 #pragma once
 
 #include <chrono>
@@ -8,14 +8,15 @@
 #include <string_view>
 #include <vector>
 
-// Where Vantra writes, and where the agent, by the demo's Sendrix2.cfg, puts what it has collected.
+// The folder that Vantra writes to, and the one that the agent moves documents into, as the demo's
+// Sendrix2.cfg asks.
 std::filesystem::path LogsFolder();
 std::filesystem::path OutboxFolder();
 
-// The finished documents in both folders whose names begin with the prefix.
+// The finished documents in both folders whose names begin with the prefix, by name.
 std::vector<std::filesystem::path> ListDocuments(std::wstring_view prefix);
 
-// Those among them that were not there before. Leaves the agent the given time to collect them from Logs.
+// The documents that are not in before. Waits up to agentTime for the agent to collect them from Logs.
 std::vector<std::filesystem::path> WaitForNewDocuments(std::wstring_view prefix,
                                                        const std::vector<std::filesystem::path>& before,
                                                        std::chrono::milliseconds agentTime);
@@ -25,5 +26,5 @@ struct DocumentText {
   bool wasObfuscated;
 };
 
-// Follows a document that has moved to Outbox since it was listed. Nothing when it cannot be read.
+// Reads a document, even if it has moved to Outbox since it was listed. Empty when it cannot be read.
 std::optional<DocumentText> ReadDocument(const std::filesystem::path& document);

@@ -12,35 +12,35 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Language {
-  std::string_view name;
+struct KnownFiles {
+  events::Language language;
   std::wstring_view files;  // extensions and whole names in lower case, each between blanks
 };
 
-constexpr Language kLanguages[] = {
-    {"Assembly", L" .asm .s "},
-    {"C", L" .c "},
-    {"C#", L" .cs "},
-    {"C++", L" .cc .cpp .cxx "},
-    {"C/C++ header", L" .h .hh .hpp "},
-    {"CMake", L" .cmake cmakelists.txt "},
-    {"CSS", L" .css "},
-    {"Go", L" .go "},
-    {"HTML", L" .htm .html "},
-    {"Java", L" .java "},
-    {"JavaScript", L" .js .mjs "},
-    {"JSON", L" .json "},
-    {"Make", L" .mk makefile "},
-    {"Markdown", L" .md "},
-    {"Python", L" .py "},
-    {"Resource", L" .rc "},
-    {"Rust", L" .rs "},
-    {"Shell", L" .sh "},
-    {"SQL", L" .sql "},
-    {"Text", L" .txt "},
-    {"TypeScript", L" .ts "},
-    {"XML", L" .xml .xsd .admx .adml "},
-    {"YAML", L" .yaml .yml .clang-format .clang-tidy "},
+constexpr KnownFiles kLanguages[] = {
+    {events::Language::kAssembly, L" .asm .s "},
+    {events::Language::kC, L" .c "},
+    {events::Language::kCSharp, L" .cs "},
+    {events::Language::kCpp, L" .cc .cpp .cxx "},
+    {events::Language::kHeader, L" .h .hh .hpp "},
+    {events::Language::kCMakeFile, L" .cmake cmakelists.txt "},
+    {events::Language::kCss, L" .css "},
+    {events::Language::kGo, L" .go "},
+    {events::Language::kHtml, L" .htm .html "},
+    {events::Language::kJava, L" .java "},
+    {events::Language::kJavascript, L" .js .mjs "},
+    {events::Language::kJson, L" .json "},
+    {events::Language::kMake, L" .mk makefile "},
+    {events::Language::kMarkdown, L" .md "},
+    {events::Language::kPython, L" .py "},
+    {events::Language::kResource, L" .rc "},
+    {events::Language::kRust, L" .rs "},
+    {events::Language::kShell, L" .sh "},
+    {events::Language::kSql, L" .sql "},
+    {events::Language::kText, L" .txt "},
+    {events::Language::kTypescript, L" .ts "},
+    {events::Language::kXml, L" .xml .xsd .admx .adml "},
+    {events::Language::kYaml, L" .yaml .yml .clang-format .clang-tidy "},
 };
 
 constexpr std::wstring_view kSkippedFolders = L" .git .hg .svn build node_modules out ";
@@ -50,15 +50,15 @@ bool Lists(std::wstring_view list, std::wstring name) {
   return !name.empty() && list.find(L' ' + name + L' ') != list.npos;
 }
 
-std::string_view LanguageOf(const fs::path& file) {
+events::Language LanguageOf(const fs::path& file) {
   const std::wstring name = file.filename().native();
   const std::wstring extension = name.substr(std::min(name.rfind(L'.'), name.size()));
   for (const std::wstring& key : {name, extension}) {
     const auto* const language =
-        std::ranges::find_if(kLanguages, [&](const Language& row) { return Lists(row.files, key); });
-    if (language != std::end(kLanguages)) return language->name;
+        std::ranges::find_if(kLanguages, [&](const KnownFiles& row) { return Lists(row.files, key); });
+    if (language != std::end(kLanguages)) return language->language;
   }
-  return "Other";
+  return events::Language::kOther;
 }
 
 bool IsSkipped(const fs::path& folder) {
@@ -68,7 +68,7 @@ bool IsSkipped(const fs::path& folder) {
   return isLink || Lists(kSkippedFolders, folder.filename().native());
 }
 
-// A file that holds a NUL is no text: its language is "Binary" and it has no lines.
+// A file with a NUL byte is not text: its language becomes "Binary", and it has no lines.
 bool CountFile(const fs::path& path, CountedFile& file) {
   std::ifstream stream(path, std::ios::binary);
   std::array<char, 16384> piece;
@@ -82,7 +82,7 @@ bool CountFile(const fs::path& path, CountedFile& file) {
   while (stream.read(piece.data(), piece.size()), stream.gcount() > 0) {
     const std::string_view text(piece.data(), static_cast<size_t>(stream.gcount()));
     file.counts.bytes += text.size();
-    if (text.find('\0') != text.npos) file.language = "Binary";
+    if (text.find('\0') != text.npos) file.language = events::Language::kBinary;
     for (const char c : text) {
       if (c == '\n') {
         endLine();
@@ -93,13 +93,13 @@ bool CountFile(const fs::path& path, CountedFile& file) {
     }
   }
   if (!isLineEmpty) endLine();
-  if (file.language == "Binary") file.counts.lines = file.counts.blankLines = 0;
+  if (file.language == events::Language::kBinary) file.counts.lines = file.counts.blankLines = 0;
   file.counts.files = 1;
   return stream.eof() && !stream.bad();
 }
 
-// The names in a folder, sorted. The C runtime lists another folder when a path is too long, so such a path
-// counts as one that cannot be listed.
+// The entries of a folder, sorted. The C runtime lists a different folder when a path is too long, so such a
+// path counts as unreadable.
 std::vector<fs::directory_entry> List(const fs::path& folder, std::error_code& error) {
   if (folder.native().size() + 2 >= MAX_PATH) error = std::make_error_code(std::errc::filename_too_long);
   std::vector<fs::directory_entry> entries;

@@ -5,7 +5,8 @@
 #include <filesystem>
 #include <functional>
 #include <string>
-#include <string_view>
+
+#include "events.hpp"
 
 struct Counts {
   uint64_t files = 0;
@@ -18,14 +19,14 @@ struct Counts {
 
 struct CountedFile {
   std::string path;  // from the folder on, in UTF-8
-  std::string_view language;
+  events::Language language;
   bool isReadable;  // a folder that cannot be listed is told as a file that cannot be read
   Counts counts;
 };
 
-// Tells each file below the folder, in the order of the names. Folders of version control and of builds, and
-// links to folders, are passed over. False when the folder itself cannot be listed.
+// Calls tell for each file below the folder, in the order of the names. Skips folders of version control and
+// of builds, and links to folders. False when the folder itself cannot be listed.
 bool CountFiles(const std::filesystem::path& folder, const std::function<void(const CountedFile&)>& tell);
 
-// What no UTF-8 can say becomes U+FFFD.
+// Converts a path to UTF-8; what cannot be converted becomes U+FFFD.
 std::string ToUtf8(const std::filesystem::path& path);

@@ -50,10 +50,10 @@ void Summary::Add(const CountedFile& file) {
 }
 
 void PrintSummary(const Summary& summary) {
-  std::vector<std::pair<std::string_view, Counts>> rows(summary.byLanguage.begin(), summary.byLanguage.end());
+  std::vector<std::pair<events::Language, Counts>> rows(summary.byLanguage.begin(), summary.byLanguage.end());
   std::ranges::stable_sort(rows, std::greater(), [](const auto& row) { return row.second.bytes; });
   std::cout << "\nLanguage           Files       Lines       Blank          Bytes\n";
-  for (const auto& [language, counts] : rows) PrintRow(language, counts);
+  for (const auto& [language, counts] : rows) PrintRow(language.RecordedText(), counts);
   PrintRow("Total", summary.total);
   for (const std::string& path : summary.unreadable) std::cout << "Not readable: " << path << '\n';
 }

@@ -1,4 +1,4 @@
-// What the demo tells its user.
+// What the demo prints.
 #pragma once
 
 #include <filesystem>
@@ -10,18 +10,18 @@
 #include "LineCounter.h"
 
 struct Summary {
-  std::map<std::string_view, Counts> byLanguage;
+  std::map<events::Language, Counts> byLanguage;
   Counts total;
   std::vector<std::string> unreadable;
 
   void Add(const CountedFile& file);
 };
 
-// A table, the largest language first, and the files that could not be read.
+// Prints a table, the largest language first, and the files that could not be read.
 void PrintSummary(const Summary& summary);
 
-// Where the documents of the run lie, and the first and last records of the first one.
+// Prints where the run's documents are, and the first and last records of the first one.
 void PrintDocuments(const std::vector<std::filesystem::path>& documents);
 
-// Why there is no document, and where to learn more.
+// Prints why there is no document, and how to find out more.
 void PrintNotRecorded(std::string_view reason);

@@ -10,17 +10,11 @@
 
 #include "Documents.h"
 #include "LineCounter.h"
-#include "Recorder.h"
 #include "Report.h"
+#include "events.hpp"
 
 namespace {
 
-constexpr Recorder::Product kProduct = {.usageKey = "VantraDemo",
-                                        .family = "Vantra",
-                                        .name = "Demo",
-                                        .version = DEMO_VERSION,
-                                        .build = DEMO_BUILD,
-                                        .language = "en-US"};
 constexpr std::wstring_view kDocumentPrefix = L"ulog_Vantra_Demo_";
 constexpr std::chrono::milliseconds kAgentTime{2000};
 
@@ -49,57 +43,65 @@ std::optional<bool> AskUser() {
 }
 
 // What the command line says, else the choice made earlier, else what the user says now.
-void SettleConsent(Recorder& recorder, const std::string& option) {
-  if (option.empty() && recorder.Consent()) return;
+void SettleConsent(const vantra::Library& library, const std::string& option) {
+  if (option.empty() && library.GetOptIn() != vantra::OptIn::kNoChoice) return;
   const std::optional<bool> answer = option.empty() ? AskUser() : ParseAnswer(option);
-  if (answer && !recorder.SetConsent(*answer)) std::cout << "Your answer could not be stored.\n";
+  if (!answer) return;
+  if (!library.SetOptIn(*answer ? vantra::OptIn::kIn : vantra::OptIn::kOut))
+    std::cout << "Your answer could not be stored.\n";
 }
 
-std::string Text(uint64_t number) { return std::to_string(number); }
-
-void RecordFile(Recorder& recorder, const CountedFile& file) {
-  const std::string language(file.language);
-  recorder.Event("File", language.c_str(), file.isReadable ? "Counted" : "Unreadable", file.path);
-  if (!file.isReadable) return;
-  recorder.Group("File", language.c_str(), "Counts", file.path,
-                 {{"Lines", Text(file.counts.lines)},
-                  {"BlankLines", Text(file.counts.blankLines)},
-                  {"Bytes", Text(file.counts.bytes)}});
+// All that is recorded is declared in events.toml, and recorded by functions that the build makes of it.
+void RecordFile(const vantra::Session& session, const CountedFile& file) {
+  if (!file.isReadable) return static_cast<void>(events::file_unreadable(session, file.language, file.path));
+  events::file_counted(session, file.language, file.path);
+  events::file_counts(session, file.language, file.path)
+      .lines(file.counts.lines)
+      .blank_lines(file.counts.blankLines)
+      .bytes(file.counts.bytes);
 }
 
-void RecordSummary(Recorder& recorder, const Summary& summary) {
+void RecordSummary(const vantra::Session& session, const Summary& summary) {
   for (const auto& [language, counts] : summary.byLanguage) {
-    recorder.Group("Language", std::string(language).c_str(), "Totals", "",
-                   {{"Files", Text(counts.files)},
-                    {"Lines", Text(counts.lines)},
-                    {"BlankLines", Text(counts.blankLines)},
-                    {"Bytes", Text(counts.bytes)}});
+    events::language_totals(session, language)
+        .files(counts.files)
+        .lines(counts.lines)
+        .blank_lines(counts.blankLines)
+        .bytes(counts.bytes);
   }
-  recorder.Add("Files", Text(summary.total.files));
-  recorder.Add("UnreadableFiles", Text(summary.unreadable.size()));
+  events::session_files(session, summary.total.files);
+  events::session_unreadable_files(session, summary.unreadable.size());
 }
 
 int CountAndRecord(const std::filesystem::path& folder, const std::string& consentOption) {
-  Recorder recorder(kProduct);
-  SettleConsent(recorder, consentOption);
+  const vantra::Library library;
+  library.Initialize(events::kProductUsageKey, vantra::CrashHandling::kOn);
+  SettleConsent(library, consentOption);
   const std::vector<std::filesystem::path> before = ListDocuments(kDocumentPrefix);
   // The agent makes the Logs folder on its first start; without it every record would be dropped.
   std::error_code error;
   const bool hasLogs = std::filesystem::is_directory(LogsFolder(), error);
-  const bool isRecording = hasLogs && recorder.Start();
+  vantra::Session session;
+  if (hasLogs) {
+    session = library.StartSession({.family = events::kProductFamily,
+                                    .name = events::kProductName,
+                                    .version = DEMO_VERSION,
+                                    .build = DEMO_BUILD,
+                                    .language = "en-US"});
+  }
 
   Summary summary;
   const bool isCounted = CountFiles(folder, [&](const CountedFile& file) {
     summary.Add(file);
-    RecordFile(recorder, file);
+    RecordFile(session, file);
   });
-  RecordSummary(recorder, summary);
-  recorder.Close();
+  RecordSummary(session, summary);
+  const bool isRecording = session.Close();
 
   PrintSummary(summary);
   if (isRecording) {
     PrintDocuments(WaitForNewDocuments(kDocumentPrefix, before, kAgentTime));
-  } else if (!recorder.Consent().value_or(false)) {
+  } else if (library.GetOptIn() != vantra::OptIn::kIn) {
     PrintNotRecorded("This run was not recorded, as you have not agreed to it; --consent yes would.");
   } else if (!hasLogs) {
     PrintNotRecorded("This run was not recorded: no Logs folder. Sendrix2.exe makes it; start it once.");
@@ -114,7 +116,7 @@ int CountAndRecord(const std::filesystem::path& folder, const std::string& conse
 
 int wmain(int argc, wchar_t** argv) {
   SetConsoleOutputCP(CP_UTF8);
-  // In UTF-8, and the last one first, as the parser takes them.
+  // In UTF-8, in reverse order, as the parser expects.
   std::vector<std::string> arguments;
   for (int i = argc - 1; i > 0; --i) arguments.push_back(ToUtf8(argv[i]));
 

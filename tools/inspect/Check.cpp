@@ -1,8 +1,9 @@
-// check: documents held against the format, record by record.
+// check: checks documents against the format, record by record.
 #include <atomic>
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "Entries.h"
 #include "Output.h"
 #include "Verb.h"
 #include "Workers.h"
@@ -26,16 +27,25 @@ struct Counts {
   std::atomic<bool> isAllReadable = true;
 };
 
+// ", expected 37, found 35".
+std::string WordsOf(const Finding& finding) {
+  std::string words;
+  if (!finding.expected.empty()) words.append(", expected ").append(finding.expected);
+  if (!finding.found.empty()) words.append(", found ").append(Visible(finding.found));
+  return words;
+}
+
 std::string LineOf(const std::string& path, const Finding& finding, bool isJson) {
   const reader::RuleText rule = TextOf(finding.rule);
   if (!isJson) {
-    return std::string(path)
+    return Visible(path)
         .append(":")
         .append(std::to_string(finding.offset))
         .append(": ")
         .append(rule.name)
         .append(": ")
         .append(rule.sentence)
+        .append(WordsOf(finding))
         .append("\n");
   }
   nlohmann::ordered_json json;
@@ -43,17 +53,18 @@ std::string LineOf(const std::string& path, const Finding& finding, bool isJson)
   json["offset"] = finding.offset;
   json["rule"] = rule.name;
   json["message"] = rule.sentence;
+  if (!finding.expected.empty()) json["expected"] = finding.expected;
+  if (!finding.found.empty()) json["found"] = finding.found;
   return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
-class Worker {
+class Checking final : public Worker {
  public:
-  Worker(const reader::Sessions& sessions, bool isJson, Counts& counts)
-      : sessions_(sessions), isJson_(isJson), counts_(counts) {}
+  Checking(bool isJson, Counts& counts) : isJson_(isJson), counts_(counts) {}
 
-  void operator()(size_t index, Writer& writer) {
+  void Work(const reader::Session& session, Writer& writer) override {
     checker_.Reset();
-    for (const Document& document : sessions_[index].documents) Check(document, writer);
+    for (const Document& document : session.documents) Check(document, writer);
   }
 
  private:
@@ -73,7 +84,6 @@ class Worker {
     writer.Room().Say(Unreadable(path_, error));
   }
 
-  const reader::Sessions& sessions_;
   bool isJson_;
   Counts& counts_;
   reader::DocumentReader reader_;
@@ -83,19 +93,14 @@ class Worker {
 };
 
 int RunCheck(Options& options) {
-  const reader::Sessions sessions = options.inputs.Find();
+  reader::Sessions sessions = options.inputs.Find();
   Counts counts;
   Output output;
-  WorkOn(
-      sessions.Count(), options.threads.Count(),
-      [&] {
-        const auto worker = std::make_shared<Worker>(sessions, options.isJson, counts);
-        return [worker](size_t session, Writer& writer) { (*worker)(session, writer); };
-      },
-      [&](const Page& page) {
-        output.Write(page.Text());
-        for (const std::string& sentence : page.sentences) Say(sentence);
-      });
+  const auto makeWorker = [&] { return std::make_unique<Checking>(options.isJson, counts); };
+  WorkOn(sessions, options.threads.Count(), makeWorker, [&](const Page& page) {
+    output.Write(page.Text());
+    page.SaySentences();
+  });
   if (!options.isJson) {
     Say(Counted(sessions.DocumentCount(), "document") + " checked, " + Counted(counts.findings, "finding"));
   }

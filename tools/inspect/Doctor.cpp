@@ -1,4 +1,4 @@
-// doctor: why a host records nothing on this machine.
+// doctor: finds out why a host records nothing on this machine.
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
@@ -43,7 +43,7 @@ std::string TextOf(const Gate& gate) {
   return text;
 }
 
-// What the gates come to: the first that refuses is the one that the library names.
+// The conclusion. The library reports the first gate that refuses.
 std::string Conclude(const std::vector<Gate>& gates) {
   const auto refusal = std::ranges::find(gates, Verdict::Refuses, &Gate::verdict);
   if (refusal != gates.end()) {

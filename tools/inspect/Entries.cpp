@@ -11,12 +11,12 @@ namespace {
 
 using reader::Record;
 
-// Bounds of what is kept of a session, however many groups and values it has.
+// Limits to what is kept of a session, however many groups and values it has.
 constexpr size_t kMostGroups = 16'384;
 constexpr size_t kMostValues = 1'000;
 constexpr size_t kLongestLabel = 128;
 
-constexpr size_t kLabels = 36;  // where they begin in a line
+constexpr size_t kLabels = 36;  // their column in a line
 
 constexpr std::array<std::string_view, 7> kKinds = {"start", "resume", "group", "values",
                                                     "event", "split",  "end"};
@@ -36,7 +36,7 @@ Entry::Kind KindOf(reader::Kind kind) noexcept {
   return kOf[static_cast<size_t>(kind)];
 }
 
-// A character that a terminal obeys, or that turns the order of reading: its size, else zero.
+// The size of a character that controls a terminal or changes the reading order; zero for any other.
 size_t SizeOfInvisible(std::string_view text) noexcept {
   const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
   if (byte(0) < ' ' || byte(0) == 0x7F) return 1;
@@ -73,7 +73,7 @@ nlohmann::json OrNull(std::string_view text) {
 }  // namespace
 
 bool Matches(std::string_view text, std::string_view pattern) noexcept {
-  // Where to go on when what follows the last '*' does not fit.
+  // Where to continue if the text after the last '*' does not match.
   size_t retryText = 0;
   size_t retryPattern = std::string_view::npos;
   size_t t = 0;

@@ -1,4 +1,4 @@
-// Records of a session as a person reads them: each group with the values that follow it. Pure.
+// A session's records as entries for reading: each group with the values that follow it. Pure.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@
 
 namespace vantra::inspect {
 
-// Texts are the host's, in UTF-8; empty where a record has none.
+// The host's texts, in UTF-8; empty where a record has none.
 struct EntryLabels {
   std::string category, subcategory, name;
 };
@@ -26,12 +26,12 @@ struct Entry {
   int32_t group = 0;
   std::string time;
   std::string doc;     // empty without a document
-  EntryLabels labels;  // of Group and Event; of Values those of the group that they belong to, if known
+  EntryLabels labels;  // of Group and Event; for Values those of their group, if known
   std::vector<std::pair<std::string, std::string>> values;  // of Group and Values
 };
 
-// Which entries are wanted: all, or those that meet every condition given. Patterns may hold '*' and are
-// compared without regard to ASCII case. Times are beginnings of 2026-11-24T22:02:41Z.
+// Selects the entries that meet every condition given; all, if none is. Patterns may hold '*', and match
+// without regard to ASCII case. Times are prefixes of the form 2026-11-24T22:02:41Z.
 struct EntryFilter {
   std::string event, category, since, until;
 
@@ -43,23 +43,23 @@ struct EntryFilter {
 
 [[nodiscard]] bool Matches(std::string_view text, std::string_view pattern) noexcept;
 
-// Whether the text is the beginning of a time, at least a year long.
+// Whether the text is a prefix of a time, with at least the year.
 [[nodiscard]] bool IsTimeBeginning(std::string_view text) noexcept;
 
-// Folds values into the entry of their group. One for each session.
+// Combines values with the entry of their group. Use one object for each session.
 class EntryFolder {
  public:
   using Take = std::function<void(const Entry&)>;
-  // Told beside the text of a record that is wanted, in the order of the records.
+  // If given, receives the text of each selected record, in order, instead of Take.
   using TakeRaw = std::function<void(std::string_view record)>;
 
   EntryFolder(const EntryFilter& filter, Take take, TakeRaw takeRaw = {})
       : filter_(filter), take_(std::move(take)), takeRaw_(std::move(takeRaw)) {}
 
   void Add(const reader::Record& record);
-  // Hands on what was kept for values that might have followed.
+  // Passes on the entry kept back for further values.
   void Flush();
-  // Begins with another numbering of groups, that of a crash document.
+  // Forgets the groups: a crash document numbers its own.
   void ForgetGroups() { groups_.clear(); }
 
  private:
@@ -73,12 +73,12 @@ class EntryFolder {
   std::unordered_map<int32_t, EntryLabels> groups_;
 };
 
-// For a terminal: what would move the cursor or the reading order is written as \x1b.
+// For terminals: writes characters that would move the cursor or change the reading order as \x1b and so on.
 [[nodiscard]] std::string Visible(std::string_view text);
 
-// A line, and one for each value. Values alone when they go on with the entry before.
+// One line, and one more for each value; only the values when they continue the entry before.
 [[nodiscard]] std::string TextOf(const Entry& entry, bool isContinued);
-// An object and a line feed. The session is that of the entry.
+// One JSON object and a line feed. session is the entry's session.
 [[nodiscard]] std::string JsonOf(const Entry& entry, std::string_view session);
 
 }  // namespace vantra::inspect

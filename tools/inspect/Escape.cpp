@@ -6,8 +6,7 @@
 #include <cstring>
 
 #include "reader/Text.h"
-#include "session/FreeText.h"
-#include "util/Blocks.h"
+#include "util/ByteScans.h"
 
 namespace vantra::inspect {
 namespace {
@@ -16,7 +15,7 @@ using util::kBlock;
 using util::LoadWholeBlock;
 using util::StoreBlock;
 
-// What an ASCII character becomes.
+// The escaped form of an ASCII character.
 struct Escaped {
   char text[7];
   uint8_t size;
@@ -56,7 +55,7 @@ char* Put(char* at, const Escaped& escaped) noexcept {
   return at + escaped.size;
 }
 
-// A run of references, of which much text of some kinds consists.
+// Writes a run of references, which are frequent in some texts.
 template <Escaping kEscaping>
 char* PutReferences(char* at, const char*& from) noexcept {
   for (char c = reader::ReadReference(from); c != '\0'; c = reader::ReadReference(from)) {
@@ -82,10 +81,10 @@ char* PutEscaped(char* at, std::string_view text, bool hasReferences) noexcept {
   const char* from = text.data();
   const char* const end = from + text.size();
   while (from < end) {
-    const __m128i block = LoadWholeBlock(from);
+    const util::Block block = LoadWholeBlock(from);
     StoreBlock(at, block);
     const auto plain =
-        static_cast<ptrdiff_t>(std::countr_zero(session::FindUnordinary(block) | 1U << kBlock));
+        static_cast<ptrdiff_t>(std::countr_zero(util::Find<reader::Unordinary>(block) | 1U << kBlock));
     if (plain >= end - from) return at + (end - from);
     at += plain;
     from += plain;

@@ -1,20 +1,21 @@
-// Texts of documents as the inside of JSON strings and of quoted CSV fields, written where there is room for
-// them: a text grows at most six times, and up to a block more is written behind it.
+// Writes texts of documents as the contents of JSON strings and quoted CSV fields. The caller provides room:
+// a text grows at most six times, and up to one block more is written after it.
 //
-// Texts must be followed by reader::kPadding bytes that can be read. Bytes that are no UTF-8 become U+FFFD.
+// Texts must be followed by reader::kPadding readable bytes. Bytes that are not UTF-8 become U+FFFD.
 #pragma once
 
 #include <string_view>
 
 namespace vantra::inspect {
 
-// What is done with each character that has to be looked at.
+// How special characters are escaped.
 enum class Escaping : bool {
   Json,
-  Csv,  // quotes are doubled; control characters but tabs and line breaks are written as JSON would
+  Csv,  // quotes are doubled; control characters except tabs and line breaks are escaped as in JSON
 };
 
-// With references resolved, as in free text, or not.
+// Writes the text and returns the position after it. hasReferences says whether to resolve references, as in
+// free text.
 template <Escaping kEscaping>
 [[nodiscard]] char* PutEscaped(char* at, std::string_view text, bool hasReferences) noexcept;
 

@@ -1,9 +1,10 @@
-// export: a row a record, as NDJSON or CSV.
+// export: writes a row for each record, as NDJSON or CSV.
 #include <atomic>
 #include <chrono>
 #include <optional>
 #include <set>
 
+#include "Entries.h"
 #include "Output.h"
 #include "Rows.h"
 #include "Verb.h"
@@ -34,22 +35,18 @@ struct Counts {
   std::atomic<bool> isAllReadable = true;
 };
 
-class Worker {
+class Exporting final : public Worker {
  public:
-  Worker(const reader::Sessions& sessions, const Options& options, Counts& counts)
-      : sessions_(sessions),
-        isPartitioned_(options.isPartitioned),
-        rows_(MakeRowWriter(options.format)),
-        counts_(counts) {}
+  Exporting(const Options& options, Counts& counts)
+      : isPartitioned_(options.isPartitioned), rows_(MakeRowWriter(options.format)), counts_(counts) {}
 
-  void operator()(size_t index, Writer& writer) {
-    const reader::Session session = sessions_[index];
+  void Work(const reader::Session& session, Writer& writer) override {
     known_ = {};
     for (const Document& document : session.documents) {
       if (!document.isCopy) {
         Export(session, document, writer);
       } else {
-        writer.Room().Say("left out, as it has the name of a document before: " + document.Path());
+        writer.Room().Say("left out, as it has the name of a document before: " + Visible(document.Path()));
       }
       ++counts_.documents;
     }
@@ -79,14 +76,14 @@ class Worker {
         ++rows;
       } else if (piece == Piece::Malformed) {
         ++counts_.malformed;
-        writer.Room().Say(path_ + ":" + std::to_string(reader_.Offset()) +
+        writer.Room().Say(Visible(path_) + ":" + std::to_string(reader_.Offset()) +
                           ": left out: " + std::string(TextOf(reader_.Fault()).sentence));
       }
     }
     counts_.rows += rows;
   }
 
-  // What a document that does not tell for itself can be told by the others of its session.
+  // The facts that other documents of the session hold, for a document without its own.
   static Facts FactsOfOthers(const reader::Session& session, const Document& asking) {
     Facts facts;
     reader::DocumentReader other;
@@ -108,7 +105,6 @@ class Worker {
 
   static constexpr size_t kDaySize = 10;
 
-  const reader::Sessions& sessions_;
   bool isPartitioned_;
   std::unique_ptr<RowWriter> rows_;
   Counts& counts_;
@@ -118,7 +114,7 @@ class Worker {
   std::string path_;
 };
 
-// The file of each day below a folder. One is open at a time: sessions mostly lie within a day.
+// One file for each day, below a folder. Only one is open at a time, since most sessions lie within a day.
 class Days {
  public:
   Days(std::string folder, std::string name, std::string_view header)
@@ -151,10 +147,10 @@ class Days {
   std::optional<Output> file_;
 };
 
-// A line that is written over, for who waits at a terminal.
+// A progress line on the terminal, overwritten each time.
 class Progress {
  public:
-  Progress(const Counts& counts, size_t documents) : counts_(counts), documents_(documents) {}
+  Progress(const Counts& counts, const reader::Sessions& sessions) : counts_(counts), sessions_(sessions) {}
   ~Progress() {
     if (isShown_) std::fputs("\r\x1b[K", stderr);
   }
@@ -167,13 +163,13 @@ class Progress {
     next_ = now + std::chrono::milliseconds(200);
     isShown_ = true;
     std::fprintf(stderr, "\r%llu of %zu documents, %llu rows",
-                 static_cast<unsigned long long>(counts_.documents), documents_,
+                 static_cast<unsigned long long>(counts_.documents), sessions_.DocumentCount(),
                  static_cast<unsigned long long>(counts_.rows));
   }
 
  private:
   const Counts& counts_;
-  size_t documents_;
+  const reader::Sessions& sessions_;
   bool isWanted_ = IsTerminal(2);
   bool isShown_ = false;
   std::chrono::steady_clock::time_point next_ = std::chrono::steady_clock::now() + std::chrono::seconds(1);
@@ -184,7 +180,7 @@ int RunExport(Options& options) {
     Say("--partition needs a folder: name it with -o");
     return kUnreadable;
   }
-  const reader::Sessions sessions = options.inputs.Find();
+  reader::Sessions sessions = options.inputs.Find();
   Counts counts;
   const std::string_view header = MakeRowWriter(options.format)->Header();
   std::optional<Days> days;
@@ -192,18 +188,16 @@ int RunExport(Options& options) {
   if (options.isPartitioned) {
     days.emplace(options.output, options.format == Format::Csv ? "records.csv" : "records.ndjson", header);
   } else {
+    options.inputs.Spare(options.output);
     output.emplace(options.output);
     output->Write(header);
   }
   {
-    Progress progress(counts, sessions.DocumentCount());
-    const auto makeWorker = [&] {
-      const auto worker = std::make_shared<Worker>(sessions, options, counts);
-      return [worker](size_t session, Writer& writer) { (*worker)(session, writer); };
-    };
-    WorkOn(sessions.Count(), options.threads.Count(), makeWorker, [&](const Page& page) {
+    Progress progress(counts, sessions);
+    const auto makeWorker = [&] { return std::make_unique<Exporting>(options, counts); };
+    WorkOn(sessions, options.threads.Count(), makeWorker, [&](const Page& page) {
       days ? days->Write(page) : output->Write(page.Text());
-      for (const std::string& sentence : page.sentences) Say(sentence);
+      page.SaySentences();
       progress.Show();
     });
   }

@@ -14,17 +14,18 @@ using reader::Record;
 
 constexpr size_t kLongestText = 200;
 // Of each table, by a guess of what an entry takes beside its key.
-constexpr size_t kMostBytes = size_t{2} << 20;
+constexpr size_t kMostBytes = size_t{5} << 18;
 constexpr size_t kBytesOfEntry = 100;
 constexpr size_t kMostProducts = 2'000;
-constexpr size_t kMostUsers = 100'000;
+constexpr size_t kMostUsers = 50'000;
+constexpr size_t kMostSessions = 5'000;
 
-// What is told of a machine.
+// The entries that are counted about machines.
 constexpr std::string_view kMachineEntries[] = {
     "OS",     "OSLanguage",   "UserLanguage",  "ProcessorName", "NumProcessors",
     "Memory", "MonitorCount", "DefaultBrowser"};
 
-// Without NUL, which separates texts in a key.
+// Without NUL, which ends texts in a key.
 std::string Cut(std::string text) {
   std::ranges::replace(text, '\0', '?');
   if (text.size() <= kLongestText) return text;
@@ -36,7 +37,7 @@ std::string Cut(std::string text) {
 
 std::string Plain(const reader::Text& text) {
   std::string plain;
-  // A reference takes five bytes at most, so no more of a long text is needed.
+  // A reference takes at most five bytes, so this much of a long text is enough.
   if (text.HasValue())
     reader::Unescape(text.raw.substr(0, kLongestText * reader::kReferenceSize + reader::kReferenceSize),
                      plain);
@@ -46,7 +47,7 @@ std::string Plain(const reader::Text& text) {
 bool IsOurs(const Record& group) noexcept { return group.category.raw == "Skylamp"; }
 
 // Memory in MiB as GiB: few machines differ otherwise.
-std::string InGib(const std::string& mebibytes) {
+std::string InGib(std::string mebibytes) {
   constexpr unsigned long kMebi = 1024;
   if (mebibytes.empty() || mebibytes.size() > 9 ||
       mebibytes.find_first_not_of("0123456789") != std::string::npos)
@@ -54,45 +55,121 @@ std::string InGib(const std::string& mebibytes) {
   return std::to_string((std::stoul(mebibytes) + kMebi / 2) / kMebi) + " GiB";
 }
 
+std::string KeyOf(std::initializer_list<std::string_view> texts) {
+  std::string key;
+  for (const std::string_view text : texts) key.append(text).push_back('\0');
+  return key;
+}
+
 }  // namespace
 
-void Counting::Add(size_t product, const Texts& texts, uint64_t count) {
-  std::string key = std::to_string(product);
-  for (const std::string& text : texts) key.append(1, '\0').append(text);
+void Counting::Add(std::string_view key, uint64_t count) {
   const auto known = counts_.find(key);
   if (known != counts_.end()) {
     known->second += count;
-  } else if (bytes_ < kMostBytes) {
+  } else if (!IsFull()) {
     bytes_ += key.size() + kBytesOfEntry;
-    counts_.emplace(std::move(key), count);
+    counts_.emplace(key, count);
   } else {
     ++beyond_;
   }
 }
 
-std::vector<Counting::Row> Counting::Top(size_t most) const {
-  std::vector<std::pair<uint64_t, const std::string*>> order;
-  for (const auto& [key, count] : counts_) order.emplace_back(count, &key);
-  const auto isBefore = [](const auto& a, const auto& b) {
-    return std::tie(b.first, *a.second) < std::tie(a.first, *b.second);
-  };
-  std::ranges::sort(order, isBefore);
+void Counting::AddAll(const Counting& other, std::string_view before) {
+  std::string key;
+  for (const auto& [text, count] : other.counts_) Add(key.assign(before).append(text), count);
+  beyond_ += other.beyond_;
+}
+
+void Counting::Clear() {
+  counts_.clear();
+  bytes_ = 0;
+  beyond_ = 0;
+}
+
+bool Counting::IsFull() const noexcept { return bytes_ >= kMostBytes; }
+
+void Counting::VisitTop(size_t most, const Visit& visit) const {
+  std::vector<const std::pair<const std::string, uint64_t>*> order;
+  order.reserve(counts_.size());
+  for (const auto& entry : counts_) order.push_back(&entry);
+  std::ranges::sort(order, [](const auto* a, const auto* b) {
+    return std::tie(b->second, a->first) < std::tie(a->second, b->first);
+  });
   order.resize(std::min(order.size(), most));
-  std::vector<Row> rows;
-  for (const auto& [count, key] : order) {
-    Row row{std::stoul(*key), {}, count};
-    for (size_t at = key->find('\0'); at != std::string::npos;) {
-      const size_t end = key->find('\0', at + 1);
-      row.texts.push_back(key->substr(at + 1, end == std::string::npos ? end : end - at - 1));
-      at = end;
+  std::vector<std::string_view> texts;
+  for (const auto* entry : order) {
+    texts.clear();
+    for (std::string_view rest = entry->first; !rest.empty();) {
+      texts.push_back(rest.substr(0, rest.find('\0')));
+      rest.remove_prefix(texts.back().size() + 1);
     }
-    rows.push_back(std::move(row));
+    visit(texts, entry->second);
   }
-  return rows;
 }
 
 uint64_t Counting::LeftOut(size_t most) const noexcept {
   return beyond_ + (counts_.size() > most ? counts_.size() - most : 0);
+}
+
+void SessionFigures::Add(Subject subject, std::initializer_list<reader::Text> texts) {
+  key_.clear();
+  for (const reader::Text& text : texts) {
+    if (text.isPlain && text.raw.size() <= kLongestText)
+      key_ += text.HasValue() ? text.raw : std::string_view();
+    else
+      key_ += Plain(text);
+    key_ += '\0';
+  }
+  Of(subject).Add(key_);
+}
+
+void SessionFigures::Add(const Record& record) {
+  switch (record.kind) {
+    case reader::Kind::Event:
+      return Add(Subject::Events, {record.category, record.subcategory, record.name});
+    case reader::Kind::Group:
+      if (IsOurs(record) && record.name.raw == "ValidationErrors") errorGroup_ = record.group;
+      if (IsOurs(record) && record.name.raw == "SystemInfo") machineGroup_ = record.group;
+      if (IsOurs(record) && record.name.raw == "SkylampScreenResolution") screenGroup_ = record.group;
+      return Add(Subject::Groups, {record.category, record.subcategory, record.name});
+    case reader::Kind::Value:
+      if (record.group > 0) AddValue(record);
+      return;
+    default:
+      return;
+  }
+}
+
+void SessionFigures::AddValue(const Record& record) {
+  const std::string_view name = record.name.raw;
+  if (record.group == errorGroup_) {
+    if (name == "ErrorType") errorType_ = Plain(record.value);
+    if (name != "Value") return;
+    ++errorCount_;
+    Of(Subject::Errors).Add(KeyOf({std::exchange(errorType_, {}), Plain(record.value)}));
+  } else if (record.group == machineGroup_) {
+    if (std::ranges::find(kMachineEntries, name) == std::end(kMachineEntries)) return;
+    std::string value = Plain(record.value);
+    if (name == "Memory") value = InGib(std::move(value));
+    Of(Subject::Machines).Add(KeyOf({name, value}));
+  } else if (record.group == screenGroup_) {
+    if (name == "width") screenWidth_ = Plain(record.value);
+    if (name == "height")
+      Of(Subject::Machines).Add(KeyOf({"Screen", screenWidth_ + " \u00D7 " + Plain(record.value)}));
+  }
+}
+
+bool SessionFigures::IsFull() const noexcept { return std::ranges::any_of(counts_, &Counting::IsFull); }
+
+void SessionFigures::ClearCounts() {
+  for (Counting& counting : counts_) counting.Clear();
+}
+
+void SessionFigures::Clear() {
+  ClearCounts();
+  errorCount_ = 0;
+  errorGroup_ = machineGroup_ = screenGroup_ = 0;
 }
 
 size_t Figures::IndexOf(Product product) {
@@ -104,74 +181,46 @@ size_t Figures::IndexOf(Product product) {
   return indices_.emplace(std::move(product), products_.size() - 1).first->second;
 }
 
-void Figures::Begin(const reader::Summary& summary) {
+size_t Figures::IndexOf(const reader::Facts& facts) {
+  return IndexOf({Cut(facts.family), Cut(facts.product), Cut(facts.version)});
+}
+
+void Figures::Add(const Countings& counts, const reader::Facts& facts) {
+  const std::string product = KeyOf({std::to_string(IndexOf(facts))});
+  for (size_t i = 0; i < kSubjects; ++i) counts_[i].AddAll(counts[i], product);
+}
+
+void Figures::Add(const reader::Summary& summary, uint64_t errors) {
   const reader::Facts& facts = summary.facts;
   ++sessions_;
-  row_ = {.product = IndexOf({Cut(facts.family), Cut(facts.product), Cut(facts.version)}),
-          .session = facts.session,
-          .user = Cut(facts.user),
-          .start = summary.start,
-          .end = summary.end,
-          .state = summary.state,
-          .files = summary.files,
-          .records = summary.records,
-          .events = summary.events,
-          .errors = 0};
-  if (!row_.user.empty() && users_.size() < kMostUsers) users_.insert(std::hash<std::string>()(row_.user));
+  rows_.push_back({.product = IndexOf(facts),
+                   .session = facts.session,
+                   .user = Cut(facts.user),
+                   .start = summary.start,
+                   .end = summary.end,
+                   .state = summary.state,
+                   .files = summary.files,
+                   .records = summary.records,
+                   .events = summary.events,
+                   .errors = errors});
+  const SessionRow& row = rows_.back();
+  if (!row.user.empty() && users_.size() < kMostUsers) users_.insert(std::hash<std::string>()(row.user));
   constexpr size_t kDay = 10;
-  days.Add(row_.product, {summary.start.substr(0, kDay), std::string(NameOf(summary.state))});
-  errorGroup_ = machineGroup_ = screenGroup_ = 0;
+  counts_[static_cast<size_t>(Subject::Days)].Add(
+      KeyOf({std::to_string(row.product), row.start.substr(0, kDay), NameOf(row.state)}));
+  constexpr size_t kSpare = 1'000;
+  if (rows_.size() >= kMostSessions + kSpare) KeepLastSessions();
 }
 
-void Figures::Add(const Record& record) {
-  switch (record.kind) {
-    case reader::Kind::Event:
-      return events.Add(row_.product,
-                        {Plain(record.category), Plain(record.subcategory), Plain(record.name)});
-    case reader::Kind::Group:
-      if (IsOurs(record) && record.name.raw == "ValidationErrors") errorGroup_ = record.group;
-      if (IsOurs(record) && record.name.raw == "SystemInfo") machineGroup_ = record.group;
-      if (IsOurs(record) && record.name.raw == "SkylampScreenResolution") screenGroup_ = record.group;
-      return groups.Add(row_.product,
-                        {Plain(record.category), Plain(record.subcategory), Plain(record.name)});
-    case reader::Kind::Value:
-      if (record.group > 0) AddValue(record);
-      return;
-    default:
-      return;
-  }
-}
-
-void Figures::AddValue(const Record& record) {
-  const std::string_view name = record.name.raw;
-  if (record.group == errorGroup_) {
-    if (name == "ErrorType") errorType_ = Plain(record.value);
-    if (name != "Value") return;
-    ++row_.errors;
-    errors.Add(row_.product, {std::exchange(errorType_, {}), Plain(record.value)});
-  } else if (record.group == machineGroup_) {
-    if (std::ranges::find(kMachineEntries, name) == std::end(kMachineEntries)) return;
-    const std::string value = Plain(record.value);
-    machines.Add(row_.product, {std::string(name), name == "Memory" ? InGib(value) : value});
-  } else if (record.group == screenGroup_) {
-    if (name == "width") screenWidth_ = Plain(record.value);
-    if (name == "height")
-      machines.Add(row_.product, {"Screen", screenWidth_ + " \u00D7 " + Plain(record.value)});
-  }
-}
-
-void Figures::End() {
-  rows_.push_back(std::move(row_));
-  if (rows_.size() < 2 * kMostSessions) return;
-  std::ranges::nth_element(rows_, rows_.begin() + kMostSessions, std::greater<>(), &SessionRow::start);
-  rows_.resize(kMostSessions);
-}
-
-std::vector<SessionRow> Figures::LastSessions() {
+void Figures::KeepLastSessions() {
   std::ranges::sort(rows_, [](const SessionRow& a, const SessionRow& b) {
     return std::tie(b.start, b.session) < std::tie(a.start, a.session);
   });
   rows_.resize(std::min(rows_.size(), kMostSessions));
+}
+
+const std::vector<SessionRow>& Figures::LastSessions() {
+  KeepLastSessions();
   return rows_;
 }
 

@@ -1,11 +1,14 @@
-// What many sessions come to: counts for the tables of a report. Pure. Memory has a bound: what is counted
-// has a most of different things, and what comes beyond is only counted as left out.
+// Statistics over many sessions: counts for the tables of a report. Pure. Memory is bounded: each table
+// counts a limited number of different items, and the rest only as left out.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -14,27 +17,59 @@
 
 namespace vantra::inspect {
 
-// Counts by product and texts, which are cut when they are long. An absent text is empty.
+// Counts by texts. A key is texts, each with a NUL behind it.
 class Counting {
  public:
-  using Texts = std::vector<std::string>;
+  void Add(std::string_view key, uint64_t count = 1);
+  // All that the other one counts, with this before its keys.
+  void AddAll(const Counting& other, std::string_view before);
+  void Clear();
 
-  void Add(size_t product, const Texts& texts, uint64_t count = 1);
+  [[nodiscard]] bool IsFull() const noexcept;
 
-  struct Row {
-    size_t product;
-    Texts texts;
-    uint64_t count;
-  };
-  // The most frequent ones, so many at most.
-  [[nodiscard]] std::vector<Row> Top(size_t most) const;
-  // How many different things, or additions to such, Top leaves out.
+  // The most frequent ones, so many at most; texts are good during the call.
+  using Visit = std::function<void(const std::vector<std::string_view>& texts, uint64_t count)>;
+  void VisitTop(size_t most, const Visit& visit) const;
+  // How many different things, or additions to such, are left out there.
   [[nodiscard]] uint64_t LeftOut(size_t most) const noexcept;
 
  private:
-  std::map<std::string, uint64_t> counts_;
+  struct Hash {
+    using is_transparent = void;
+    size_t operator()(std::string_view key) const noexcept { return std::hash<std::string_view>()(key); }
+  };
+  std::unordered_map<std::string, uint64_t, Hash, std::equal_to<>> counts_;
   size_t bytes_ = 0;
   uint64_t beyond_ = 0;
+};
+
+enum class Subject : uint8_t { Events, Groups, Errors, Machines, Days };
+constexpr size_t kSubjects = 5;
+using Countings = std::array<Counting, kSubjects>;
+
+// What the records of one session come to. Texts are cut when they are long; an absent one is empty.
+class SessionFigures {
+ public:
+  void Add(const reader::Record& record);
+  [[nodiscard]] bool IsFull() const noexcept;
+  [[nodiscard]] uint64_t Errors() const noexcept { return errorCount_; }
+  [[nodiscard]] const Countings& Counts() const noexcept { return counts_; }
+  // Takes the counts away, and goes on with the session.
+  void ClearCounts();
+  // Begins with another session.
+  void Clear();
+
+ private:
+  [[nodiscard]] Counting& Of(Subject subject) noexcept { return counts_[static_cast<size_t>(subject)]; }
+  void Add(Subject subject, std::initializer_list<reader::Text> texts);
+  void AddValue(const reader::Record& record);
+
+  Countings counts_;
+  uint64_t errorCount_ = 0;
+  std::string key_;
+  // Numbers of the groups whose values are wanted, zero while there is none.
+  int32_t errorGroup_ = 0, machineGroup_ = 0, screenGroup_ = 0;
+  std::string errorType_, screenWidth_;
 };
 
 struct SessionRow {
@@ -51,36 +86,33 @@ struct Product {
 
 class Figures {
  public:
-  // First the session, then its records.
-  void Begin(const reader::Summary& summary);
-  void Add(const reader::Record& record);
-  void End();
+  // Counts of a session, or some of them, which is of that product.
+  void Add(const Countings& counts, const reader::Facts& facts);
+  // The session itself, once.
+  void Add(const reader::Summary& summary, uint64_t errors);
 
   // The sessions that started last, the last one first.
-  [[nodiscard]] std::vector<SessionRow> LastSessions();
+  [[nodiscard]] const std::vector<SessionRow>& LastSessions();
 
   [[nodiscard]] const std::vector<Product>& Products() const noexcept { return products_; }
   [[nodiscard]] uint64_t Sessions() const noexcept { return sessions_; }
   [[nodiscard]] size_t Users() const noexcept { return users_.size(); }
-
-  static constexpr size_t kMostSessions = 5'000;
-
-  Counting days, events, groups, errors, machines;
+  // The first text of each key is the number of a product.
+  [[nodiscard]] const Counting& Of(Subject subject) const noexcept {
+    return counts_[static_cast<size_t>(subject)];
+  }
 
  private:
-  size_t IndexOf(Product product);
-  void AddValue(const reader::Record& record);
+  [[nodiscard]] size_t IndexOf(Product product);
+  [[nodiscard]] size_t IndexOf(const reader::Facts& facts);
+  void KeepLastSessions();
 
+  Countings counts_;
   std::vector<Product> products_;
   std::map<Product, size_t> indices_;
   std::vector<SessionRow> rows_;
   std::unordered_set<size_t> users_;  // their hashes
   uint64_t sessions_ = 0;
-
-  SessionRow row_{};
-  // Numbers of the groups whose values are wanted, zero while there is none.
-  int32_t errorGroup_ = 0, machineGroup_ = 0, screenGroup_ = 0;
-  std::string errorType_, screenWidth_;
 };
 
 }  // namespace vantra::inspect

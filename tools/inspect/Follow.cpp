@@ -1,13 +1,13 @@
-// show --follow: a session while it is written.
+// show --follow: shows a session while it is being written.
 //
-// A document is read anew at each look, and what was shown before is left out by its number. So it does not
-// matter when a document is split or renamed. The handle of the one that is written is kept, which keeps
-// nobody from moving or deleting it: the agent may take it as soon as it has its end.
+// Each look reads the document again from its beginning and skips the records shown before, by their numbers,
+// so splits and renames do not matter. The handle of the document being written stays open, which keeps
+// nobody from moving or deleting it: the agent may take the document as soon as it is finished.
 #include <chrono>
 #include <optional>
-#include <set>
 #include <stdexcept>
 #include <thread>
+#include <unordered_set>
 
 #include "Show.h"
 #include "reader/Files.h"
@@ -20,18 +20,16 @@ using reader::Piece;
 using reader::Session;
 
 constexpr std::chrono::milliseconds kPause{100};
-// So many looks at which nobody wrote, or nothing was there, tell that the session is over.
+// After this many looks in a row without a writer or a document, the session is over.
 constexpr int kMostQuietLooks = 10;
-
-void Ignore(std::string_view, std::string_view) {}
 
 class Following {
  public:
   Following(const ShowOptions& options, Output& output) : printer_(options, output) {}
 
-  // Shows what is new. False when the session is over.
+  // Shows new records. False when the session is over.
   bool Look(const Session& session) {
-    // The document that was read last may have got its end and gone.
+    // The document read last may have been finished and taken away.
     Read();
     bool isWritten = false;
     for (const Document& document : session.documents) {
@@ -55,7 +53,7 @@ class Following {
   }
 
  private:
-  // Whether more may come, as far as this machine can tell.
+  // Whether more records may follow, as far as this machine can know.
   static bool IsGoingOn([[maybe_unused]] const Document& document) {
 #ifdef _WIN32
     return document.name.ending == reader::Ending::Tmp && reader::IsBeingWritten(document.Path());
@@ -95,7 +93,7 @@ class Following {
 
   SessionPrinter printer_;
   reader::DocumentReader reader_;
-  // The document that is read: its handle stays, for it may be moved or deleted between two looks.
+  // The current document; stays open, since it may be moved or deleted between two looks.
   reader::FileSource file_;
   std::string stem_;
   std::optional<int32_t> index_;
@@ -107,65 +105,66 @@ class Following {
   bool hasEnded_ = false;
 };
 
-// The session that started last and may be going on.
-std::string FindOpen(const reader::Sessions& sessions) {
-  reader::DocumentReader reader;
-  std::string lastStart;
-  std::string open;
-  for (size_t i = 0; i < sessions.Count(); ++i) {
-    const reader::Summary summary = Summarize(sessions[i], reader, Ignore);
-    const bool isOpen = summary.state == reader::State::Open ||
+bool MayGoOn(const reader::Summary& summary) {
+  return summary.state == reader::State::Open ||
 #ifndef _WIN32
-                        summary.state == reader::State::Abandoned ||
+         summary.state == reader::State::Abandoned ||
 #endif
-                        summary.state == reader::State::Incomplete;
-    if (!isOpen || summary.facts.origin == reader::Origin::OptIn || summary.start < lastStart) continue;
-    lastStart = summary.start;
-    open = sessions[i].id;
-  }
-  return open;
+         summary.state == reader::State::Incomplete;
 }
 
-// Waits for a session that was not there at first.
-std::string WaitForNew(const Inputs& inputs, const reader::Sessions& atFirst) {
-  std::set<std::string, std::less<>> known;
-  for (size_t i = 0; i < atFirst.Count(); ++i) known.emplace(atFirst[i].id);
+// Whether the documents are of a session, and not those of a changed opt-in.
+bool IsOfSession(const Session& session) {
+  const std::string_view id = session.documents.front().name.session;
+  return !id.empty() && id != reader::kNilGuid;
+}
+
+// The identifiers of what is there, as hashes.
+using Known = std::unordered_set<size_t>;
+
+// Adds what is there now, and gives the first session that was not there before.
+std::string Learn(Inputs& inputs, Known& known) {
+  std::string found;
+  for (reader::Sessions sessions = inputs.Find(); sessions.Next();) {
+    for (size_t i = 0; i < sessions.Count(); ++i) {
+      const Session session = sessions[i];
+      const bool isNew = known.insert(std::hash<std::string_view>()(session.id)).second;
+      if (isNew && found.empty() && IsOfSession(session)) found = session.id;
+    }
+  }
+  return found;
+}
+
+std::string WaitForNew(Inputs& inputs, Known& known) {
   Say("waiting for a session");
   for (;;) {
     std::this_thread::sleep_for(kPause);
-    const reader::Sessions sessions = inputs.Find(Ignore);
-    for (size_t i = 0; i < sessions.Count(); ++i) {
-      const Session session = sessions[i];
-      const bool isOfSession = !session.documents.front().name.session.empty() &&
-                               session.documents.front().name.session != reader::kNilGuid;
-      if (isOfSession && !known.contains(session.id)) return std::string(session.id);
-    }
+    if (std::string id = Learn(inputs, known); !id.empty()) return id;
   }
-}
-
-Session FindSession(const reader::Sessions& sessions, std::string_view id) {
-  for (size_t i = 0; i < sessions.Count(); ++i) {
-    Session session = sessions[i];
-    if (session.id == id) return session;
-  }
-  return {id, {}};
 }
 
 }  // namespace
 
 int Follow(ShowOptions& options, const std::vector<std::string>& names, Output& output) {
   if (names.size() > 1) throw std::runtime_error("one session can be followed at a time");
-  std::string id;
-  {
-    const reader::Sessions sessions = options.inputs.Find(Ignore);
-    const bool isFile = options.inputs.UseFolders() && sessions.Count() != 0;
-    id = !names.empty() || isFile ? std::string(sessions[Select(sessions, names, false).front()].id)
-                                  : FindOpen(sessions);
-    if (id.empty()) id = WaitForNew(options.inputs, sessions);
+  Inputs& inputs = options.inputs;
+  std::string id = names.empty() ? std::string() : FindNamed(inputs, names.front());
+  if (id.empty()) {
+    reader::Sessions sessions = inputs.Find();
+    const bool isThere = sessions.Next();
+    if (inputs.UseFolders() && isThere) id = sessions[0].id;
+  }
+  inputs.UseFolders();
+  if (id.empty()) {
+    Known known;
+    static_cast<void>(Learn(inputs, known));
+    id = FindLast(inputs, MayGoOn);
+    if (id.empty()) id = WaitForNew(inputs, known);
   }
   for (Following following(options, output);;) {
-    const reader::Sessions sessions = options.inputs.Find(Ignore);
-    if (!following.Look(FindSession(sessions, id))) return kDone;
+    reader::Sessions sessions = inputs.Find(id);
+    const bool isThere = sessions.Next();
+    if (!following.Look(isThere && sessions[0].id == id ? sessions[0] : Session{id, {}})) return kDone;
     std::this_thread::sleep_for(kPause);
   }
 }

@@ -27,34 +27,45 @@ using util::ToUtf8;
 
 constexpr std::string_view kSection = "ulog";
 
-// A copy of the user's configuration in a folder of its own, for code that writes what it checks.
+// A copy of the user's configuration in a temporary folder, for library code that writes what it checks.
 class ConfigCopy {
  public:
   explicit ConfigCopy(const std::wstring& dataFolder) {
-    wchar_t temporary[MAX_PATH + 1];
-    if (GetTempPathW(MAX_PATH, temporary) == 0) return;
-    folder_ = temporary + (L"vantra-doctor-" + std::to_wstring(GetCurrentProcessId()));
+    if (!MakeFolder()) return;
     const std::wstring from = util::JoinPath(dataFolder, L"Sendrix2.cfg");
     const std::wstring to = util::JoinPath(folder_, L"Sendrix2.cfg");
-    isMade_ = util::EnsureFolder(folder_);
-    if (util::IsFolder(from)) {
-      isMade_ = isMade_ && util::EnsureFolder(to);
-    } else if (util::IsFile(from)) {
-      isMade_ = isMade_ && CopyFileW(from.c_str(), to.c_str(), FALSE);
-      SetFileAttributesW(to.c_str(), FILE_ATTRIBUTE_NORMAL);
-    }
+    // With its time and attributes: one that is read-only is not brought up to date.
+    isMade_ = util::IsFolder(from) ? util::EnsureFolder(to)
+                                   : !util::IsFile(from) || CopyFileW(from.c_str(), to.c_str(), TRUE);
   }
   ConfigCopy(const ConfigCopy&) = delete;
   ConfigCopy& operator=(const ConfigCopy&) = delete;
   ~ConfigCopy() {
-    if (util::IsFolder(folder_)) static_cast<void>(util::RemoveFolderTree(folder_));
+    if (folder_.empty()) return;
+    SetFileAttributesW(util::JoinPath(folder_, L"Sendrix2.cfg").c_str(), FILE_ATTRIBUTE_NORMAL);
+    static_cast<void>(util::RemoveFolderTree(folder_));
   }
 
-  // False when what is there cannot be read.
+  // False when the configuration exists but cannot be copied.
   [[nodiscard]] bool IsMade() const noexcept { return isMade_; }
   [[nodiscard]] const std::wstring& Folder() const noexcept { return folder_; }
 
  private:
+  // A new one, whoever else has one there or has left one behind.
+  bool MakeFolder() {
+    wchar_t temporary[MAX_PATH + 1];
+    if (GetTempPathW(MAX_PATH, temporary) == 0) return false;
+    const std::wstring name = temporary + (L"vantra-doctor-" + std::to_wstring(GetCurrentProcessId()) + L"-");
+    for (int i = 0;; ++i) {
+      const std::wstring folder = name + std::to_wstring(i);
+      if (CreateDirectoryW(folder.c_str(), nullptr)) {
+        folder_ = folder;
+        return true;
+      }
+      if (GetLastError() != ERROR_ALREADY_EXISTS) return false;
+    }
+  }
+
   std::wstring folder_;
   bool isMade_ = false;
 };
@@ -84,9 +95,9 @@ class Examination {
  private:
   void Add(Gate gate) { gates_.push_back(std::move(gate)); }
 
-  // What the text becomes in a start call.
+  // The text after UTStartSession's check.
   static std::string Checked(const std::string& text) {
-    return std::string(api::CheckedText(text.c_str(), api::CheckFor(api::kLimit512)).Value().text);
+    return std::string(api::CheckedText(text.c_str(), api::CheckFor(api::kValue)).Value().Text());
   }
 
   void ExamineConfig() {
@@ -98,7 +109,22 @@ class Examination {
       return Add({"pause", Verdict::Notes, "cannot be read, which counts as no pause"});
     }
     const std::wstring path = settings::GetAgentConfigPath(copy.Folder(), hostFolder_);
+    if (!IsUsable(path)) {
+      Add({"status", Verdict::Notes,
+           "cannot be used, which counts as Active: " +
+               (path.empty() ? ToUtf8(util::JoinPath(hostFolder_, L"Sendrix2.cfg")) : file),
+           "It must be a text file of 1 MiB at most. What the vendor has switched off or paused there is "
+           "not."});
+      return Add({"pause", Verdict::Notes, "cannot be read, which counts as no pause"});
+    }
     ExamineStatus(settings::VerifyConfigStatus({}, {}, path, kSection), path, file);
+  }
+
+  // Whether the library finds entries there. A missing file has none.
+  static bool IsUsable(const std::wstring& path) {
+    if (path.empty()) return false;
+    const auto file = util::TakeSnapshot(path, settings::kLargestConfig);
+    return file && settings::ParseConfig(file->text);
   }
 
   void ExamineStatus(ConfigStatus status, const std::wstring& path, const std::string& file) {
@@ -115,8 +141,7 @@ class Examination {
              ? "Disabled in " + file
              : "Hibernate until " + settings::GetEntry(entries, kSection, "wakeupdate") + " in " + file,
          isDisabled ? "The vendor has switched recording off. To switch it on for this user, set "
-                      "status=Active in the "
-                      "section [ulog] of that file."
+                      "status=Active in the section [ulog] of that file."
                     : "The vendor has paused recording. It goes on after that date.",
          api::refusal::kConfigStatus.text});
     Add({"pause", Verdict::Unknown, "not looked at while the status refuses"});
@@ -136,8 +161,7 @@ class Examination {
     Add({"pause", Verdict::Refuses,
          entry + "=" + settings::GetEntry(entries, "hibernate", entry) + " in " + file,
          "The vendor has paused this product. It records again after that date, or when the entry in the "
-         "section "
-         "[hibernate] is gone.",
+         "section [hibernate] is gone.",
          api::refusal::kConfigStatus.text});
   }
 
@@ -148,7 +172,7 @@ class Examination {
     if (!key.IsAccepted())
       return Add({"key", Verdict::Refuses, "a usage key must not hold a backslash: " + host_.usageKey,
                   "Let the host pass another key to UTInitialize.", api::refusal::kStoredUsageKey.text});
-    key_ = key.Value().text;
+    key_ = key.Value().Text();
     if (key.Code() == api::TextCode::kCut)
       return Add({"key", Verdict::Notes, "longer than 64 bytes, so it becomes " + *key_,
                   "Let the host pass a shorter key to UTInitialize."});
@@ -157,10 +181,10 @@ class Examination {
 
   void ExamineIdentifier() {
     if (settings::HasUserIdentifier())
-      return Add({"identifier", Verdict::Open, settings::GetUserIdentifier()});
-    // Without changes, this is empty only when the Usage key cannot be opened for writing.
+      return Add({"identifier", Verdict::Open, settings::EnsureUserIdentifier()});
+    // As changes are forbidden, this is empty only when the Usage key cannot be opened for writing.
     settings::RegistryKey key = settings::RegistryKey::CurrentUser();
-    if (settings::GetUserIdentifier().empty() && key.Open(settings::kUsageKey, KEY_READ))
+    if (settings::EnsureUserIdentifier().empty() && key.Open(settings::kUsageKey, KEY_READ))
       return Add({"identifier", Verdict::Notes,
                   "the Usage key cannot be written, so there is none: doc is NOVALUE in documents",
                   "Look at the rights of HKEY_CURRENT_USER\\" + ToUtf8(settings::kUsageKey) + "."});
@@ -175,8 +199,7 @@ class Examination {
                       (host_.agentFolder.empty() ? "" : ", in " + host_.agentFolder) +
                       " or where the value Agent of the Usage key says",
                   "Install Sendrix2.exe into one of these. When the host gives a folder to UTInitialize, "
-                  "name it with "
-                  "--agent; name the host with --host.",
+                  "name it with --agent; name the host with --host.",
                   api::refusal::kTransAgentExist.text});
     if (!settings::IsSendOn())
       return Add({"agent", Verdict::Notes, ToUtf8(path) + "; the value send is 0, so it is never started",

@@ -1,5 +1,5 @@
-// What a session start looks at, in its order, by the library's own code. Nothing is started, made or
-// changed: the configuration is checked on a copy, and registry keys that are missing stay missing.
+// What a session start checks, in the same order and by the library's own code. Nothing is started, created
+// or changed: the configuration is checked on a copy, and missing registry keys stay missing.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace vantra::inspect {
 
 // What a host would declare.
 struct Host {
-  std::string folder;  // of its executable; empty for that of this program
+  std::string folder;  // its executable's folder; empty means this program's
   std::string agentFolder;
   std::string usageKey;
   std::string family, product;
@@ -20,10 +20,10 @@ struct Host {
 
 enum class Verdict : uint8_t {
   Open,
-  Refuses,  // UTStartSession gives 1
+  Refuses,  // UTStartSession returns 1
   Drops,    // the start succeeds, and nothing is written
-  Notes,    // something to know
-  Unknown,  // not enough was said
+  Notes,    // nothing is refused, but there is something to know
+  Unknown,  // not enough options were given
 };
 [[nodiscard]] std::string_view NameOf(Verdict verdict) noexcept;
 
@@ -31,11 +31,11 @@ struct Gate {
   std::string_view name;
   Verdict verdict;
   std::string finding;
-  std::string advice = {};        // what to do; empty when there is nothing
-  std::string_view message = {};  // of a gate that refuses, what the diagnostic log would say
+  std::string advice = {};        // what to do; empty when nothing needs doing
+  std::string_view message = {};  // for Refuses, the message in the diagnostic log
 };
 
-// Forbids registry changes in this process from then on.
+// Also forbids registry changes in this process from then on.
 [[nodiscard]] std::vector<Gate> ExamineGates(const Host& host);
 
 }  // namespace vantra::inspect

@@ -1,8 +1,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
 #include <thread>
+#include <utility>
 
+#include "Entries.h"
 #include "Verb.h"
 #include "reader/Files.h"
 #ifdef _WIN32
@@ -12,7 +16,7 @@
 namespace vantra::inspect {
 namespace {
 
-// Empty where the library does not record.
+// Empty on platforms on which the library does not run.
 std::string LogsFolder() {
 #ifdef _WIN32
   const wchar_t* const applicationData = _wgetenv(L"APPDATA");
@@ -31,25 +35,29 @@ void Inputs::AddTo(CLI::App& verb) {
       "without one, your Logs folder");
 }
 
-reader::Sessions Inputs::Find() {
-  const auto complain = [this](std::string_view path, std::string_view reason) {
+reader::Sessions Inputs::Find(std::string beginning) {
+  const auto complain = [this, isTold = std::exchange(isTold_, true)](std::string_view path,
+                                                                      std::string_view reason) {
     isAllReadable_ = false;
-    path.empty() ? Say(reason) : SayUnreadable(path, reason);
+    if (!isTold) SayUnreadable(path, reason);
   };
-  return Find(complain);
+  if (paths_.empty()) paths_ = {LogsFolder()};
+  if (paths_.front().empty()) throw std::runtime_error("name a document or a folder to read");
+  return reader::Sessions(paths_, complain, std::move(beginning));
 }
 
-reader::Sessions Inputs::Find(const reader::Complaint& complain) const {
-  reader::Sessions sessions;
-  for (const std::string& path : paths_.empty() ? std::vector{LogsFolder()} : paths_) {
-    if (path.empty()) {
-      complain({}, "name a document or a folder to read");
-    } else {
-      sessions.Add(path, complain);
-    }
-  }
-  sessions.Sort();
-  return sessions;
+void Inputs::Spare(const std::string& output) const {
+  const auto pathOf = [](const std::string& path) {
+    return std::filesystem::path(std::u8string(path.begin(), path.end()));
+  };
+  const std::filesystem::path path = pathOf(output);
+  std::error_code error;
+  if (output.empty() || !std::filesystem::is_regular_file(path, error)) return;
+  const std::string name = output.substr(output.find_last_of(reader::kSeparators) + 1);
+  bool isInput = reader::ParseFileName(name).has_value();
+  for (const std::string& input : paths_)
+    isInput = isInput || std::filesystem::equivalent(path, pathOf(input), error);
+  if (isInput) throw std::runtime_error("not written over, as it may be a document: " + output);
 }
 
 bool Inputs::UseFolders() {
@@ -83,7 +91,7 @@ void Say(std::string_view sentence) {
 }
 
 std::string Unreadable(std::string_view path, std::string_view reason) {
-  return std::string("cannot read ").append(path).append(": ").append(reason);
+  return std::string("cannot read ").append(Visible(path)).append(": ").append(reason);
 }
 
 void SayUnreadable(std::string_view path, std::string_view reason) { Say(Unreadable(path, reason)); }

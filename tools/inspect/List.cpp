@@ -1,9 +1,14 @@
-// list: a session a line.
+// list: prints one line for each session.
 #include <algorithm>
-#include <iostream>
+#include <array>
+#include <atomic>
 #include <nlohmann/json.hpp>
 
+#include "Entries.h"
+#include "Output.h"
+#include "SortedLines.h"
 #include "Verb.h"
+#include "Workers.h"
 #include "reader/Summary.h"
 
 namespace vantra::inspect {
@@ -11,8 +16,13 @@ namespace {
 
 using reader::Summary;
 
+// Start, session, and a mark for a crash.
+constexpr size_t kKeySize = 20 + 36 + 1;
+constexpr char kCrashMark = '!';
+
 struct Options {
   Inputs inputs;
+  Threads threads;
   bool isJson = false;
   bool isLast = false;
 };
@@ -36,56 +46,89 @@ std::string JsonOf(const Summary& summary) {
   return json.dump();
 }
 
-std::string Padded(std::string_view text, size_t width) {
-  std::string padded(text.empty() ? "-" : text);
-  if (padded.size() < width) padded.resize(width, ' ');
-  return padded;
+// A row of the table.
+std::string Columns(const std::array<std::string_view, 8>& texts) {
+  constexpr std::array<size_t, 8> kWidths = {21, 21, 11, 6, 9, 8, 37, 0};
+  std::string line;
+  for (size_t i = 0, end = 0; i < texts.size(); ++i) {
+    line += texts[i].empty() ? "-" : texts[i];
+    end = std::max(end + kWidths[i], line.size());
+    line.resize(end, ' ');
+  }
+  return line;
 }
 
 // Line breaks and escape sequences of a host would spoil the table, and the terminal.
-std::string OneLine(std::string text) {
-  std::ranges::replace_if(
-      text, [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, '?');
-  return text;
-}
-
 std::string LineOf(const Summary& summary) {
   const std::string product =
       summary.facts.family + " " + summary.facts.product + " " + summary.facts.version;
-  return Padded(summary.start, 21) + Padded(summary.end, 21) + Padded(NameOf(summary.state), 11) +
-         Padded(std::to_string(summary.files), 6) + Padded(std::to_string(summary.records), 9) +
-         Padded(std::to_string(summary.events), 8) + Padded(summary.facts.session, 37) + OneLine(product);
+  return Columns({summary.start, summary.end, NameOf(summary.state), std::to_string(summary.files),
+                  std::to_string(summary.records), std::to_string(summary.events), summary.facts.session,
+                  Visible(product)});
 }
 
-bool IsEarlier(const Summary& a, const Summary& b) {
-  return std::tie(a.start, a.facts.session) < std::tie(b.start, b.facts.session);
+// What stands before a line: by it lines are in the order of the sessions' starts.
+std::string KeyOf(const Summary& summary) {
+  std::string key = summary.start + summary.facts.session;
+  key.resize(kKeySize, ' ');
+  key.back() = summary.state == reader::State::Crashed ? kCrashMark : ' ';
+  return key;
+}
+
+class Listing final : public Worker {
+ public:
+  Listing(bool isJson, std::atomic<bool>& isAllReadable) : isJson_(isJson), isAllReadable_(isAllReadable) {}
+
+  void Work(const reader::Session& session, Writer& writer) override {
+    const auto complain = [&](std::string_view path, std::string_view reason) {
+      isAllReadable_ = false;
+      writer.Room().Say(Unreadable(path, reason));
+    };
+    const Summary summary = Summarize(session, reader_, complain);
+    if (summary.facts.origin == reader::Origin::OptIn || summary.files == 0) return;
+    writer.Room().Add(KeyOf(summary) + (isJson_ ? JsonOf(summary) : LineOf(summary)) + "\n");
+  }
+
+ private:
+  bool isJson_;
+  std::atomic<bool>& isAllReadable_;
+  reader::DocumentReader reader_;
+};
+
+void Print(SortedLines& lines, bool isJson) {
+  Output output;
+  std::string text;
+  if (!isJson && !lines.IsEmpty())
+    text = Columns({"START", "END", "STATE", "FILES", "RECORDS", "EVENTS", "SESSION", "PRODUCT"}) + "\n";
+  lines.Take([&](std::string_view line) {
+    text += line.substr(kKeySize);
+    constexpr size_t kFull = size_t{64} << 10;
+    if (text.size() < kFull) return;
+    output.Write(text);
+    text.clear();
+  });
+  output.Write(text);
 }
 
 int RunList(Options& options) {
-  const reader::Sessions sessions = options.inputs.Find();
-  bool isAllReadable = options.inputs.IsAllReadable();
-  const auto complain = [&](std::string_view path, std::string_view reason) {
-    isAllReadable = false;
-    SayUnreadable(path, reason);
-  };
-  reader::DocumentReader reader;
-  std::vector<Summary> summaries;
-  for (size_t i = 0; i < sessions.Count(); ++i) {
-    Summary summary = Summarize(sessions[i], reader, complain);
-    if (summary.facts.origin != reader::Origin::OptIn && summary.files != 0)
-      summaries.push_back(std::move(summary));
-  }
-  std::ranges::sort(summaries, IsEarlier);
-  if (options.isLast && !summaries.empty()) summaries.erase(summaries.begin(), summaries.end() - 1);
-  if (!options.isJson && !summaries.empty()) {
-    std::cout << Padded("START", 21) << Padded("END", 21) << Padded("STATE", 11) << Padded("FILES", 6)
-              << Padded("RECORDS", 9) << Padded("EVENTS", 8) << Padded("SESSION", 37) << "PRODUCT\n";
-  }
-  for (const Summary& summary : summaries)
-    std::cout << (options.isJson ? JsonOf(summary) : LineOf(summary)) << '\n';
-  if (!isAllReadable) return kUnreadable;
-  const bool isCrashed = !summaries.empty() && summaries.back().state == reader::State::Crashed;
-  return options.isLast && isCrashed ? kCrashed : kDone;
+  reader::Sessions sessions = options.inputs.Find();
+  std::atomic<bool> isAllReadable = true;
+  SortedLines lines;
+  std::string last;
+  const auto makeWorker = [&] { return std::make_unique<Listing>(options.isJson, isAllReadable); };
+  WorkOn(sessions, options.threads.Count(), makeWorker, [&](const Page& page) {
+    page.SaySentences();
+    for (std::string_view text = page.Text(); !text.empty();) {
+      const std::string_view line = text.substr(0, text.find('\n') + 1);
+      text.remove_prefix(line.size());
+      if (!options.isLast) lines.Add(line);
+      if (options.isLast && line > last) last = line;
+    }
+  });
+  if (!last.empty()) lines.Add(last);
+  Print(lines, options.isJson);
+  if (!options.inputs.IsAllReadable() || !isAllReadable) return kUnreadable;
+  return !last.empty() && last[kKeySize - 1] == kCrashMark ? kCrashed : kDone;
 }
 
 }  // namespace
@@ -94,6 +137,7 @@ void AddList(CLI::App& app, Run& chosen) {
   const auto options = std::make_shared<Options>();
   CLI::App* const verb = app.add_subcommand("list", "Tell sessions, one a line, and how each ended");
   options->inputs.AddTo(*verb);
+  options->threads.AddTo(*verb);
   verb->add_flag("--json", options->isJson, "One JSON object a line");
   verb->add_flag("--last", options->isLast, "Only the session that started last; exit code 3 if it crashed");
   verb->callback([options, &chosen] { chosen = [options] { return RunList(*options); }; });

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <stdexcept>
 #include <system_error>
 #ifdef _WIN32
@@ -13,6 +15,7 @@
 #include <sys/stat.h>
 
 #include "util/Text.h"
+#include "util/Windows.h"
 #else
 #include <unistd.h>
 #endif
@@ -58,6 +61,18 @@ void Output::Write(std::string_view text) {
   }
 }
 
+std::FILE* OpenTemporaryFile() {
+#ifdef _WIN32
+  // tmpfile() would make it at the root of the drive, where few may write.
+  const std::unique_ptr<wchar_t, void (*)(void*)> name(_wtempnam(nullptr, L"vantra"), std::free);
+  std::FILE* const file = name == nullptr ? nullptr : _wfopen(name.get(), L"w+bTD");
+#else
+  std::FILE* const file = std::tmpfile();
+#endif
+  if (file == nullptr) Fail("cannot make", "a temporary file");
+  return file;
+}
+
 void MakeFolder(const std::string& path) {
   std::error_code error;
   std::filesystem::create_directories(std::u8string(path.begin(), path.end()), error);
@@ -65,5 +80,15 @@ void MakeFolder(const std::string& path) {
 }
 
 bool IsTerminal(int descriptor) noexcept { return isatty(descriptor) != 0; }
+
+void PrepareStandardStreams() {
+#ifdef _WIN32
+  SetConsoleOutputCP(CP_UTF8);
+  _setmode(_fileno(stdout), _O_BINARY);
+#else
+  while (open("/dev/null", O_RDONLY) <= STDERR_FILENO) {
+  }
+#endif
+}
 
 }  // namespace vantra::inspect

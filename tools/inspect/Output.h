@@ -1,15 +1,16 @@
-// Where results go: standard output or files, in large writes.
+// Output to standard output or files, in large writes.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
 namespace vantra::inspect {
 
-// Writes what it is given at once. Throws std::runtime_error with a sentence when it cannot.
+// Unbuffered. Throws std::runtime_error with a sentence for the user on failure.
 class Output {
  public:
-  // Standard output, or a file that is made anew; with isAppended one that is gone on with.
+  // Opens standard output, or a file, which is emptied unless isAppended.
   explicit Output(const std::string& path = {}, bool isAppended = false);
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
@@ -21,6 +22,13 @@ class Output {
   std::string name_;
   int file_;
 };
+
+// At the start of a program. On Windows, text of standard output is UTF-8 and written as it is. Elsewhere,
+// what is opened later cannot take the place of a standard stream that the caller has closed.
+void PrepareStandardStreams();
+
+// A file without a name, which is gone with its handle. Throws likewise.
+[[nodiscard]] std::FILE* OpenTemporaryFile();
 
 // Makes the folder, and those above it. Throws likewise.
 void MakeFolder(const std::string& path);

@@ -1,4 +1,4 @@
-// privacy: what is stored about this user on this machine, shown, exported and erased.
+// privacy: shows, exports and erases what is stored about this user on this machine.
 #include <cstdio>
 #include <iostream>
 
@@ -50,7 +50,7 @@ bool Tell(const std::vector<Failure>& failures, std::string_view what) {
   return failures.empty();
 }
 
-// Whether the user has said yes, in full.
+// Whether the user has answered with the word yes.
 bool Ask() {
   std::fputs(
       "Erase all of this? It cannot be undone, and programs that record should be closed first. (yes/no) ",

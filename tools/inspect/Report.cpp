@@ -1,26 +1,26 @@
 // report: one page that shows what many sessions come to.
+#include <functional>
 #include <nlohmann/json.hpp>
 
 #include "Figures.h"
 #include "Output.h"
 #include "ReportPage.h"
 #include "Verb.h"
-#include "reader/Files.h"
+#include "Workers.h"
 #include "util/TimeStamp.h"
 
 namespace vantra::inspect {
 namespace {
 
 using nlohmann::ordered_json;
-using reader::Document;
-using reader::Piece;
 
 constexpr size_t kMostRows = 2'000;
-// All that are counted: the page adds them up to its totals.
+// No limit in practice: the page adds the days up to its totals.
 constexpr size_t kMostDays = 1'000'000;
 
 struct Options {
   Inputs inputs;
+  Threads threads;
   std::string output;
   bool isJson = false;
 };
@@ -30,86 +30,117 @@ struct Reading {
   uint64_t documents = 0, optInDocuments = 0, malformed = 0, unreadable = 0;
 };
 
-// A table of the page. The first column is the number of a product.
+// Reads sessions, each for itself, and adds them up in their order.
+class Summing final : public Worker {
+ public:
+  explicit Summing(Reading& reading) : reading_(reading) {}
+
+  void Work(const reader::Session& session, Writer& writer) override {
+    own_.Clear();
+    uint64_t unreadable = 0;
+    const auto complain = [&](std::string_view path, std::string_view reason) {
+      ++unreadable;
+      writer.Room().Say(Unreadable(path, reason));
+    };
+    const auto take = [&](const reader::Record& record, const reader::Facts& facts) {
+      own_.Add(record);
+      if (!own_.IsFull()) return;
+      writer.AwaitTurn();
+      reading_.figures.Add(own_.Counts(), facts);
+      own_.ClearCounts();
+    };
+    const reader::Summary summary = Summarize(session, reader_, complain, take);
+    writer.AwaitTurn();
+    reading_.unreadable += unreadable;
+    reading_.documents += summary.files;
+    if (summary.files == 0) return;
+    if (summary.facts.origin == reader::Origin::OptIn) {
+      reading_.optInDocuments += summary.files;
+      return;
+    }
+    reading_.malformed += summary.malformed;
+    reading_.figures.Add(own_.Counts(), summary.facts);
+    reading_.figures.Add(summary, own_.Errors());
+  }
+
+ private:
+  Reading& reading_;
+  SessionFigures own_;
+  reader::DocumentReader reader_;
+};
+
+// A table of the page, of which one row is in memory at a time. The first column is the number of a product.
+using Take = std::function<void(const ordered_json& row)>;
 struct Table {
   std::string_view name;
   std::vector<std::string_view> columns;
-  std::vector<ordered_json> rows;
   uint64_t leftOut;
+  std::function<void(const Take& take)> visitRows;
 };
 
-ordered_json OrNull(const std::string& text) { return text.empty() ? ordered_json() : ordered_json(text); }
-
-void Read(const reader::Session& session, reader::DocumentReader& reader, Reading& reading) {
-  const auto complain = [&](std::string_view path, std::string_view reason) {
-    ++reading.unreadable;
-    SayUnreadable(path, reason);
-  };
-  const reader::Summary summary = Summarize(session, reader, complain);
-  reading.documents += summary.files;
-  if (summary.files == 0) return;
-  if (summary.facts.origin == reader::Origin::OptIn) {
-    reading.optInDocuments += summary.files;
-    return;
-  }
-  reading.figures.Begin(summary);
-  for (const Document& document : session.documents) {
-    reader::FileSource file;
-    if (document.isCopy || !file.Open(document.Path())) continue;
-    reader.Open(file);
-    const bool isOwn = reader::FactsIn(reader.Beginning()).origin == reader::Origin::Session;
-    for (Piece piece; (piece = reader.Next()) != Piece::Done;) {
-      if (piece == Piece::Record && isOwn) reading.figures.Add(reader.Current());
-      if (piece == Piece::Malformed) ++reading.malformed;
-    }
-  }
-  reading.figures.End();
-}
+ordered_json OrNull(std::string_view text) { return text.empty() ? ordered_json() : ordered_json(text); }
 
 Table TableOf(std::string_view name, std::vector<std::string_view> columns, const Counting& counting,
               size_t most = kMostRows) {
-  Table table{name, std::move(columns), {}, counting.LeftOut(most)};
-  for (const Counting::Row& row : counting.Top(most)) {
-    ordered_json values = {row.product};
-    for (const std::string& text : row.texts) values.push_back(OrNull(text));
-    values.push_back(row.count);
-    table.rows.push_back(std::move(values));
-  }
-  return table;
+  const auto visitRows = [&counting, most](const Take& take) {
+    counting.VisitTop(most, [&](const std::vector<std::string_view>& texts, uint64_t count) {
+      ordered_json row = {std::stoul(std::string(texts[0]))};
+      for (size_t i = 1; i < texts.size(); ++i) row.push_back(OrNull(texts[i]));
+      row.push_back(count);
+      take(row);
+    });
+  };
+  return {name, std::move(columns), counting.LeftOut(most), visitRows};
 }
 
 Table SessionTable(Figures& figures) {
-  Table table{"sessions",
-              {"product", "session", "user", "start", "end", "state", "files", "records", "events", "errors"},
-              {},
-              0};
-  for (const SessionRow& row : figures.LastSessions()) {
-    table.rows.push_back({row.product, OrNull(row.session), OrNull(row.user), OrNull(row.start),
-                          OrNull(row.end), NameOf(row.state), row.files, row.records, row.events,
-                          row.errors});
-  }
-  table.leftOut = figures.Sessions() - table.rows.size();
-  return table;
+  const std::vector<SessionRow>& rows = figures.LastSessions();
+  const auto visitRows = [&rows](const Take& take) {
+    for (const SessionRow& row : rows) {
+      take({row.product, OrNull(row.session), OrNull(row.user), OrNull(row.start), OrNull(row.end),
+            NameOf(row.state), row.files, row.records, row.events, row.errors});
+    }
+  };
+  return {"sessions",
+          {"product", "session", "user", "start", "end", "state", "files", "records", "events", "errors"},
+          figures.Sessions() - rows.size(),
+          visitRows};
 }
 
 std::vector<Table> TablesOf(Figures& figures) {
-  std::vector<Table> tables;
-  tables.push_back(SessionTable(figures));
-  tables.push_back(TableOf("days", {"product", "day", "state", "sessions"}, figures.days, kMostDays));
-  tables.push_back(
-      TableOf("events", {"product", "category", "subcategory", "name", "count"}, figures.events));
-  tables.push_back(
-      TableOf("groups", {"product", "category", "subcategory", "name", "count"}, figures.groups));
-  tables.push_back(TableOf("errors", {"product", "type", "value", "count"}, figures.errors));
-  tables.push_back(TableOf("machines", {"product", "entry", "value", "sessions"}, figures.machines));
-  return tables;
+  const std::vector<std::string_view> labels = {"product", "category", "subcategory", "name", "count"};
+  return {SessionTable(figures),
+          TableOf("days", {"product", "day", "state", "sessions"}, figures.Of(Subject::Days), kMostDays),
+          TableOf("events", labels, figures.Of(Subject::Events)),
+          TableOf("groups", labels, figures.Of(Subject::Groups)),
+          TableOf("errors", {"product", "type", "value", "count"}, figures.Of(Subject::Errors)),
+          TableOf("machines", {"product", "entry", "value", "sessions"}, figures.Of(Subject::Machines))};
 }
+
+// Writes texts in large pieces.
+class Pieces {
+ public:
+  explicit Pieces(Output& output) : output_(output) {}
+  void Add(std::string_view text) {
+    text_ += text;
+    constexpr size_t kFull = size_t{64} << 10;
+    if (text_.size() >= kFull) Flush();
+  }
+  void Flush() {
+    output_.Write(text_);
+    text_.clear();
+  }
+
+ private:
+  Output& output_;
+  std::string text_;
+};
 
 std::string Dump(const ordered_json& json) {
   return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
-// The same, as it may stand in a script element: nothing in it ends that or begins a comment.
+// The same, safe within a script element: nothing in it can end the element or begin a comment.
 std::string DumpForPage(const ordered_json& json) {
   std::string text;
   for (const char c : Dump(json)) c == '<' ? text.append("\\u003c") : text.append(1, c);
@@ -117,23 +148,26 @@ std::string DumpForPage(const ordered_json& json) {
 }
 
 void WriteLines(const Reading& reading, const std::vector<Table>& tables, Output& output) {
+  Pieces pieces(output);
   for (const Table& table : tables) {
-    for (const ordered_json& row : table.rows) {
+    table.visitRows([&](const ordered_json& row) {
       const Product& product = reading.figures.Products()[row[0].get<size_t>()];
       ordered_json line = {{"table", table.name},
                            {"family", OrNull(product.family)},
                            {"product", OrNull(product.name)},
                            {"version", OrNull(product.version)}};
       for (size_t i = 1; i < row.size(); ++i) line[std::string(table.columns[i])] = row[i];
-      output.Write(Dump(line) + "\n");
-    }
+      pieces.Add(Dump(line) + "\n");
+    });
   }
+  pieces.Flush();
 }
 
 void WritePage(const Reading& reading, const std::vector<Table>& tables, Output& output) {
-  output.Write(kReportHead);
+  Pieces pieces(output);
+  pieces.Add(kReportHead);
   ordered_json page;
-  page["generated"] = util::TimeStamp(static_cast<int64_t>(std::time(nullptr))).Text().text;
+  page["generated"] = util::TimeStamp(static_cast<int64_t>(std::time(nullptr))).Text().View();
   page["documents"] = reading.documents;
   page["opt_in_documents"] = reading.optInDocuments;
   page["sessions"] = reading.figures.Sessions();
@@ -145,28 +179,32 @@ void WritePage(const Reading& reading, const std::vector<Table>& tables, Output&
     page["products"].push_back({OrNull(product.family), OrNull(product.name), OrNull(product.version)});
   std::string text = DumpForPage(page);
   text.back() = ',';
-  output.Write(text + "\"tables\":{");
-  std::string_view between;
+  pieces.Add(text + "\"tables\":{");
+  std::string_view betweenTables;
   for (const Table& table : tables) {
-    output.Write(std::string(between) + "\"" + std::string(table.name) + "\":{\"columns\":" +
-                 Dump(table.columns) + ",\"left_out\":" + std::to_string(table.leftOut) + ",\"rows\":[");
-    between = ",\n";
-    std::string rows;
-    for (const ordered_json& row : table.rows)
-      rows.append(rows.empty() ? "\n" : ",\n").append(DumpForPage(row));
-    output.Write(rows + "]}");
+    pieces.Add(std::string(betweenTables) + "\"" + std::string(table.name) + "\":{\"columns\":" +
+               Dump(table.columns) + ",\"left_out\":" + std::to_string(table.leftOut) + ",\"rows\":[");
+    betweenTables = ",\n";
+    std::string_view between = "\n";
+    table.visitRows([&](const ordered_json& row) {
+      pieces.Add(std::string(between) + DumpForPage(row));
+      between = ",\n";
+    });
+    pieces.Add("]}");
   }
-  output.Write("}}");
-  output.Write(kReportTail);
+  pieces.Add("}}");
+  pieces.Add(kReportTail);
+  pieces.Flush();
 }
 
 int RunReport(Options& options) {
-  const reader::Sessions sessions = options.inputs.Find();
-  Reading reading;
-  reader::DocumentReader reader;
-  for (size_t i = 0; i < sessions.Count(); ++i) Read(sessions[i], reader, reading);
-  const std::vector<Table> tables = TablesOf(reading.figures);
+  reader::Sessions sessions = options.inputs.Find();
+  options.inputs.Spare(options.output);
   Output output(options.output);
+  Reading reading;
+  const auto makeWorker = [&] { return std::make_unique<Summing>(reading); };
+  WorkOn(sessions, options.threads.Count(), makeWorker, [](const Page& page) { page.SaySentences(); });
+  const std::vector<Table> tables = TablesOf(reading.figures);
   options.isJson ? WriteLines(reading, tables, output) : WritePage(reading, tables, output);
   return options.inputs.IsAllReadable() && reading.unreadable == 0 ? kDone : kUnreadable;
 }
@@ -178,6 +216,7 @@ void AddReport(CLI::App& app, Run& chosen) {
   CLI::App* const verb =
       app.add_subcommand("report", "Draw what many sessions come to, as one page for a browser");
   options->inputs.AddTo(*verb);
+  options->threads.AddTo(*verb);
   verb->add_option("-o,--output", options->output, "File to write, instead of standard output");
   verb->add_flag("--json", options->isJson, "The tables of the page instead, one JSON object a line");
   verb->callback([options, &chosen] { chosen = [options] { return RunReport(*options); }; });

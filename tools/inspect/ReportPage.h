@@ -1,4 +1,4 @@
-// The page of a report before and behind its data, put together from report/ by the build.
+// The report's page before and after its data, generated from report/ by the build.
 #pragma once
 
 #include <string_view>

@@ -7,8 +7,9 @@
 
 #include "Escape.h"
 #include "reader/Text.h"
-#include "util/Blocks.h"
+#include "util/ByteScans.h"
 #include "util/Counter.h"
+#include "util/TextBuffer.h"
 
 namespace vantra::inspect {
 namespace {
@@ -22,7 +23,7 @@ using reader::Text;
 constexpr std::array<std::string_view, kKinds> kKindNames = {"start", "resume", "group", "value",
                                                              "event", "split",  "end"};
 
-// What a row says of the session, in the order of the columns between the number and the time.
+// The session's columns, between the number and the time.
 struct Column {
   std::string_view name;
   std::string Facts::*text;
@@ -32,9 +33,9 @@ constexpr Column kFacts[] = {{"family", &Facts::family},     {"product", &Facts:
                              {"language", &Facts::language}, {"user", &Facts::user},
                              {"session", &Facts::session}};
 
-// A text that is followed by bytes that can be read: one of a document, or one that was padded.
 [[gnu::always_inline]] inline char* Put(char* at, std::string_view text) noexcept {
-  return util::CopyWhole(at, text.data(), text.size());
+  const auto blocks = util::BlockText::Of(text);
+  return blocks ? blocks->Write(at) : at + text.copy(at, text.size());
 }
 
 template <size_t N>
@@ -47,10 +48,10 @@ char* PutKind(char* at, Kind kind) noexcept {
   return at + name.copy(at, name.size());
 }
 
-// Texts that are kept here are followed by bytes that can be read.
+// Makes the bytes after a text readable.
 void Pad(std::string& text) { text.reserve(text.size() + reader::kPadding); }
 
-// A number that mostly is the one after the last.
+// Writes numbers, of which most follow the one before.
 class Digits {
  public:
   [[nodiscard]] char* Put(char* at, int32_t number) noexcept {
@@ -190,7 +191,7 @@ class CsvRows final : public RowWriter {
     return (IsFormula(text) ? "\"'" : "\"") + Escaped<Escaping::Csv>(text) + "\"";
   }
 
-  // Whether a spreadsheet would take the text for a formula. A signed number is none.
+  // Whether a spreadsheet would take the text for a formula. A signed number is not one.
   static bool IsFormula(std::string_view text) noexcept {
     constexpr std::string_view kBeginnings = "=+-@\t\r\n";
     if (kBeginnings.find(text[0]) == std::string_view::npos) return false;

@@ -1,4 +1,4 @@
-// Records as rows of a table, in the columns of docs/records.md. Pure.
+// Records as rows of a table, with the columns of docs/records.md. Pure.
 #pragma once
 
 #include <cstdint>
@@ -20,14 +20,14 @@ class RowWriter {
   RowWriter& operator=(const RowWriter&) = delete;
   virtual ~RowWriter() = default;
 
-  // What stands at the beginning of every file.
+  // The first bytes of every file.
   [[nodiscard]] virtual std::string_view Header() const noexcept = 0;
 
-  // What all rows of the next document have in common.
+  // Begins a document: sets what all its rows have in common.
   virtual void Begin(std::string_view document, const reader::Facts& facts, std::optional<int32_t> index) = 0;
 
-  // Writes a record of that document, as its reader gave it, and gives the position behind it. A row takes
-  // less than Page::kRoom.
+  // Writes a record of that document, as its reader returned it; returns the position after the row. A row
+  // takes less than Page::kRoom.
   [[nodiscard]] virtual char* Write(const reader::Record& record, char* at) = 0;
 };
 

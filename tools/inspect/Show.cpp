@@ -1,4 +1,4 @@
-// show: a session for reading.
+// show: prints sessions for reading.
 #include "Show.h"
 
 #include <algorithm>
@@ -21,6 +21,19 @@ class Showing {
  public:
   explicit Showing(ShowOptions& options) : options_(options), printer_(options, output_) {}
 
+  void Show(const reader::Sessions& sessions) {
+    for (size_t i = 0; i < sessions.Count(); ++i) Show(sessions[i]);
+  }
+
+  // Nothing when there is no such session.
+  void ShowOne(Inputs& inputs, const std::string& id) {
+    reader::Sessions sessions = inputs.Find(id);
+    if (!id.empty() && sessions.Next()) Show(sessions[0]);
+  }
+
+  [[nodiscard]] bool IsAllReadable() const noexcept { return isAllReadable_; }
+
+ private:
   void Show(const reader::Session& session) {
     if (!options_.isRaw) {
       const auto ignore = [](std::string_view, std::string_view) {};
@@ -43,9 +56,6 @@ class Showing {
     printer_.Flush();
   }
 
-  [[nodiscard]] bool IsAllReadable() const noexcept { return isAllReadable_; }
-
- private:
   void Copy(const std::string& path, reader::FileSource& file) {
     reader::DecodedSource text(file);
     std::string piece(kFullPage, '\0');
@@ -84,44 +94,50 @@ int RunShow(ShowOptions& options) {
     return kUnreadable;
   }
   const std::vector<std::string> names = options.inputs.TakeSessions();
+  if (options.isLast && !names.empty()) {
+    Say("name a session, or ask for the last one");
+    return kUnreadable;
+  }
   if (options.isFollowing) {
     Output output;
     return Follow(options, names, output);
   }
-  const reader::Sessions sessions = options.inputs.Find();
   Showing showing(options);
-  for (const size_t session : Select(sessions, names, options.isLast)) showing.Show(sessions[session]);
-  return options.inputs.IsAllReadable() && showing.IsAllReadable() ? kDone : kUnreadable;
-}
-
-size_t FindNamed(const reader::Sessions& sessions, std::string name) {
-  std::ranges::transform(name, name.begin(), [](char c) { return c >= 'A' && c <= 'F' ? char(c + 32) : c; });
-  size_t found = sessions.Count();
-  for (size_t i = 0; i < sessions.Count(); ++i) {
-    if (!sessions[i].id.starts_with(name)) continue;
-    if (found != sessions.Count()) throw std::runtime_error("several sessions begin with " + name);
-    found = i;
+  if (options.isLast) {
+    const auto isAny = [](const reader::Summary&) { return true; };
+    showing.ShowOne(options.inputs, FindLast(options.inputs, isAny));
+  } else if (names.empty()) {
+    reader::Sessions sessions = options.inputs.Find();
+    while (sessions.Next()) showing.Show(sessions);
   }
-  if (found == sessions.Count()) throw std::runtime_error("no session begins with " + name);
-  return found;
+  for (const std::string& name : names) showing.ShowOne(options.inputs, FindNamed(options.inputs, name));
+  return options.inputs.IsAllReadable() && showing.IsAllReadable() ? kDone : kUnreadable;
 }
 
 }  // namespace
 
-std::vector<size_t> Select(const reader::Sessions& sessions, const std::vector<std::string>& names,
-                           bool isLast) {
-  std::vector<size_t> selected;
-  for (const std::string& name : names) selected.push_back(FindNamed(sessions, name));
-  for (size_t i = 0; names.empty() && i < sessions.Count(); ++i) selected.push_back(i);
-  if (!isLast) return selected;
+std::string FindNamed(Inputs& inputs, std::string name) {
+  std::ranges::transform(name, name.begin(), [](char c) { return c >= 'A' && c <= 'F' ? char(c + 32) : c; });
+  reader::Sessions sessions = inputs.Find(name);
+  if (!sessions.Next()) throw std::runtime_error("no session begins with " + name);
+  if (sessions.Count() > 1) throw std::runtime_error("several sessions begin with " + name);
+  return std::string(sessions[0].id);
+}
+
+std::string FindLast(Inputs& inputs, const std::function<bool(const reader::Summary&)>& isWanted) {
+  const auto ignore = [](std::string_view, std::string_view) {};
   reader::DocumentReader reader;
+  std::string last;
   std::string lastStart;
-  std::vector<size_t> last;
-  for (const size_t i : selected) {
-    const reader::Summary summary = Summarize(sessions[i], reader, [](std::string_view, std::string_view) {});
-    if (summary.facts.origin == reader::Origin::OptIn || summary.files == 0) continue;
-    if (last.empty() || summary.start > lastStart) last = {i};
-    lastStart = std::max(lastStart, summary.start);
+  for (reader::Sessions sessions = inputs.Find(); sessions.Next();) {
+    for (size_t i = 0; i < sessions.Count(); ++i) {
+      const reader::Session session = sessions[i];
+      const reader::Summary summary = Summarize(session, reader, ignore);
+      if (summary.facts.origin == reader::Origin::OptIn || summary.files == 0 || !isWanted(summary)) continue;
+      if (!last.empty() && summary.start <= lastStart) continue;
+      last = session.id;
+      lastStart = summary.start;
+    }
   }
   return last;
 }
@@ -148,7 +164,7 @@ void SessionPrinter::Begin(const Facts& facts, std::string_view start, std::stri
   };
   if (!isFirst_) Write("\n");
   isFirst_ = false;
-  std::string product = facts.family + " " + facts.product + " " + facts.version;
+  std::string product = facts.family.empty() ? "" : facts.family + " " + facts.product + " " + facts.version;
   if (!facts.build.empty()) product += ", build " + facts.build;
   if (!facts.language.empty()) product += ", language " + facts.language;
   line("Session", facts.origin == reader::Origin::OptIn ? "none: a changed opt-in" : facts.session);

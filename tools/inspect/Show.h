@@ -1,6 +1,7 @@
-// What show prints of a session, whether it is over or being written.
+// Prints a session for show, finished or still being written.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -25,12 +26,12 @@ class SessionPrinter {
  public:
   SessionPrinter(const ShowOptions& options, Output& output);
 
-  // What a session is, above its entries. The state is left out while it is not known.
+  // Prints what the session is, above its entries; the state only if it is known.
   void Begin(const reader::Facts& facts, std::string_view start, std::string_view state);
   void BeginDocument(std::string_view name, reader::Origin origin);
   void Add(const reader::Record& record) { folder_->Add(record); }
   void AddMalformed(const reader::Document& document, const reader::DocumentReader& reader);
-  // Writes what has been added.
+  // Writes everything added so far.
   void Flush();
 
  private:
@@ -46,13 +47,16 @@ class SessionPrinter {
   std::string lastTime_;
 };
 
-// The sessions among these that are meant: those that the names begin, the one that started last, or all.
-// Throws std::runtime_error with a sentence when a name is none, or several.
-[[nodiscard]] std::vector<size_t> Select(const reader::Sessions& sessions,
-                                         const std::vector<std::string>& names, bool isLast);
+// The identifier of the session that it begins; throws std::runtime_error with a sentence when there is none,
+// or several.
+[[nodiscard]] std::string FindNamed(Inputs& inputs, std::string beginning);
 
-// Prints a session as it is written, until it ends: the one that is named or that a file is of; else the one
-// that started last and has not ended, or else the next to begin.
+// That of the wanted session that started last; empty when there is none.
+[[nodiscard]] std::string FindLast(Inputs& inputs,
+                                   const std::function<bool(const reader::Summary&)>& isWanted);
+
+// Prints a session while it is written, until it ends: the one named, or that of the file named; else the one
+// that started last and has not ended; else the next one to start.
 [[nodiscard]] int Follow(ShowOptions& options, const std::vector<std::string>& names, Output& output);
 
 }  // namespace vantra::inspect

@@ -45,7 +45,7 @@ struct Found {
   uint64_t size, written;
 };
 
-// What lies in the folder itself.
+// The entries of the folder, without its subfolders' entries.
 std::vector<Found> ListFolder(const std::wstring& folder) {
   std::vector<Found> found;
   WIN32_FIND_DATAW data;
@@ -68,10 +68,11 @@ bool IsLink(const Found& found) { return (found.attributes & FILE_ATTRIBUTE_REPA
 std::string AsTime(uint64_t ticks) {
   constexpr uint64_t kTicksOfSecond = 10'000'000;
   constexpr int64_t kUnixEpoch = 11'644'473'600;
-  return std::string(util::TimeStamp(static_cast<int64_t>(ticks / kTicksOfSecond) - kUnixEpoch).Text().text);
+  return std::string(
+      util::TimeStamp(static_cast<int64_t>(ticks / kTicksOfSecond) - kUnixEpoch).Text().View());
 }
 
-// What lies below a folder, files and links.
+// Adds the files and links at any depth below a folder.
 void ListFiles(const std::wstring& folder, size_t rootSize, size_t place, std::vector<StoredItem>& items) {
   for (const Found& found : ListFolder(folder)) {
     if (IsFolder(found) && !IsLink(found)) {
@@ -175,7 +176,7 @@ void EraseFolder(const std::wstring& folder, std::vector<Failure>& failures) {
   if (failures.size() == before && !RemoveDirectoryW(folder.c_str())) fail(folder);
 }
 
-// A document becomes its text, anything else a copy.
+// Copies a file; a document as its decoded text.
 void CopyItem(const std::string& from, std::string to) {
   const auto name = reader::ParseFileName(from.substr(from.find_last_of(reader::kSeparators) + 1));
   const bool isDecoded = name && (name->isPacked || name->ending != reader::Ending::Xml);

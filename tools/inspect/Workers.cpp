@@ -5,15 +5,33 @@
 #include <thread>
 #include <utility>
 
+#include "Verb.h"
+
 namespace vantra::inspect {
 
 void Page::Clear() noexcept {
   size_ = 0;
   parts.clear();
-  sentences.clear();
+  sentences_.clear();
 }
 
-std::unique_ptr<Page> PageOrder::NewPage() { return std::make_unique<Page>(); }
+std::unique_ptr<Page> Page::Pack() {
+  auto packed = std::make_unique<Page>(size_);
+  packed->Commit(packed->End() + Text().copy(packed->End(), size_));
+  packed->parts = std::exchange(parts, {});
+  packed->sentences_ = std::exchange(sentences_, {});
+  return packed;
+}
+
+void Page::SaySentences() const {
+  for (const std::string& sentence : sentences_) inspect::Say(sentence);
+}
+
+void PageOrder::AwaitTurn(size_t session) {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [&] { return (session == turn_ && !isConsuming_) || error_ != nullptr; });
+  if (error_ != nullptr) std::rethrow_exception(error_);
+}
 
 void PageOrder::Fail(std::exception_ptr error) {
   const std::lock_guard lock(mutex_);
@@ -30,16 +48,21 @@ void PageOrder::Put(size_t session, std::unique_ptr<Page>& page, bool isLast) {
   changed_.wait(lock, [&] { return IsWelcome(session) || error_ != nullptr; });
   if (error_ != nullptr) std::rethrow_exception(error_);
   Result& place = waiting_[session];
-  waitingBytes_ += page->Text().size();
-  place.pages.push_back(std::move(page));
+  waitingBytes_ += page->Cost();
+  // While it waits, a small page takes no more room than it needs.
+  const bool isWaiting = isConsuming_ || session != turn_;
+  place.pages.push_back(isWaiting && page->IsSmall() ? page->Pack() : std::move(page));
   place.isComplete = isLast;
   Drain(lock);
-  page = spare_.empty() ? NewPage() : std::move(spare_.back());
-  if (!spare_.empty()) spare_.pop_back();
+  if (page == nullptr && !spare_.empty()) {
+    page = std::move(spare_.back());
+    spare_.pop_back();
+  }
+  if (page == nullptr) page = std::make_unique<Page>();
   page->Clear();
 }
 
-// Hands on what has come to its turn. One thread does so at a time, and the others go on meanwhile.
+// Passes on the pages whose turn has come. Only one thread does so at a time; the others continue meanwhile.
 void PageOrder::Drain(std::unique_lock<std::mutex>& lock) {
   if (isConsuming_) return;
   isConsuming_ = true;
@@ -54,8 +77,10 @@ void PageOrder::Drain(std::unique_lock<std::mutex>& lock) {
       Fail(std::current_exception());
     }
     lock.lock();
-    for (const auto& page : pages) waitingBytes_ -= page->Text().size();
-    std::ranges::move(pages, std::back_inserter(spare_));
+    for (auto& page : pages) {
+      waitingBytes_ -= page->Cost();
+      if (page->HasRoom() && spare_.size() < kMostSpare) spare_.push_back(std::move(page));
+    }
     if (isComplete) {
       waiting_.erase(turn_);
       ++turn_;
@@ -66,19 +91,22 @@ void PageOrder::Drain(std::unique_lock<std::mutex>& lock) {
   isConsuming_ = false;
 }
 
-void WorkOn(size_t sessions, unsigned threads, const std::function<Work()>& makeWorker,
-            PageOrder::Consume consume) {
-  PageOrder order(std::move(consume), threads);
+namespace {
+
+// The sessions of one lot.
+void WorkOnLot(const reader::Sessions& sessions, unsigned threads, const MakeWorker& makeWorker,
+               const PageOrder::Consume& consume) {
+  PageOrder order(consume, threads);
   std::atomic<size_t> next = 0;
   std::exception_ptr error;
   std::mutex errorMutex;
   const auto run = [&] {
     try {
-      const Work work = makeWorker();
-      std::unique_ptr<Page> page = order.NewPage();
-      for (size_t session = next++; session < sessions; session = next++) {
+      const std::unique_ptr<Worker> worker = makeWorker();
+      auto page = std::make_unique<Page>();
+      for (size_t session = next++; session < sessions.Count(); session = next++) {
         Writer writer(order, session, page);
-        work(session, writer);
+        worker->Work(sessions[session], writer);
         order.Put(session, page, true);
       }
     } catch (...) {
@@ -88,10 +116,17 @@ void WorkOn(size_t sessions, unsigned threads, const std::function<Work()>& make
     }
   };
   std::vector<std::jthread> others;
-  for (unsigned i = 1; i < threads; ++i) others.emplace_back(run);
+  for (unsigned i = 1; i < std::min<size_t>(threads, sessions.Count()); ++i) others.emplace_back(run);
   run();
   others.clear();
   if (error != nullptr) std::rethrow_exception(error);
+}
+
+}  // namespace
+
+void WorkOn(reader::Sessions& sessions, unsigned threads, const MakeWorker& makeWorker,
+            const PageOrder::Consume& consume) {
+  while (sessions.Next()) WorkOnLot(sessions, threads, makeWorker, consume);
 }
 
 }  // namespace vantra::inspect

@@ -1,4 +1,4 @@
-// Sessions worked on by several threads, with results in the order of the sessions all the same.
+// Processes sessions on several threads, with results in the order of the sessions nevertheless.
 #pragma once
 
 #include <condition_variable>
@@ -13,69 +13,92 @@
 #include <string_view>
 #include <vector>
 
+#include "reader/Sessions.h"
+
 namespace vantra::inspect {
 
-// A part of what is made of sessions: text for the output, and sentences for the user.
+// A piece of a worker's result: text for the output, and sentences for the user.
 class Page {
  public:
+  Page() : Page(kFull + kRoom) {}
+  // With no more room than this.
+  explicit Page(size_t capacity)
+      : text_(std::make_unique_for_overwrite<char[]>(capacity)), hasRoom_(capacity >= kFull + kRoom) {}
+
   // So much may be written at the end of a page that is not full.
   static constexpr size_t kRoom = size_t{1} << 20;
 
   [[nodiscard]] char* End() noexcept { return text_.get() + size_; }
   void Commit(const char* end) noexcept { size_ = static_cast<size_t>(end - text_.get()); }
   void Add(std::string_view text) noexcept { Commit(End() + text.copy(End(), kRoom)); }
-  // What was written since the last part belongs to this one.
+  // Assigns what was written since the last part to this label.
   void EndPart(std::string_view label) {
     if (parts.empty() || parts.back().label != label) parts.push_back({std::string(label), 0});
     parts.back().end = size_;
   }
-  void Say(std::string_view sentence) { sentences.push_back(std::string(sentence)); }
+  // For the user, when the page has come to its turn.
+  void Say(std::string_view sentence) { sentences_.push_back(std::string(sentence)); }
+  void SaySentences() const;
 
   [[nodiscard]] std::string_view Text() const noexcept { return {text_.get(), size_}; }
+  [[nodiscard]] bool IsSmall() const noexcept { return size_ < kFull / 2; }
+  [[nodiscard]] bool HasRoom() const noexcept { return hasRoom_; }
+  // The same with no more room than it needs. What remains here is to be cleared.
+  [[nodiscard]] std::unique_ptr<Page> Pack();
+  // What it takes in memory while it waits, about.
+  [[nodiscard]] size_t Cost() const noexcept {
+    constexpr size_t kLeast = size_t{1} << 10;
+    return size_ + kLeast;
+  }
   [[nodiscard]] bool IsFull() const noexcept {
     constexpr size_t kManySentences = 1000;
-    return size_ >= kFull || sentences.size() >= kManySentences;
+    return size_ >= kFull || sentences_.size() >= kManySentences;
   }
   void Clear() noexcept;
 
-  // Where the text goes when it is divided: each part with its label, up to the given end.
+  // For output that is divided: the labels, and where the text of each ends.
   struct Part {
     std::string label;
     size_t end;
   };
   std::vector<Part> parts;
-  std::vector<std::string> sentences;
 
  private:
   static constexpr size_t kFull = size_t{1024} << 10;
 
-  std::unique_ptr<char[]> text_ = std::make_unique_for_overwrite<char[]>(kFull + kRoom);
+  std::unique_ptr<char[]> text_;
+  bool hasRoom_;
   size_t size_ = 0;
+  std::vector<std::string> sentences_;
 };
 
-// Pages on their way from the workers to one consumer, which gets them one at a time and in the order of the
-// sessions. A worker that is far ahead of the others waits.
+// Passes pages from the workers to one consumer, one at a time and in the order of the sessions. A worker
+// that is far ahead of the others has to wait. Thread-safe.
 class PageOrder {
  public:
   using Consume = std::function<void(const Page&)>;
 
   PageOrder(Consume consume, unsigned threads) : consume_(std::move(consume)), most_(kAhead * threads) {}
 
-  // Takes the page, the last one of the session or not, and leaves an empty one in its place. Throws what the
-  // consumer has thrown, to every worker.
+  // Takes the page, which may be the session's last, and replaces it by an empty one. Rethrows the consumer's
+  // exception, in every worker.
   void Put(size_t session, std::unique_ptr<Page>& page, bool isLast);
-  [[nodiscard]] std::unique_ptr<Page> NewPage();
+  // Waits until all sessions before have been consumed. Until the last page of this one is put, no other
+  // worker gets that far.
+  void AwaitTurn(size_t session);
   // Ends all waiting.
   void Fail(std::exception_ptr error);
 
  private:
-  static constexpr size_t kAhead = size_t{3} << 20;  // bytes that wait, for each thread
+  static constexpr size_t kAhead = size_t{3} << 20;  // bytes that may wait, for each thread
+
+  static constexpr size_t kMostSpare = 2;
 
   struct Result {
     std::vector<std::unique_ptr<Page>> pages;
     bool isComplete = false;
   };
-  // Whether a page of the session may wait, or need not.
+  // Whether a page of the session can be taken now.
   [[nodiscard]] bool IsWelcome(size_t session) const noexcept;
   void Drain(std::unique_lock<std::mutex>& lock);
 
@@ -97,11 +120,14 @@ class Writer {
   Writer(PageOrder& order, size_t session, std::unique_ptr<Page>& page)
       : order_(order), session_(session), page_(page) {}
 
-  // A page with room.
+  // The page; a new one if it was full.
   [[nodiscard]] Page& Room() {
     if (page_->IsFull()) order_.Put(session_, page_, false);
     return *page_;
   }
+
+  // From here on, until its work on the session is over, no other worker is here.
+  void AwaitTurn() { order_.AwaitTurn(session_); }
 
  private:
   PageOrder& order_;
@@ -109,12 +135,20 @@ class Writer {
   std::unique_ptr<Page>& page_;
 };
 
-// What one thread does with a session, by its index.
-using Work = std::function<void(size_t session, Writer& writer)>;
+// Works on sessions, one after the other, in a thread of its own.
+class Worker {
+ public:
+  Worker() = default;
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
+  virtual ~Worker() = default;
 
-// Lets each of the threads make its own worker, and all of them work on the sessions in order. Throws what a
-// worker or the consumer has thrown.
-void WorkOn(size_t sessions, unsigned threads, const std::function<Work()>& makeWorker,
-            PageOrder::Consume consume);
+  virtual void Work(const reader::Session& session, Writer& writer) = 0;
+};
+using MakeWorker = std::function<std::unique_ptr<Worker>()>;
+
+// Lets workers, one a thread, work on all sessions in order. Throws what a worker or the consumer has thrown.
+void WorkOn(reader::Sessions& sessions, unsigned threads, const MakeWorker& makeWorker,
+            const PageOrder::Consume& consume);
 
 }  // namespace vantra::inspect

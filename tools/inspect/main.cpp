@@ -2,26 +2,18 @@
 #include <exception>
 #include <iostream>
 
+#include "Output.h"
 #include "Verb.h"
 #ifdef _WIN32
-#include <fcntl.h>
-#include <io.h>
-
 #include "util/Text.h"
-#include "util/Windows.h"
 #endif
 
 namespace vantra::inspect {
 namespace {
 
-constexpr AddVerb kVerbs[] = {
-    AddList,   AddShow,    AddCheck, AddExport, AddReport,
-#ifdef _WIN32
-    AddDoctor, AddPrivacy,
-#endif
-};
+constexpr AddVerb kVerbs[] = {AddList, AddShow, AddCheck, AddExport, AddReport, AddDoctor, AddPrivacy};
 
-// Arguments in UTF-8, the last one first, as the parser takes them.
+// The arguments are in UTF-8 and in reverse order, as the parser expects.
 int Main(std::vector<std::string> arguments) {
   CLI::App app("Shows, checks and exports usage documents.", "vantra-inspect");
   app.allow_windows_style_options(false);
@@ -45,14 +37,14 @@ int Main(std::vector<std::string> arguments) {
 
 #ifdef _WIN32
 int wmain(int argc, wchar_t** argv) {
-  SetConsoleOutputCP(CP_UTF8);
-  _setmode(_fileno(stdout), _O_BINARY);
+  vantra::inspect::PrepareStandardStreams();
   std::vector<std::string> arguments;
   for (int i = argc - 1; i > 0; --i) arguments.push_back(vantra::util::ToUtf8(argv[i]));
   return vantra::inspect::Main(std::move(arguments));
 }
 #else
 int main(int argc, char** argv) {
+  vantra::inspect::PrepareStandardStreams();
   std::vector<std::string> arguments;
   for (int i = argc - 1; i > 0; --i) arguments.emplace_back(argv[i]);
   return vantra::inspect::Main(std::move(arguments));

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "reader/FileName.h"
-#include "util/Blocks.h"
+#include "util/ByteScans.h"
 
 namespace vantra::reader {
 namespace {
@@ -13,10 +13,12 @@ int32_t Next(int32_t number) noexcept { return static_cast<int32_t>(static_cast<
 
 }  // namespace
 
-void Checker::Tell(Rule rule) { (*tell_)({rule, reader_->Offset(), reader_->Text()}); }
+void Checker::Tell(Rule rule, std::string_view expected, std::string_view found) {
+  (*tell_)({rule, reader_->Offset(), reader_->Text(), expected, found});
+}
 
-// A document with an index goes on where the one before it ended, if that is at hand. All others are numbered
-// for themselves.
+// A document with an index continues the numbering of the one before it, if that was given. All others have a
+// numbering of their own.
 void Checker::Begin(const Document& document) {
   const std::optional<int32_t> index = document.isCopy ? std::nullopt : document.name.index;
   own_ = {};
@@ -71,7 +73,11 @@ bool Checker::IsNameTrue(const FileName& name) const noexcept {
 
 void Checker::PassMalformed() {
   isCut_ = reader_->Fault() == Rule::Cut;
-  if (stage_ != Stage::After) Tell(stage_ == Stage::Ended ? Rule::AfterEnd : reader_->Fault());
+  if (stage_ != Stage::After) {
+    const bool isBehind = stage_ == Stage::Ended;
+    Tell(isBehind ? Rule::AfterEnd : reader_->Fault(), {},
+         isBehind ? std::string_view() : reader_->FaultyValue());
+  }
   if (stage_ == Stage::Ended) stage_ = Stage::After;
   course_->nextSeq.reset();
   course_->isEveryGroupKnown = false;
@@ -82,7 +88,8 @@ void Checker::CheckRecord(const Record& record) {
   Course& course = *course_;
   if (stage_ != Stage::Inside || (record.kind != Kind::Value && record.kind != Kind::Event))
     CheckOrder(record);
-  if (record.seq != course.nextSeq && course.nextSeq) Tell(Rule::Gap);
+  if (record.seq != course.nextSeq && course.nextSeq)
+    Tell(Rule::Gap, std::to_string(*course.nextSeq), std::to_string(record.seq));
   course.nextSeq = Next(record.seq);
   const Time& last = course.time;
   if (record.time.size() == last.size() && !util::SameBytes(record.time.data(), last.data(), last.size()))
@@ -93,7 +100,8 @@ void Checker::CheckRecord(const Record& record) {
 
 void Checker::CheckNewTime(std::string_view time) {
   Time& last = course_->time;
-  if (time < std::string_view(last.data(), last.size())) Tell(Rule::TimeBack);
+  const std::string_view before(last.data(), last.size());
+  if (time < before) Tell(Rule::TimeBack, before, time);
   std::memcpy(last.data(), time.data(), last.size());
 }
 
@@ -108,7 +116,7 @@ void Checker::CheckOrder(const Record& record) {
   if (record.kind == Kind::End) course.isEnded = true;
   if (record.id.empty()) return;
   const std::string_view wanted = nameSession_.empty() ? std::string_view(course.id) : nameSession_;
-  if (!wanted.empty() && record.id != wanted) Tell(Rule::Session);
+  if (!wanted.empty() && record.id != wanted) Tell(Rule::Session, wanted, record.id);
   course.id = record.id;
 }
 
@@ -135,7 +143,7 @@ void Checker::CheckStage(Kind kind) {
     case Stage::Damaged:
       break;
     default:
-      // No document but the first begins a session.
+      // Only a session's first document may hold StartSession.
       if (isOpening != (stage_ == Stage::Prologue) ||
           (kind == Kind::Start && course_->index.value_or(0) != 0))
         Tell(Rule::Opening);
@@ -148,11 +156,12 @@ void Checker::CheckGroup(const Record& record) {
   const auto group = static_cast<uint32_t>(record.group);
   if (record.kind == Kind::Value) {
     if (group - 1 < course.lastGroup) return;  // neither zero nor beyond
-    if (course.isEveryGroupKnown || record.group <= 0) return Tell(Rule::Group);
+    if (course.isEveryGroupKnown || record.group <= 0)
+      return Tell(Rule::Group, {}, std::to_string(record.group));
     course.lastGroup = group;
   } else if (record.kind == Kind::Group) {
     const bool isNext = course.isEveryGroupKnown ? group == course.lastGroup + 1 : group > course.lastGroup;
-    if (!isNext) Tell(Rule::Group);
+    if (!isNext) Tell(Rule::Group, std::to_string(course.lastGroup + 1), std::to_string(record.group));
     course.lastGroup = group;
     course.isEveryGroupKnown = true;
   }

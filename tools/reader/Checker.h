@@ -1,4 +1,4 @@
-// Holds the documents of a session against the format, record by record.
+// Checks the documents of a session against the format, record by record.
 #pragma once
 
 #include <array>
@@ -17,32 +17,35 @@ namespace vantra::reader {
 struct Finding {
   Rule rule;
   uint64_t offset;        // of the first byte of the record, in the document's decoded text
-  std::string_view text;  // the record, or its beginning; good during the call
+  std::string_view text;  // the record, or its beginning; views are good during the call
+  // Of a wrong number, identifier or time what should stand there, as far as that is known, and what stands
+  // there.
+  std::string_view expected, found;
 };
 using Told = std::function<void(const Finding&)>;
 
-// Numbers, groups and times go on from one document to the next: give those of a session in order, and begin
-// the next session with Reset.
+// Numbers, groups and times continue from one document to the next: pass a session's documents in order, and
+// call Reset between sessions. Not thread-safe.
 class Checker {
  public:
   void Reset() noexcept { session_ = {}; }
 
-  // The document, which the reader has just opened, to its end.
+  // Reads the document, which the reader has just opened, to its end, and calls tell with each finding.
   void Check(const Document& document, DocumentReader& reader, const Told& tell);
 
  private:
   using Time = std::array<char, 20>;
-  // What the records before tell about the next one.
+  // What earlier records imply for the next one.
   struct Course {
-    std::string id;  // of the session; empty while none has been seen
+    std::string id;  // the session's; empty until one has been seen
     std::optional<int32_t> index;
-    std::optional<int32_t> nextSeq;  // nothing when a record before could not be read
+    std::optional<int32_t> nextSeq;  // empty after a record that could not be read
     uint32_t lastGroup = 0;
-    bool isEveryGroupKnown = false;  // up to the last one; else it is the largest number seen
+    bool isEveryGroupKnown = false;  // else lastGroup is the largest seen
     Time time{};
     bool isEnded = false;
   };
-  // How far the document is. One whose beginning cannot be read is damaged until a record has been.
+  // The position in the document. Damaged: its beginning cannot be read, and no record has been found yet.
   enum class Stage : uint8_t { Nothing, Prologue, Damaged, Inside, Closed, Ended, After };
 
   void Begin(const Document& document);
@@ -56,10 +59,10 @@ class Checker {
   void PassMalformed();
   void PassPrologue();
   [[nodiscard]] bool IsNameTrue(const FileName& name) const noexcept;
-  void Tell(Rule rule);
+  void Tell(Rule rule, std::string_view expected = {}, std::string_view found = {});
 
   Course session_;
-  Course own_;  // of a document that is numbered for itself
+  Course own_;  // for a document with a numbering of its own
   Course* course_ = nullptr;
   DocumentReader* reader_ = nullptr;
   const Told* tell_ = nullptr;

@@ -1,6 +1,7 @@
 #include "reader/Decoded.h"
 
 #include "session/Obfuscation.h"
+#include "util/ByteScans.h"
 
 namespace vantra::reader {
 
@@ -24,7 +25,7 @@ size_t DecodedSource::Read(char* to, size_t size) {
   const size_t given = beginning_.copy(to, size);
   beginning_.erase(0, given);
   const size_t got = given < size ? source_->Read(to + given, size - given) : 0;
-  if (isObfuscated_) session::Rotate({to, got});
+  if (isObfuscated_) util::Rotate({to, got});
   return given + got;
 }
 

@@ -1,4 +1,4 @@
-// A document's file as its text: unpacked, and rotated back. Where all bytes are wanted, and no records.
+// The decoded text of a document's file, unpacked and rotated back, for use without records.
 #pragma once
 
 #include <optional>
@@ -10,19 +10,19 @@ namespace vantra::reader {
 
 class DecodedSource final : public Source {
  public:
-  // The file's source must stay as long as this.
+  // The source must outlive this object.
   explicit DecodedSource(Source& file);
 
   [[nodiscard]] size_t Read(char* to, size_t size) override;
   [[nodiscard]] std::string_view Error() const noexcept override { return source_->Error(); }
 
  private:
-  // Reads enough for telling what is there.
+  // Reads enough to recognise gzip and the obfuscation marker.
   void Begin();
 
   Source* source_;
   std::optional<Gunzip> gunzip_;
-  std::string beginning_;  // what has been read and not been given
+  std::string beginning_;  // read but not yet returned
   bool isObfuscated_ = false;
 };
 

@@ -37,8 +37,8 @@ void DocumentReader::Open(Source& source) {
   if (Rest().starts_with(session::kObfuscationMarker)) {
     isObfuscated_ = true;
     at_ += session::kObfuscationMarker.size();
-    session::Rotate({at_, end_});
-    bufferOffset_ -= session::kObfuscationMarker.size();  // wraps, and comes back with the first offset
+    util::Rotate({at_, end_});
+    bufferOffset_ -= session::kObfuscationMarker.size();  // wraps around, and back when an offset is added
   }
   std::memset(end_, 0, kPadding);
 }
@@ -57,7 +57,7 @@ bool DocumentReader::Refill() {
   at_ = buffer_.get();
   end_ = at_ + rest;
   const size_t filled = Fill(end_, kCapacity - rest);
-  if (isObfuscated_) session::Rotate({end_, filled});
+  if (isObfuscated_) util::Rotate({end_, filled});
   end_ += filled;
   std::memset(end_, 0, kPadding);
   return filled != 0;
@@ -71,8 +71,13 @@ void DocumentReader::Take(size_t size) noexcept {
   at_ += size;
 }
 
-// Passes over what is malformed, up to the line where a piece may begin again.
-Piece DocumentReader::PassOver(Rule rule) {
+// Passes over what is malformed from its good part on, up to the line where a piece may begin again.
+Piece DocumentReader::PassOver(Rule rule, size_t good) {
+  faultyValue_.clear();
+  if (rule == Rule::Identifier || rule == Rule::Time || rule == Rule::Number || rule == Rule::Document) {
+    const std::string_view read = Rest().substr(0, good);
+    faultyValue_ = read.substr(read.rfind('"') + 1, kExcerpt);
+  }
   excerpt_ = Rest().substr(0, std::min(kExcerpt, Rest().find('\n', 1)));
   fault_ = rule;
   Take(0);
@@ -116,7 +121,7 @@ Piece DocumentReader::NextOfAny() {
     const bool isLong = text.size() == kLongestRecord;
     if (parsed.isIncomplete && !isLong && Refill()) continue;
     if (parsed.piece == Piece::Malformed)
-      return PassOver(parsed.isIncomplete && isLong ? Rule::TooLong : parsed.rule);
+      return PassOver(parsed.isIncomplete && isLong ? Rule::TooLong : parsed.rule, parsed.size);
     Take(parsed.size);
     if (parsed.piece != Piece::Record) return parsed.piece;
     const Record& record = records_[static_cast<size_t>(parsed.kind)];

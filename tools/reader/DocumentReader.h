@@ -1,5 +1,4 @@
-// Reads documents piece by piece: decoded from gzip and from the rotation, in memory that does not depend on
-// what is read.
+// Reads documents piece by piece, unpacking and decoding them, in constant memory.
 //
 //   reader.Open(source);
 //   for (Piece piece; (piece = reader.Next()) != Piece::Done;) {
@@ -7,7 +6,7 @@
 //   }
 //   if (!reader.Error().empty()) ...  // not all of it could be read
 //
-// Made once and used for any number of documents, by one thread at a time.
+// Can be used for any number of documents, one after the other, by one thread at a time.
 #pragma once
 
 #include <memory>
@@ -26,46 +25,48 @@ namespace vantra::reader {
 
 class DocumentReader {
  public:
-  // A longer record is passed over.
+  // A longer record is skipped as malformed.
   static constexpr size_t kLongestRecord = size_t{64} << 10;
 
-  // One that is thorough reads every record in the unhurried way, with the same result.
+  // A thorough reader parses every record in full instead of by the faster QuickRecords; the result is the
+  // same.
   explicit DocumentReader(bool isThorough = false);
 
-  // Begins with another document. The source must stay until the last piece has been taken.
+  // Begins another document. The source must stay valid until the last piece has been read.
   void Open(Source& source);
 
-  // After Open: the first 64 KiB of the decoded text, followed by kPadding bytes that can be read. Good until
-  // Next.
+  // After Open: up to 64 KiB of decoded text, followed by kPadding readable bytes. Valid until Next.
   [[nodiscard]] std::string_view Beginning() const noexcept;
 
-  // The next piece, until all of the source has been read. What Current and Text gave before is gone then.
+  // Reads the next piece. Invalidates what Current and Text returned before.
   [[nodiscard]] Piece Next();
 
-  // After Piece::Record.
+  // The record; only after Piece::Record.
   [[nodiscard]] const Record& Current() const noexcept { return *current_; }
 
-  // Of the last piece, whatever it is. The offset is that of its first byte in the decoded text. Of what is
-  // malformed, the text is its beginning, up to the end of its line or the first hundred bytes.
+  // The last piece: the offset of its first byte in the decoded text, and its text. The text of a malformed
+  // piece is cut at the end of its line or after 100 bytes.
   [[nodiscard]] uint64_t Offset() const noexcept { return offset_; }
   [[nodiscard]] std::string_view Text() const noexcept { return text_; }
 
-  // After Piece::Malformed: what is wrong with the text there.
+  // What is wrong; only after Piece::Malformed.
   [[nodiscard]] Rule Fault() const noexcept { return fault_; }
+  // The number, identifier, time or document id that is none, or its beginning; else empty.
+  [[nodiscard]] std::string_view FaultyValue() const noexcept { return faultyValue_; }
 
   [[nodiscard]] bool IsPacked() const noexcept { return gunzip_.has_value(); }
   [[nodiscard]] bool IsObfuscated() const noexcept { return isObfuscated_; }
 
-  // Why the document could not be read to its end; good after Piece::Done.
+  // After Piece::Done: why the document could not be read to its end; empty if it was.
   [[nodiscard]] std::string_view Error() const noexcept { return source_->Error(); }
 
  private:
   [[nodiscard]] std::string_view Rest() const noexcept { return {at_, static_cast<size_t>(end_ - at_)}; }
-  // Reads more behind the rest. False when nothing more comes.
+  // Moves the unread rest to the front and reads more after it. False when no more comes.
   bool Refill();
   size_t Fill(char* to, size_t size);
   void Take(size_t size) noexcept;
-  [[nodiscard]] Piece PassOver(Rule rule);
+  [[nodiscard]] Piece PassOver(Rule rule, size_t good);
   [[nodiscard]] Piece NextOfAny();
   [[nodiscard]] Piece Found(const Record& record) noexcept;
 
@@ -86,6 +87,7 @@ class DocumentReader {
   std::string_view text_;
   std::string excerpt_;
   Rule fault_{};
+  std::string faultyValue_;
 };
 
 }  // namespace vantra::reader

@@ -8,7 +8,7 @@
 namespace vantra::reader {
 namespace {
 
-constexpr size_t kLongestText = 4096;  // of what is kept; a host cannot write a product text as long as that
+constexpr size_t kLongestText = 4096;  // longer than any product text of a host
 
 struct Entry {
   Origin origin;
@@ -16,8 +16,8 @@ struct Entry {
   std::string Facts::*target;
 };
 
-// The entries that tell. A crash or an opt-in document also has ProductFamily and ProductName, which say what
-// kind of document it is.
+// The entries that are facts, by kind of document. Crash and opt-in documents also have ProductFamily and
+// ProductName, which only name the kind of document.
 constexpr Entry kEntries[] = {
     {Origin::Session, "ProductFamily", &Facts::family},
     {Origin::Session, "ProductName", &Facts::product},
@@ -57,7 +57,7 @@ void LearnValue(const Record& record, Facts& facts) {
   }
 }
 
-// What kind of document a group that has just been opened tells of.
+// The kind of document that its first group indicates.
 Origin OriginOf(const Record& group) {
   if (group.group != 1 || group.category.raw != "Skylamp" || group.name.raw != "Session")
     return Origin::Session;
@@ -65,7 +65,7 @@ Origin OriginOf(const Record& group) {
   return group.subcategory.raw == "OptinRate" ? Origin::OptIn : Origin::Session;
 }
 
-// False when no more is to be learned from what follows.
+// False when later records hold no more facts.
 bool Learn(const Record& record, Facts& facts) {
   switch (record.kind) {
     case Kind::Start:

@@ -1,4 +1,4 @@
-// What a session or a document is about, from its first records.
+// What a document says about its product, user and session, from its first records.
 #pragma once
 
 #include <string>
@@ -12,21 +12,21 @@ namespace vantra::reader {
 enum class Origin : uint8_t { Session, Crash, OptIn };
 [[nodiscard]] std::string_view NameOf(Origin origin) noexcept;
 
-// Texts of the host, unescaped and valid UTF-8; empty where a document does not tell.
+// Texts of the host, unescaped and valid UTF-8; empty where the document does not say.
 struct Facts {
   Origin origin = Origin::Session;
-  // The product concerned: of a crash document the one that crashed, of an opt-in document the one that the
-  // user chose for.
+  // The product concerned: in a crash document the one that crashed, in an opt-in document the one for which
+  // the user chose.
   std::string family, product, version, build, language;
   std::string user;
   std::string session;  // empty for a document that belongs to none
   std::string start;    // time of the session's start
 
-  // Takes what is missing here from another document of the same session.
+  // Fills what is missing from another document of the same session.
   void Complete(const Facts& other);
 };
 
-// From the beginning of a document's decoded text, as DocumentReader gives it.
+// Reads the facts from the beginning of a document's decoded text, as DocumentReader::Beginning returns it.
 [[nodiscard]] Facts FactsIn(std::string_view beginning);
 
 }  // namespace vantra::reader

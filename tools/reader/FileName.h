@@ -1,4 +1,4 @@
-// What the name of a document's file tells.
+// Parses the file names of documents.
 #pragma once
 
 #include <cstddef>
@@ -10,18 +10,18 @@ namespace vantra::reader {
 
 enum class Ending : uint8_t { Xml, Rdy, Tmp };
 
-// Views are into the name that was parsed.
+// Views into the parsed name.
 constexpr size_t kGuidSize = 36;
 struct FileName {
-  std::string_view stem;  // without endings: the name of the document, wherever its file lies
+  std::string_view stem;  // without endings: the same for all copies of the document
   Ending ending;
-  bool isPacked;                 // a .gz behind the ending
-  std::string_view session;      // 36 characters, or empty when the name does not tell
+  bool isPacked;                 // a .gz follows the ending
+  std::string_view session;      // 36 characters; empty when the name holds none
   std::string_view user;         // likewise
-  std::optional<int32_t> index;  // of a document of a session; others have none
+  std::optional<int32_t> index;  // only documents of sessions have one
 };
 
-// Nothing when the name does not end like that of a document.
+// Empty when the name does not end like that of a document.
 [[nodiscard]] std::optional<FileName> ParseFileName(std::string_view name) noexcept;
 
 // The identifier of documents that belong to no session.

@@ -1,4 +1,4 @@
-// Files and folders of the machine that the reader runs on: the edge. Paths are UTF-8.
+// The platform-dependent part: files and folders. Paths are UTF-8.
 #pragma once
 
 #include <cstdint>
@@ -18,20 +18,19 @@ constexpr char kSeparator = '/';
 constexpr char kSeparators[] = "/";
 #endif
 
-// A file, which others may go on writing, moving and deleting meanwhile.
+// A file. Others may write, move and delete it meanwhile.
 class FileSource final : public Source {
  public:
   FileSource() = default;
   ~FileSource() override;
 
-  // Whether the file is there and may be read; else Error tells why not. The folder is empty or ends in a
-  // separator.
+  // Opens the file; false if that fails, and Error says why. The folder is empty or ends in a separator.
   bool Open(std::string_view folder, std::string_view name);
   bool Open(const std::string& path) { return Open({}, path); }
   void Close() noexcept;
 
   [[nodiscard]] size_t Read(char* to, size_t size) override;
-  // Goes back to the beginning of a file that is open.
+  // Goes back to the beginning of the open file.
   void Rewind() noexcept;
   [[nodiscard]] std::string_view Error() const noexcept override { return error_; }
 
@@ -39,20 +38,21 @@ class FileSource final : public Source {
   intptr_t file_ = -1;
   std::string path_;
 #ifndef _WIN32
-  std::string folder_;  // of the last file: most are followed by another one there
+  std::string folder_;  // of the last file: the next one is mostly there too
   int folderHandle_ = -1;
 #endif
   std::string error_;
 };
 
-// What lies in a folder, in no order: names of files and of folders, links to folders left out. False, with
-// the reason, when it cannot be listed.
+// Calls tell for each file and folder in the folder, in no particular order, without links to folders. False,
+// with the reason in error, when the folder cannot be listed.
 bool ListFolder(const std::string& path,
                 const std::function<void(std::string_view name, bool isFolder)>& tell, std::string& error);
 
 [[nodiscard]] bool IsFolder(const std::string& path);
 
-// Whether some process has the file open for writing. Elsewhere than on Windows that cannot be told: false.
+// Whether some process has the file open for writing. Always false where that cannot be found out, that is,
+// except on Windows.
 [[nodiscard]] bool IsBeingWritten(const std::string& path);
 
 }  // namespace vantra::reader

@@ -16,7 +16,8 @@ std::string LastError() { return std::generic_category().message(errno); }
 
 enum class Type { Other, File, Folder };
 
-// A link to a file counts as one; what is neither file nor folder could keep a reader waiting for ever.
+// A link to a file counts as a file. Anything that is neither file nor folder is skipped: reading it could
+// block for ever.
 Type TypeOf(const dirent& entry, const std::string& folder) {
   if (entry.d_type == DT_REG) return Type::File;
   if (entry.d_type == DT_DIR) return Type::Folder;

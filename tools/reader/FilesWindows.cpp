@@ -84,7 +84,7 @@ bool IsFolder(const std::string& path) {
 }
 
 bool IsBeingWritten(const std::string& path) {
-  // A host lets others read what it writes, so only one who would forbid writing is refused.
+  // A host shares its open document for reading, so opening fails only because this open denies writing.
   const HANDLE file = OpenForReading(path, FILE_SHARE_READ | FILE_SHARE_DELETE);
   if (file == INVALID_HANDLE_VALUE) return GetLastError() == ERROR_SHARING_VIOLATION;
   CloseHandle(file);

@@ -5,14 +5,14 @@
 #include <span>
 
 #include "reader/Text.h"
-#include "util/Blocks.h"
+#include "util/ByteScans.h"
 
 namespace vantra::reader {
 namespace {
 
 enum class Type : uint8_t { Free, Number, Identifier, Time, Document, Raw };
 
-// One attribute: the text that leads to its value, and where the value goes.
+// One attribute: the text before its value, and where the value is stored.
 struct Attribute {
   constexpr Attribute(std::string_view lead, Text Record::*target)
       : before(lead), type(Type::Free), text(target) {}
@@ -73,22 +73,20 @@ constexpr std::string_view kDeclaration = "<?xml";
 constexpr std::string_view kRoot = "<UsageDoc";
 constexpr std::string_view kDoctype = "<!DOCTYPE";
 
-// "<DataRec ".
+// An element's beginning, such as "<DataRec ".
 std::string_view NameOf(std::span<const Attribute> element) noexcept {
   return element[0].before.substr(0, element[0].before.find(' ') + 1);
 }
 
-// Whether sixteen bytes are made like 2011-03-04T05:06.
+// Whether sixteen bytes have the form 2011-03-04T05:06.
 bool AreDateAndMinute(const char* text) noexcept {
   constexpr unsigned kDigits = 0b1101'1011'0110'1111;
-  const __m128i block = util::LoadWholeBlock(text);
-  const __m128i digits = _mm_sub_epi8(block, _mm_set1_epi8('0'));
-  const __m128i areDigits = _mm_cmpeq_epi8(_mm_min_epu8(digits, _mm_set1_epi8(9)), digits);
-  const __m128i areSigns = _mm_cmpeq_epi8(block, util::LoadWholeBlock("....-..-..T..:.."));
-  return util::Bits(areDigits) == kDigits && (util::Bits(areSigns) | kDigits) == 0xFFFF;
+  const util::Block block = util::LoadWholeBlock(text);
+  const unsigned signs = util::FindSame(block, util::LoadWholeBlock("....-..-..T..:.."));
+  return util::Find<util::ByteRange<'0', '9'>>(block) == kDigits && (signs | kDigits) == util::kAllBits;
 }
 
-// Reads one record. Stops at the first thing that is wrong, or where the text ends.
+// Parses one record, up to the first error or the end of the text.
 class Reading {
  public:
   explicit Reading(std::string_view text) noexcept : text_(text) {}
@@ -144,7 +142,8 @@ class Reading {
     }
   }
 
-  // Up to the quote; a raw text, which may hold quotes, up to what follows it.
+  // Takes the value up to the quote. A raw text may hold quotes: it extends to the text before the next
+  // attribute's value.
   std::string_view TakeValue(const Attribute& attribute) noexcept {
     const std::string_view rest = text_.substr(at_);
     size_t size = rest.find('"');
@@ -162,7 +161,7 @@ class Reading {
     text = {{start, static_cast<size_t>(scan.end - start)}, scan.isPlain};
     flaws |= scan.flaws;
     at_ += text.raw.size();
-    // More may follow than belongs to this text.
+    // The scan may have run past the end of the text, into the padding.
     isIncomplete_ = at_ > text_.size();
     if (isIncomplete_) return false;
     if (*scan.end == '"') return !text.raw.empty() || Fail(Rule::Escaping);
@@ -196,7 +195,7 @@ class Reading {
   bool isIncomplete_ = false;
 };
 
-// What an XML declaration that is not ours leads to.
+// The rule that an XML declaration other than ours breaks.
 Rule RuleOfDeclaration(std::string_view text) noexcept {
   text.remove_prefix(std::min(text.find("?>"), text.size() - 2) + 2);
   text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
@@ -247,7 +246,7 @@ bool IsGuid(std::string_view text) noexcept {
   constexpr uint64_t kJoints = uint64_t{1} << 8 | uint64_t{1} << 13 | uint64_t{1} << 18 | uint64_t{1} << 23;
   if (text.size() != kSize) return false;
   const auto digits = [text](size_t at) {
-    return uint64_t{FindHexadecimal(util::LoadWholeBlock(text.data() + at))} << at;
+    return uint64_t{util::Find<HexDigit>(util::LoadWholeBlock(text.data() + at))} << at;
   };
   const bool areJoints = text[8] == '-' && text[13] == '-' && text[18] == '-' && text[23] == '-';
   return areJoints && (digits(0) | digits(16) | digits(20) | kJoints) == (uint64_t{1} << kSize) - 1;
@@ -257,7 +256,7 @@ bool IsDocumentId(std::string_view text) noexcept {
   constexpr size_t kDigest = 32;
   if (text.size() != kDigest) return text == "0" || text == "NOVALUE";
   const auto areDigits = [text](size_t at) {
-    return FindHexadecimal(util::LoadWholeBlock(text.data() + at)) == 0xFFFF;
+    return util::Find<HexDigit>(util::LoadWholeBlock(text.data() + at)) == 0xFFFF;
   };
   return areDigits(0) && areDigits(16);
 }

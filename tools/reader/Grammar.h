@@ -1,4 +1,4 @@
-// The grammar of documents, piece by piece: the exact and unhurried reading of it, which tells what is wrong.
+// The grammar of documents, piece by piece: a full parser, which also says what is wrong.
 #pragma once
 
 #include <array>
@@ -16,25 +16,25 @@ constexpr std::string_view kRecordEnd = "\" />\n";
 
 enum class Piece : uint8_t { Record, Prologue, EndTag, Malformed, Done };
 
-// One of each kind, so that what a kind has not is empty in it for good.
+// One record of each kind, so that fields which a kind does not have stay empty.
 using Records = std::array<Record, kKinds>;
 [[nodiscard]] Records EmptyRecords() noexcept;
 
 struct Parsed {
   Piece piece;
   Kind kind;          // of a Record
-  Rule rule;          // of what is Malformed
-  bool isIncomplete;  // the text ends within the piece: what was found holds only if no more text follows
-  size_t size;        // of the piece; of what is Malformed up to the byte that is wrong
+  Rule rule;          // of a Malformed piece
+  bool isIncomplete;  // the text ends within the piece: the result holds only if no more text follows
+  size_t size;        // of the piece; of a Malformed one, up to the wrong byte
 };
 
-// Reads the piece at the beginning of the text, which is not empty and followed by kPadding NUL bytes. Fills
-// all of a record but its offset.
+// Parses the piece at the beginning of the text, which must not be empty and must be followed by kPadding NUL
+// bytes. A record is stored in records, at the index of its kind.
 [[nodiscard]] Parsed Parse(std::string_view text, Records& records) noexcept;
 
-// Whether a piece of the format may begin there: where reading goes on behind what is malformed.
+// Whether a piece may begin here, so that reading can continue after malformed text.
 [[nodiscard]] bool IsBeginning(std::string_view text) noexcept;
-// No more bytes than this are needed to tell.
+// The most bytes that IsBeginning needs.
 constexpr size_t kLongestBeginning = 20;
 
 [[nodiscard]] bool IsTime(std::string_view text) noexcept;

@@ -1,4 +1,4 @@
-// Text out of gzip, as it is asked for: memory does not depend on what is packed.
+// Unpacks gzip piece by piece, in constant memory.
 #pragma once
 
 #include <memory>
@@ -7,15 +7,15 @@
 
 namespace vantra::reader {
 
-// Whether a file that begins so is packed. Two bytes are enough.
+// Whether a file with this beginning is packed. Two bytes are enough.
 [[nodiscard]] constexpr bool BeginsPacked(std::string_view beginning) noexcept {
   return beginning.starts_with("\x1f\x8b");
 }
 
-// One or more gzip members, one behind the other.
+// Reads one or more gzip members in a row.
 class Gunzip final : public Source {
  public:
-  // What was read from the source already comes first. The source must outlive this.
+  // beginning is what has been read from the source already. The source must outlive this object.
   Gunzip(Source& packed, std::string_view beginning);
   ~Gunzip() override;
 

@@ -6,13 +6,11 @@
 #include <string>
 
 #include "reader/Text.h"
-#include "session/FreeText.h"
-#include "util/Blocks.h"
+#include "util/ByteScans.h"
 
 namespace vantra::reader {
 namespace {
 
-using util::Bits;
 using util::kBlock;
 using util::LoadWholeBlock;
 
@@ -45,7 +43,7 @@ constexpr Lead kDocLead{"\" doc=\""};
 constexpr Lead kSeqLead{"\" seq=\""};
 
 [[gnu::always_inline]] inline uint32_t Equal16(const char* at, const char* wanted) noexcept {
-  return Bits(_mm_cmpeq_epi8(LoadWholeBlock(at), LoadWholeBlock(wanted)));
+  return util::FindSame(LoadWholeBlock(at), LoadWholeBlock(wanted));
 }
 
 [[gnu::always_inline]] inline uint64_t Equal32(const char* at, const char* wanted) noexcept {
@@ -57,11 +55,11 @@ constexpr Lead kSeqLead{"\" seq=\""};
   return (~equal & lead.need) == 0;
 }
 
-// A text with nothing to look at in it but the quote at its end is found without a branch on its length, as
-// long as it is shorter than two blocks. Null when the text does not end as it should.
+// Reads a text up to its quote. One that is shorter than two blocks and has nothing else to look at is found
+// without a branch on its length. Null when the text does not end as it should.
 [[gnu::always_inline]] inline const char* PassText(const char* at, Text& text, uint8_t& flaws) noexcept {
-  const unsigned stops = session::FindUnordinary(LoadWholeBlock(at)) |
-                         session::FindUnordinary(LoadWholeBlock(at + kBlock)) << kBlock;
+  const unsigned stops = util::Find<Unordinary>(LoadWholeBlock(at)) |
+                         util::Find<Unordinary>(LoadWholeBlock(at + kBlock)) << kBlock;
   const size_t size = static_cast<size_t>(std::countr_zero(stops | 1U << 31));
   if (at[size] == '"') [[likely]] {
     text = {{at, size}, true};
@@ -78,9 +76,11 @@ constexpr Lead kSeqLead{"\" seq=\""};
   return at != nullptr && Is(at, lead) ? at + lead.size : nullptr;
 }
 
-bool AreHexadecimal(const char* at) noexcept { return FindHexadecimal(LoadWholeBlock(at)) == 0xFFFF; }
+bool AreHexadecimal(const char* at) noexcept {
+  return util::Find<HexDigit>(LoadWholeBlock(at)) == util::kAllBits;
+}
 
-// Of the two common kinds of document id.
+// Reads a document id of either common kind, "0" or a digest.
 const char* PassDocument(const char* at, std::string_view& doc) noexcept {
   size_t size = 1;
   if (at[0] != '0' || at[1] != '"') {
@@ -175,7 +175,7 @@ bool QuickRecords::AdoptValueHead(const char* at) noexcept {
   const auto [stop, error] = std::from_chars(number, number + kBlock, group);
   if (error != std::errc() || !Is(stop, kNameLead)) return false;
   SetValueGroup(group);
-  // A number may be written with zeros before it.
+  // A number with leading zeros gives another length.
   return static_cast<uint32_t>(stop - at +
                                static_cast<ptrdiff_t>(kValueBegin.size + kTimeSize + kNameLead.size)) ==
          valueHead_.size;
@@ -192,7 +192,7 @@ const char* QuickRecords::PassTime(const char* at, Record& record) noexcept {
   return at + kSize;
 }
 
-// Behind all but the number.
+// Reads the sequence number and the end of the record.
 const Record* QuickRecords::Finish(const char* start, const char* at, Record& record) noexcept {
   if (at == nullptr || (~Equal32(at, seqTail_.bytes) & seqTail_.need) != 0) return nullptr;
   record.seq = seq_;

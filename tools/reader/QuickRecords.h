@@ -1,5 +1,5 @@
-// The records that most of a document consists of, read at a glance: each is made like the one before it but
-// for a few texts, so it is compared with what it should be instead of being taken apart.
+// A fast path for values, events and groups. Each is like the one before it but for a few texts, so it is
+// compared with what is expected instead of being parsed.
 #pragma once
 
 #include <cstddef>
@@ -15,15 +15,16 @@ class QuickRecords {
  public:
   explicit QuickRecords(Records& records) noexcept;
 
-  // The value, event or group at that place, when it carries the next number; else null, which says nothing
-  // about the text. What is found is what Parse finds. The text is followed by kPadding NUL bytes.
+  // Reads the value, event or group at this place if it has the expected form and number, with the same
+  // result as Parse. Null otherwise, which says nothing about the text. The text must be followed by kPadding
+  // NUL bytes.
   [[nodiscard]] const Record* Read(const char* at) noexcept;
 
-  // What the record that was read otherwise tells about the next ones.
+  // Updates the expectations from a record that was parsed in full.
   void Learn(const Record& record) noexcept;
 
  private:
-  // What is expected at a place, up to 64 bytes: a bit of need for each.
+  // Up to 64 expected bytes, with a bit of need for each.
   struct Pattern {
     alignas(16) char bytes[64] = {};
     uint64_t need = 0;
@@ -50,7 +51,7 @@ class QuickRecords {
   Record& event_;
   Record& group_;
 
-  int32_t seq_ = 0;  // that is expected
+  int32_t seq_ = 0;  // the expected one
   int32_t valueGroup_ = 0;
   int32_t nextGroup_ = 0;
   Pattern valueHead_;  // <DataRec time="TIME" group="GROUP" name="

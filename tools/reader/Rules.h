@@ -1,4 +1,4 @@
-// The rules of the document format that a reader holds a document against.
+// The rules of the document format against which documents are checked.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 namespace vantra::reader {
 
 enum class Rule : uint8_t {
-  // A piece of text that is no record, and is passed over.
+  // Text that is no record, and is skipped.
   Prologue,
   Doctype,
   Foreign,
@@ -20,7 +20,7 @@ enum class Rule : uint8_t {
   Document,
   TooLong,
   Cut,
-  // A record that cannot be XML and is read all the same.
+  // Records that are not well-formed XML but can be read.
   Control,
   Utf8,
   NoCharacter,
@@ -32,7 +32,7 @@ enum class Rule : uint8_t {
   SplitAfterEnd,
   NoEndTag,
   Open,
-  // What holds across the documents of a session.
+  // Rules across the documents of a session.
   Gap,
   TimeBack,
   Group,
@@ -41,7 +41,7 @@ enum class Rule : uint8_t {
 };
 
 struct RuleText {
-  std::string_view name;      // short and stable: what a program asks for
+  std::string_view name;      // short and stable, for programs
   std::string_view sentence;  // what is wrong
 };
 

@@ -5,32 +5,20 @@
 #include <compare>
 #include <cstring>
 #include <limits>
+#include <utility>
 
-#include "reader/DocumentReader.h"
-#include "reader/Files.h"
+#include "reader/Grammar.h"
 
 namespace vantra::reader {
 namespace {
 
-// Of documents that come after those with an index.
+// The index of documents without one: they come last.
 constexpr int32_t kLast = std::numeric_limits<int32_t>::max();
 
-// The session that a file with a name of its own belongs to, from its first records.
-std::string SessionIn(const std::string& path) {
-  FileSource file;
-  if (!file.Open(path)) return {};
-  DocumentReader reader;
-  reader.Open(file);
-  constexpr int kEnough = 100;
-  for (int i = 0; i < kEnough; ++i) {
-    const Piece piece = reader.Next();
-    if (piece == Piece::Done) break;
-    if (piece == Piece::Record && IsGuid(reader.Current().id)) return std::string(reader.Current().id);
-  }
-  return {};
-}
+// What the documents of a lot may take: their paths and entries.
+constexpr size_t kMostBytes = size_t{4} << 20;
 
-// Comparing such numbers is comparing the texts' beginnings.
+// The first bytes as a number that compares like the text.
 uint64_t FirstBytes(std::string_view text) {
   char bytes[sizeof(uint64_t)] = {};
   text.copy(bytes, sizeof bytes);
@@ -48,48 +36,100 @@ FileName NameOfAny(std::string_view file) {
 
 }  // namespace
 
-void Sessions::Add(const std::string& path, const Complaint& complain) {
-  if (IsFolder(path)) return AddFolder(path, complain);
-  FileSource file;
-  if (!file.Open(path)) return complain(path, file.Error());
-  const size_t separator = path.find_last_of(kSeparators);
-  const size_t folder = separator == std::string::npos ? 0 : separator + 1;
-  const FileName name = NameOfAny(std::string_view(path).substr(folder));
-  folders_.push_back(path.substr(0, folder));
-  AddFile(static_cast<uint32_t>(folders_.size() - 1), std::string_view(path).substr(folder), name,
-          name.session.empty() ? SessionIn(path) : std::string());
+Sessions::Sessions(std::vector<std::string> inputs, Complaint complain, std::string beginning)
+    : inputs_(std::move(inputs)), complain_(std::move(complain)), beginning_(std::move(beginning)) {}
+
+bool Sessions::Next() {
+  if (!hasMore_) return false;
+  if (!entries_.empty()) before_ = KeyOf(entries_.back());
+  entries_.clear();
+  paths_.clear();
+  last_.reset();
+  folders_ = 0;
+  hasMore_ = false;
+  for (const std::string& input : inputs_) Add(input);
+  Sort();
+  PackPaths();
+  sessions_.clear();
+  for (size_t i = 0; i < entries_.size(); ++i) {
+    if (i == 0 || !IsSame(entries_[i], entries_[i - 1])) sessions_.push_back(static_cast<uint32_t>(i));
+  }
+  isFirst_ = false;
+  if (!overfull_.empty())
+    complain_(std::exchange(overfull_, {}), "it has too many documents; only the first " +
+                                                std::to_string(entries_.size()) + " are read");
+  return !entries_.empty();
 }
 
-void Sessions::AddFolder(std::string path, const Complaint& complain) {
+// What is wrong with an input is told once.
+void Sessions::Complain(std::string_view path, std::string_view reason) const {
+  if (isFirst_) complain_(path, reason);
+}
+
+void Sessions::Add(const std::string& input) {
+  if (IsFolder(input)) return AddFolder(input);
+  if (!file_.Open(input)) return Complain(input, file_.Error());
+  const size_t separator = input.find_last_of(kSeparators);
+  const size_t folder = separator == std::string::npos ? 0 : separator + 1;
+  const std::string_view file = std::string_view(input).substr(folder);
+  ++folders_;
+  AddFile(std::string_view(input).substr(0, folder), file, NameOfAny(file));
+}
+
+void Sessions::AddFolder(std::string path) {
   if (!path.ends_with(kSeparator)) path += kSeparator;
-  const auto folder = static_cast<uint32_t>(folders_.size());
-  folders_.push_back(path);
-  std::vector<std::string> below;
+  ++folders_;
+  std::string below;  // names, each with a NUL behind it
   std::string error;
   const auto add = [&](std::string_view name, bool isFolder) {
-    if (isFolder) {
-      below.push_back(path + std::string(name));
-    } else if (const auto parsed = ParseFileName(name)) {
-      AddFile(folder, name, *parsed,
-              parsed->session.empty() ? SessionIn(path + std::string(name)) : std::string());
-    }
+    if (isFolder)
+      below.append(name).push_back('\0');
+    else if (const auto parsed = ParseFileName(name))
+      AddFile(path, name, *parsed);
   };
-  if (!ListFolder(path, add, error)) complain(path, error);
-  for (std::string& name : below) AddFolder(std::move(name), complain);
+  if (!ListFolder(path, add, error)) Complain(path, error);
+  for (size_t at = 0; at < below.size(); at = below.find('\0', at) + 1) AddFolder(path + (below.data() + at));
 }
 
-// The session is given when the name does not tell it.
-void Sessions::AddFile(uint32_t folder, std::string_view file, const FileName& name,
-                       std::string_view session) {
+// The session that a file with a name of its own belongs to, from its first records.
+std::string Sessions::SessionIn(const std::string& path) {
+  if (!file_.Open(path)) return {};
+  reader_.Open(file_);
+  constexpr int kEnough = 100;
+  for (int i = 0; i < kEnough; ++i) {
+    const Piece piece = reader_.Next();
+    if (piece == Piece::Done) break;
+    if (piece == Piece::Record && IsGuid(reader_.Current().id)) return std::string(reader_.Current().id);
+  }
+  return {};
+}
+
+bool Sessions::IsInLot(std::string_view key) noexcept {
+  if (key <= before_ && !isFirst_) return false;
+  if (!last_ || key <= *last_) return true;
+  hasMore_ = true;
+  return false;
+}
+
+void Sessions::AddFile(std::string_view folder, std::string_view file, const FileName& name) {
   const auto placeOf = [file](std::string_view part) {
     return static_cast<uint16_t>(part.empty() ? 0 : part.data() - file.data());
   };
   const bool isOfSession = !name.session.empty() && name.session != kNilGuid;
-  const bool isTold = !session.empty() && session != kNilGuid;
-  const std::string_view key = isTold ? session : isOfSession ? name.session : name.stem;
+  const std::string told = name.session.empty() ? SessionIn(std::string(folder).append(file)) : std::string();
+  const bool isTold = !told.empty() && told != kNilGuid;
+  const std::string_view key = isTold ? told : isOfSession ? name.session : name.stem;
+  if (!key.starts_with(beginning_)) return;
+  if (isFirst_) ++documents_;
+  if (!IsInLot(key)) return;
+  if (paths_.size() + entries_.size() * sizeof(Entry) > kMostBytes) {
+    Trim();
+    if (!IsInLot(key)) return;
+  }
   entries_.push_back({.order = FirstBytes(key),
-                      .name = names_.size(),
-                      .folder = folder,
+                      .path = static_cast<uint32_t>(paths_.size()),
+                      .folderSize = static_cast<uint32_t>(folder.size()),
+                      .folder = folders_,
                       .index = name.index.value_or(kLast),
                       .size = static_cast<uint16_t>(file.size()),
                       .stemSize = static_cast<uint16_t>(name.stem.size()),
@@ -99,16 +139,20 @@ void Sessions::AddFile(uint32_t folder, std::string_view file, const FileName& n
                       .userAt = placeOf(name.user),
                       .ending = name.ending,
                       .isPacked = name.isPacked});
-  names_ += file;
-  if (isTold) names_ += key;
+  paths_.append(folder).append(file);
+  if (isTold) paths_ += key;
 }
 
 std::string_view Sessions::NameOf(const Entry& entry) const noexcept {
-  return {names_.data() + entry.name, entry.size};
+  return {paths_.data() + entry.path + entry.folderSize, entry.size};
 }
 
 std::string_view Sessions::KeyOf(const Entry& entry) const noexcept {
-  return {names_.data() + entry.name + entry.keyAt, entry.keySize};
+  return {paths_.data() + entry.path + entry.folderSize + entry.keyAt, entry.keySize};
+}
+
+size_t Sessions::SizeOf(const Entry& entry) noexcept {
+  return entry.folderSize + std::max<size_t>(entry.size, size_t{entry.keyAt} + entry.keySize);
 }
 
 bool Sessions::IsSame(const Entry& a, const Entry& b) const noexcept {
@@ -121,7 +165,7 @@ bool Sessions::IsBefore(const Entry& a, const Entry& b) const noexcept {
   if (a.index != b.index) return a.index < b.index;
   const auto stemOf = [this](const Entry& entry) { return NameOf(entry).substr(0, entry.stemSize); };
   if (const auto order = stemOf(a) <=> stemOf(b); std::is_neq(order)) return std::is_lt(order);
-  // Of the same document a finished one comes first.
+  // Of several copies of a document, a finished one comes first.
   if (a.ending != b.ending) return a.ending < b.ending;
   if (a.isPacked != b.isPacked) return b.isPacked;
   return a.folder < b.folder;
@@ -129,22 +173,36 @@ bool Sessions::IsBefore(const Entry& a, const Entry& b) const noexcept {
 
 void Sessions::Sort() {
   std::ranges::sort(entries_, [this](const Entry& a, const Entry& b) { return IsBefore(a, b); });
-  // Names that lie in the order in which they are asked for are at hand when they are.
-  std::string names;
-  names.reserve(names_.size());
-  sessions_.clear();
-  for (size_t i = 0; i < entries_.size(); ++i) {
-    Entry& entry = entries_[i];
-    const size_t size = std::max<size_t>(entry.size, size_t{entry.keyAt} + entry.keySize);
-    names.append(names_, entry.name, size);
-    if (i == 0 || !IsSame(entry, entries_[i - 1])) sessions_.push_back(static_cast<uint32_t>(i));
+}
+
+void Sessions::Trim() {
+  Sort();
+  size_t kept = entries_.size() / 2;
+  const auto first = [&] { return entries_.begin() + static_cast<ptrdiff_t>(kept); };
+  const Entry& split = entries_[kept];
+  while (kept != 0 && IsSame(entries_[kept - 1], split)) --kept;
+  // A session that fills the lot alone keeps its place, and its first documents.
+  if (kept == 0) {
+    overfull_ = KeyOf(split);
+    kept = entries_.size() / 2;
   }
-  size_t at = 0;
+  entries_.erase(first(), entries_.end());
+  last_ = KeyOf(entries_.back());
+  hasMore_ = true;
+  PackPaths();
+}
+
+// Leaves the paths that are needed. They lie in the order in which they are asked for, so that they are at
+// hand then.
+void Sessions::PackPaths() {
+  std::string paths;
+  paths.reserve(paths_.size());
   for (Entry& entry : entries_) {
-    entry.name = at;
-    at += std::max<size_t>(entry.size, size_t{entry.keyAt} + entry.keySize);
+    const size_t from = entry.path;
+    entry.path = static_cast<uint32_t>(paths.size());
+    paths.append(paths_, from, SizeOf(entry));
   }
-  names_ = std::move(names);
+  paths_ = std::move(paths);
 }
 
 Document Sessions::DocumentOf(const Entry& entry) const {
@@ -152,7 +210,7 @@ Document Sessions::DocumentOf(const Entry& entry) const {
   const auto guidAt = [file](uint16_t at) {
     return at == 0 ? std::string_view() : file.substr(at, kGuidSize);
   };
-  Document document{folders_[entry.folder], file, {}};
+  Document document{{paths_.data() + entry.path, entry.folderSize}, file, {}};
   document.name = {file.substr(0, entry.stemSize), entry.ending,         entry.isPacked,
                    guidAt(entry.sessionAt),        guidAt(entry.userAt), {}};
   if (entry.index != kLast) document.name.index = entry.index;

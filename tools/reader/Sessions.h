@@ -1,78 +1,110 @@
-// The documents among files and folders, put together to sessions.
+// Finds documents in files and folders, and groups them by session.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "reader/DocumentReader.h"
 #include "reader/FileName.h"
+#include "reader/Files.h"
 
 namespace vantra::reader {
 
-// Where a document lies. It refers to its Sessions.
+// A document's file. Views are valid as long as the Sessions object.
 struct Document {
-  std::string_view folder;  // with a separator at its end, or empty
+  std::string_view folder;  // ends in a separator, or is empty
   std::string_view file;
   FileName name;
-  // A document of the same name has come before it: the same one in another place, or packed.
+  // Another copy of the document comes before it, in another place or packed.
   bool isCopy = false;
 
   [[nodiscard]] std::string Path() const { return std::string(folder).append(file); }
   void PutPath(std::string& path) const { path.assign(folder).append(file); }
 };
 
-// Documents in the order in which they were written. What tells of the session without being a part of it, a
-// crash document, comes last. A document that belongs to no session, as those of changed opt-ins, is a
-// session of its own here.
+// A session's documents in the order in which they were written, then its crash document. A document that
+// belongs to no session, such as that of a changed opt-in, is a session of its own here.
 struct Session {
-  std::string_view id;  // 36 characters; else the name of the document that belongs to no session
+  std::string_view id;  // 36 characters; or the stem of the name of a document that belongs to no session
   std::vector<Document> documents;
 };
 
-// Told what cannot be read: the path, and why.
+// Called for each file or folder that cannot be read.
 using Complaint = std::function<void(std::string_view path, std::string_view reason)>;
 
-// About 150 bytes a document, and nothing of what is in them.
+// The sessions of any number of inputs, in the order of their identifiers and a lot at a time: memory has a
+// bound, whatever lies there, for the inputs are searched through anew for each lot.
+//
+//   while (sessions.Next()) {
+//     for (size_t i = 0; i < sessions.Count(); ++i) Use(sessions[i]);
+//   }
 class Sessions {
  public:
-  // A file, whatever its name; or a folder, which is searched through for what is named like a document.
-  void Add(const std::string& path, const Complaint& complain);
+  // Each input is a file, whatever its name; or a folder, which is searched through for what is named like a
+  // document. With a beginning of identifiers, only sessions of that are found.
+  explicit Sessions(std::vector<std::string> inputs, Complaint complain, std::string beginning = {});
 
-  // Puts them in order, by identifier. After the last Add.
-  void Sort();
+  // Goes on to the next lot, of whole sessions. False when there is none. One that has more documents than a
+  // lot holds, some ten thousand, is told, and only its first ones are there.
+  [[nodiscard]] bool Next();
 
+  // Of this lot.
   [[nodiscard]] size_t Count() const noexcept { return sessions_.size(); }
-  [[nodiscard]] size_t DocumentCount() const noexcept { return entries_.size(); }
-  // Good as long as this is. May be asked for by several threads.
+  // Good until the next lot. May be asked for by several threads.
   [[nodiscard]] Session operator[](size_t index) const;
 
+  // Of all lots; known since the first.
+  [[nodiscard]] size_t DocumentCount() const noexcept { return documents_; }
+
  private:
-  // A document whose name has been taken apart, in few bytes. Places are within the name.
+  // A document's parsed name in few bytes. Positions are within the name.
   struct Entry {
-    uint64_t order;  // the first bytes of the key, which is the session's identifier
-    uint64_t name;   // where it begins in names_
-    uint32_t folder;
+    uint64_t order;       // the first bytes of the key, which is the session's identifier
+    uint32_t path;        // where it begins in paths_
+    uint32_t folderSize;  // of the path before the name
+    uint32_t folder;      // in the order in which they were found
     int32_t index;
     uint16_t size, stemSize, keyAt, keySize, sessionAt, userAt;
     Ending ending;
     bool isPacked;
   };
-  void AddFolder(std::string path, const Complaint& complain);
-  void AddFile(uint32_t folder, std::string_view file, const FileName& name, std::string_view session);
+  void Add(const std::string& input);
+  void AddFolder(std::string path);
+  void AddFile(std::string_view folder, std::string_view file, const FileName& name);
+  [[nodiscard]] std::string SessionIn(const std::string& path);
+  [[nodiscard]] bool IsInLot(std::string_view key) noexcept;
+  void Sort();
+  // Leaves the first sessions of a lot that has become too large.
+  void Trim();
+  void PackPaths();
+  void Complain(std::string_view path, std::string_view reason) const;
+  [[nodiscard]] static size_t SizeOf(const Entry& entry) noexcept;
   [[nodiscard]] std::string_view NameOf(const Entry& entry) const noexcept;
   [[nodiscard]] std::string_view KeyOf(const Entry& entry) const noexcept;
   [[nodiscard]] bool IsSame(const Entry& a, const Entry& b) const noexcept;
   [[nodiscard]] bool IsBefore(const Entry& a, const Entry& b) const noexcept;
   [[nodiscard]] Document DocumentOf(const Entry& entry) const;
 
-  std::vector<std::string> folders_;
-  std::string names_;
+  std::vector<std::string> inputs_;
+  Complaint complain_;
+  std::string beginning_;
+  FileSource file_;
+  DocumentReader reader_;
+
+  std::string paths_;
   std::vector<Entry> entries_;
   std::vector<uint32_t> sessions_;  // the first entry of each
+  uint32_t folders_ = 0;
+  size_t documents_ = 0;
+  std::string before_;               // key of the last session of the lots before
+  std::optional<std::string> last_;  // key of the last session that still belongs to this lot
+  std::string overfull_;             // a session that fills the lot alone
+  bool isFirst_ = true;
+  bool hasMore_ = true;
 };
 
 }  // namespace vantra::reader

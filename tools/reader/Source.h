@@ -1,4 +1,4 @@
-// Where a reader gets its bytes from.
+// A source of bytes for readers.
 #pragma once
 
 #include <cstddef>
@@ -14,15 +14,15 @@ class Source {
   Source& operator=(const Source&) = delete;
   virtual ~Source() = default;
 
-  // Reads up to size bytes and returns how many: fewer than were asked for only at the end, or when the rest
-  // cannot be read, for which see Error.
+  // Reads up to size bytes and returns how many were read. Fewer than size mean the end or a failure: see
+  // Error.
   [[nodiscard]] virtual size_t Read(char* to, size_t size) = 0;
 
-  // Why the rest cannot be read, in a few words; empty while all is well.
+  // Why the rest cannot be read, in a few words; empty if nothing has failed.
   [[nodiscard]] virtual std::string_view Error() const noexcept { return {}; }
 };
 
-// A text that is there already, to which it refers.
+// A text in memory, which must outlive this object.
 class TextSource final : public Source {
  public:
   explicit TextSource(std::string_view text) noexcept : text_(text) {}

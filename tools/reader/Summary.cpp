@@ -9,22 +9,22 @@ namespace {
 
 class Summing {
  public:
-  Summing(DocumentReader& reader, const Complaint& complain) : reader_(reader), complain_(complain) {}
+  Summing(DocumentReader& reader, const Complaint& complain, const TakeRecord& take)
+      : reader_(reader), complain_(complain), take_(take) {}
 
   void Add(const Document& document) {
-    FileSource file;
     const std::string path = document.Path();
-    if (!file.Open(document.folder, document.file)) return complain_(path, file.Error());
-    reader_.Open(file);
+    if (!file_.Open(document.folder, document.file)) return complain_(path, file_.Error());
+    reader_.Open(file_);
     ++summary_.files;
     const Facts facts = FactsIn(reader_.Beginning());
+    summary_.facts.Complete(facts);
     if (facts.origin == Origin::Session) {
       AddOwn(document);
-      isOpen_ = document.name.ending == Ending::Tmp && IsBeingWritten(path);
+      isOpen_ = isOpen_ || (document.name.ending == Ending::Tmp && IsBeingWritten(path));
     } else {
       AddOther(facts);
     }
-    summary_.facts.Complete(facts);
     if (!reader_.Error().empty()) complain_(path, reader_.Error());
   }
 
@@ -44,12 +44,19 @@ class Summing {
     isMissing_ = isMissing_ || index != next_;
     next_ = index + 1;
     isSplit_ = false;
+    Read([this](const Record& record) { Count(record); });
+  }
+
+  template <class Use>
+  void Read(const Use& use) {
     for (Piece piece; (piece = reader_.Next()) != Piece::Done;) {
-      if (piece == Piece::Record) Count(reader_.Current());
+      if (piece == Piece::Record) use(reader_.Current());
+      if (piece == Piece::Malformed) ++summary_.malformed;
     }
   }
 
   void Count(const Record& record) {
+    if (take_) take_(record, summary_.facts);
     ++summary_.records;
     if (record.kind == Kind::Event) ++summary_.events;
     if (record.kind == Kind::End) hasEnd_ = true;
@@ -60,16 +67,17 @@ class Summing {
       summary_.start = record.kind == Kind::Resume ? record.resume.startTime : record.time;
   }
 
-  // A crash document's start is the time of the crash.
+  // The start of a crash document is the time of the crash; it serves only if no other document has a start.
   void AddOther(const Facts& facts) {
     summary_.facts.origin = facts.origin;
     isCrashed_ = isCrashed_ || facts.origin == Origin::Crash;
-    for (Piece piece; (piece = reader_.Next()) != Piece::Done;) {
-    }
+    Read([](const Record&) {});
   }
 
   DocumentReader& reader_;
   const Complaint& complain_;
+  const TakeRecord& take_;
+  FileSource file_;
   Summary summary_;
   int32_t next_ = 0;
   bool isMissing_ = false;
@@ -96,8 +104,9 @@ std::string_view NameOf(State state) noexcept {
   }
 }
 
-Summary Summarize(const Session& session, DocumentReader& reader, const Complaint& complain) {
-  Summing summing(reader, complain);
+Summary Summarize(const Session& session, DocumentReader& reader, const Complaint& complain,
+                  const TakeRecord& take) {
+  Summing summing(reader, complain, take);
   for (const Document& document : session.documents) {
     if (!document.isCopy) summing.Add(document);
   }

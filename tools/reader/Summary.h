@@ -1,4 +1,4 @@
-// A session in one line: what it was, how it ended, how much it recorded.
+// Summarizes a session: what it was, how it ended, how much it recorded.
 #pragma once
 
 #include <cstdint>
@@ -13,24 +13,29 @@ namespace vantra::reader {
 
 enum class State : uint8_t {
   Complete,
-  Crashed,     // a crash document tells so; goes before the others
-  Abandoned,   // no end, and nobody writes it; where that cannot be told, a .tmp counts as abandoned
-  Open,        // a host holds it
-  Incomplete,  // a document of it is missing
+  Crashed,     // there is a crash document; takes precedence over the others
+  Abandoned,   // no end, and nobody writes it; also any .tmp where IsBeingWritten cannot know
+  Open,        // a host has it open
+  Incomplete,  // a document is missing
 };
 [[nodiscard]] std::string_view NameOf(State state) noexcept;
 
 struct Summary {
   Facts facts;
-  std::string start;  // empty when neither a record nor the crash document tells
+  std::string start;  // empty when no document says
   std::string end;    // time of the last record
   uint64_t files = 0;
-  uint64_t records = 0;  // of the session's own documents, as events are
+  uint64_t records = 0;  // without crash documents, and so for events
   uint64_t events = 0;
+  uint64_t malformed = 0;  // pieces of all its documents that are none
   State state = State::Complete;
 };
 
+// Takes each record of the session's own documents, and what was known of the session before its document.
+using TakeRecord = std::function<void(const Record& record, const Facts& facts)>;
+
 // Reads all documents of the session but copies. What cannot be read is told, and left out.
-[[nodiscard]] Summary Summarize(const Session& session, DocumentReader& reader, const Complaint& complain);
+[[nodiscard]] Summary Summarize(const Session& session, DocumentReader& reader, const Complaint& complain,
+                                const TakeRecord& take = {});
 
 }  // namespace vantra::reader

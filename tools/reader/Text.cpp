@@ -6,8 +6,7 @@
 #include <cstring>
 
 #include "reader/Record.h"
-#include "session/FreeText.h"
-#include "util/Blocks.h"
+#include "util/ByteScans.h"
 
 namespace vantra::reader {
 namespace {
@@ -26,9 +25,8 @@ uint32_t Load32(const char* at) noexcept {
 
 bool IsContinuation(char c) noexcept { return (static_cast<uint8_t>(c) & 0xC0) == 0x80; }
 
-// One bit for each byte of the block that fits the characters of three bytes which may stand there, one
-// behind the other: most of the text of East Asia. Leads of a kind that has exceptions do not fit, and
-// neither does the last byte.
+// One bit for each byte of the block that fits a sequence of three-byte characters, of which most East Asian
+// text consists. The last byte never fits, nor do lead bytes with exceptions to the rule.
 unsigned FindThrees(const char* at) noexcept {
   const __m128i block = LoadWholeBlock(at);
   const __m128i marks = _mm_and_si128(
@@ -40,7 +38,7 @@ unsigned FindThrees(const char* at) noexcept {
   return Bits(_mm_andnot_si128(exceptions, _mm_cmpeq_epi8(marks, wanted)));
 }
 
-// Passes over bytes of 128 and above.
+// Skips bytes of 128 and above.
 const char* ScanHigh(const char* at, FreeScan& scan) noexcept {
   constexpr size_t kMost = 15;
   constexpr unsigned kAll = (1U << kMost) - 1;
@@ -60,7 +58,7 @@ const char* ScanHigh(const char* at, FreeScan& scan) noexcept {
   return at;
 }
 
-// At an ASCII character that is no ordinary one, nor the quote. False when the text ends there.
+// Handles an ASCII character that is special but not the quote. False when the text ends there.
 bool ScanSpecial(const char*& at, FreeScan& scan) noexcept {
   switch (*at) {
     case '&':
@@ -83,7 +81,7 @@ bool ScanSpecial(const char*& at, FreeScan& scan) noexcept {
   }
 }
 
-// By the two digits, four bits each.
+// Indexed by the two digits, four bits each.
 constexpr std::array<char, 256> kReferences = [] {
   std::array<char, 256> references{};
   for (const char c : std::string_view("&<>\"'\\")) references[static_cast<size_t>(c / 10 * 16 + c % 10)] = c;
@@ -93,7 +91,7 @@ constexpr std::array<char, 256> kReferences = [] {
 }  // namespace
 
 char ReadReference(const char* at) noexcept {
-  // "#NN;" with any two bytes of the column of digits, whose low halves find the character.
+  // "#NN;", where N is any byte from 0x30 to 0x3f; their low halves select the character.
   constexpr uint32_t kDigits = 0x000F0F00;
   constexpr uint32_t kFrame = '#' | '0' << 8 | '0' << 16 | uint32_t{';'} << 24;
   const uint32_t reference = Load32(at + 1);
@@ -112,7 +110,7 @@ Character ReadCharacter(const char* at, const char* end) noexcept {
                                          : lead < 0xF5 ? 4
                                                        : 0);
   if (size == 0) return {0, 1, false};
-  // What the second byte may be keeps out long forms, surrogates and what is beyond U+10FFFF.
+  // The range of the second byte excludes overlong forms, surrogates and code points above U+10FFFF.
   const uint8_t least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
   const uint8_t most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
   if (left < 2 || byte(1) < least || byte(1) > most) return {0, 1, false};
@@ -125,8 +123,8 @@ Character ReadCharacter(const char* at, const char* end) noexcept {
 FreeScan ScanFree(const char* at) noexcept {
   FreeScan scan{at, 0, true};
   for (;;) {
-    const __m128i block = LoadWholeBlock(at);
-    const unsigned stops = session::FindUnordinary(block);
+    const util::Block block = LoadWholeBlock(at);
+    const unsigned stops = util::Find<Unordinary>(block);
     if (stops == 0) {
       at += kBlock;
       continue;

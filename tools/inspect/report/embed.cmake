@@ -1,11 +1,11 @@
-# Puts the page of the report together, and its text into a source file. Its policy names style and script by
-# their digests, so that a browser runs nothing else.
+# Assembles the report's page and writes it as a C++ source file. The page's security policy names style and
+# script by their digests, so that a browser runs nothing else.
 #   cmake -DFOLDER=... -DOUT=... -P embed.cmake
 set(alphabet ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/)
 
 function(digest text out)
   string(SHA256 hex "${text}")
-  string(APPEND hex 00)  # three bytes are four letters, and one byte is wanting
+  string(APPEND hex 00)  # three bytes make four letters, and the last byte is missing
   set(base64 "")
   foreach(at RANGE 0 60 6)
     string(SUBSTRING ${hex} ${at} 6 three)

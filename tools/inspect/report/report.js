@@ -1,5 +1,5 @@
 'use strict';
-// Draws the figures of the page. All texts come from documents and are only ever set as text.
+// Draws the page's figures. All texts come from documents, and are only ever set as text.
 (() => {
   const data = JSON.parse(document.getElementById('data').textContent);
   const byId = (id) => document.getElementById(id);
@@ -25,11 +25,11 @@
     const characters = Array.from(text);
     return characters.length > size ? characters.slice(0, size - 1).join('') + '\u2026' : text;
   };
-  // Control characters, and those that turn the order of reading, as what they are.
+  // Writes control characters, and those that change the reading order, as escapes.
   const visible = (text) => String(text).replace(/[\u0000-\u001f\u007f-\u009f\u202a-\u202e\u2066-\u2069]/g,
     (c) => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0'));
 
-  // Rows of a table as objects, with the texts of their product.
+  // A table's rows as objects, with the texts of their product.
   const rowsOf = (name) => data.tables[name].rows.map((values) => {
     const row = { family: null, product: null, version: null };
     data.tables[name].columns.forEach((column, i) => { row[column] = values[i]; });
@@ -52,7 +52,7 @@
     const wanted = search.value.toLowerCase();
     return !wanted || columns.some(([column]) => String(row[column] ?? '').toLowerCase().includes(wanted));
   };
-  // Rows that agree in the columns are one, with their counts added.
+  // Merges rows that agree in the keys, and adds their counts.
   const grouped = (rows, keys, counts) => {
     const groups = new Map();
     for (const row of rows) {
@@ -66,7 +66,7 @@
   };
   const sum = (rows, column) => rows.reduce((total, row) => total + row[column], 0);
 
-  // What a reader has chosen for a table: the column to sort by, and how many rows.
+  // The reader's choices for a table: the column to sort by, and the number of rows.
   const choices = {};
   const compare = (a, b) => {
     if (a === b) return 0;
@@ -123,7 +123,7 @@
   const legend = () => element('ul', { class: 'legend' }, ...STATES.map((name) =>
     element('li', {}, element('i', { class: name }), name === 'other' ? 'open or incomplete' : name)));
 
-  // Days, or months when there are too many of them for bars.
+  // Bars by day; by month or year when there are too many days.
   const timePlot = (rows) => {
     const known = rows.filter((row) => row.day !== null);
     if (known.length === 0) return [element('p', {}, 'No session with a time.')];

@@ -1,0 +1,22 @@
+// node run.js DATABASE FILE.sql|STATEMENT...: runs them one after the other and writes the rows of statements as JSON, an
+// array a line. For who has Node.js and no DuckDB of another kind: run "npm ci" in this folder first.
+const { readFileSync } = require('node:fs');
+const { DuckDBInstance } = require('@duckdb/node-api');
+
+async function main([database, ...statements]) {
+  const instance = await DuckDBInstance.create(database);
+  const connection = await instance.connect();
+  for (const each of statements) {
+    const isFile = each.endsWith('.sql');
+    const reader = await connection.runAndReadAll(isFile ? readFileSync(each, 'utf8') : each);
+    if (isFile) continue;
+    for (const row of reader.getRowsJson()) process.stdout.write(JSON.stringify(row) + '\n');
+  }
+  connection.closeSync();
+  instance.closeSync();
+}
+
+main(process.argv.slice(2)).catch((error) => {
+  console.error(error.message);
+  process.exitCode = 1;
+});

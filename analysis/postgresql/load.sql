@@ -1,0 +1,25 @@
+-- vantra-inspect export FOLDER | psql -f load.sql
+--
+-- All of it is loaded or nothing is. A row replaces the one with the same key, and one that is the same is left alone.
+\set ON_ERROR_STOP on
+BEGIN;
+CREATE TEMPORARY TABLE incoming (line bigint GENERATED ALWAYS AS IDENTITY, row json) ON COMMIT DROP;
+-- A line a row: neither the delimiter nor the quote can be in JSON.
+\copy incoming (row) FROM pstdin WITH (FORMAT csv, DELIMITER E'\x02', QUOTE E'\x01')
+-- In the order of the keys, so that loads that run at the same time cannot wait for each other in a circle. A clock may
+-- be wrong by centuries: such times are left out.
+INSERT INTO records
+SELECT DISTINCT ON (document, seq) document, seq, origin, family, product, version, build, language, "user", session,
+  file_index, CASE WHEN time >= '1970' AND time < '2106' THEN CAST(time AS timestamp) END, kind, group_id, doc, category,
+  subcategory, name, value
+FROM incoming, json_to_record(row) AS (document text, seq integer, origin text, family text, product text,
+  version text, build text, language text, "user" text, session text, file_index integer, time text, kind text,
+  group_id integer, doc text, category text, subcategory text, name text, value text)
+ORDER BY document, seq, line DESC
+ON CONFLICT (document, seq) DO UPDATE
+SET (origin, family, product, version, build, language, "user", session, file_index, time, kind, group_id, doc, category,
+  subcategory, name, value) = (EXCLUDED.origin, EXCLUDED.family, EXCLUDED.product, EXCLUDED.version, EXCLUDED.build,
+  EXCLUDED.language, EXCLUDED."user", EXCLUDED.session, EXCLUDED.file_index, EXCLUDED.time, EXCLUDED.kind,
+  EXCLUDED.group_id, EXCLUDED.doc, EXCLUDED.category, EXCLUDED.subcategory, EXCLUDED.name, EXCLUDED.value)
+WHERE records IS DISTINCT FROM EXCLUDED;
+COMMIT;

@@ -1,0 +1,3 @@
+for (const button of document.querySelectorAll('button')) {
+  button.addEventListener('click', () => window.record(button.id));
+}
