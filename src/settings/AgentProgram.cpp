@@ -14,29 +14,36 @@ constexpr int kAgentFound = 0;
 constexpr int kAgentMissing = 13;
 
 // The host's choice; created by the first SetAgentFolder.
-struct ChosenAgent : util::OneOf<ChosenAgent> {
+struct ChosenFolder : util::OneOf<ChosenFolder> {
   std::wstring path;
 };
 
-// Path of the program in this folder; absolute, so that what is found is also what is started.
-std::wstring AgentIn(const std::wstring& folder) {
-  return util::JoinPath(util::FullPath(folder), kAgentFile);
+std::wstring FolderOfHost() {
+  const ChosenFolder* const chosen = ChosenFolder::Existing();
+  return chosen == nullptr ? std::wstring() : chosen->path;
 }
+
+// All are absolute, so that what is found is also what is started.
+constexpr AgentPlace kPlaces[] = {
+    {"the folder given to UTInitialize", [](const std::wstring&) { return FolderOfHost(); }},
+    {"the host's folder", [](const std::wstring& hostFolder) { return hostFolder; }},
+    {"the value Agent of the Usage key",
+     [](const std::wstring&) { return util::FullPath(GetStoredAgentFolder()); }},
+};
 
 }  // namespace
 
 void SetAgentFolder(const char* folder) {
-  if (folder == nullptr) return;
-  ChosenAgent::Instance().path = AgentIn(util::FromUtf8(folder));
+  if (folder != nullptr) ChosenFolder::Instance().path = util::FullPath(util::FromUtf8(folder));
 }
 
+std::span<const AgentPlace> AgentPlaces() noexcept { return kPlaces; }
+
 std::wstring GetAgentPath(const std::wstring& hostFolder) {
-  const ChosenAgent* const chosen = ChosenAgent::Existing();
-  if (chosen != nullptr && util::IsFile(chosen->path)) return chosen->path;
-  std::wstring path = util::JoinPath(hostFolder, kAgentFile);
-  if (util::IsFile(path)) return path;
-  path = AgentIn(GetStoredAgentFolder());
-  if (util::IsFile(path)) return path;
+  for (const AgentPlace& place : kPlaces) {
+    std::wstring path = util::JoinPath(place.folder(hostFolder), kAgentFile);
+    if (!path.empty() && util::IsFile(path)) return path;
+  }
   DeleteAgentSubkey();
   return {};
 }

@@ -1,7 +1,9 @@
 // Finds the transport agent's program. Opens no log, so that programs can call it on behalf of a host.
 #pragma once
 
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "util/HostProcess.h"
 
@@ -11,9 +13,16 @@ namespace vantra::settings {
 // NULL keeps the previous choice. An empty folder, or one that cannot be converted, withdraws it.
 void SetAgentFolder(const char* folder);
 
-// Path of an existing Sendrix2.exe: in the folder the host chose, beside the host's executable, or in the
-// folder stored in the registry, in this order. Empty when there is none; an empty registry key Agent is then
-// deleted.
+// A folder where the agent may be.
+struct AgentPlace {
+  std::string_view name;                                   // for messages
+  std::wstring (*folder)(const std::wstring& hostFolder);  // absolute; empty when there is none
+};
+// In the order in which they are searched.
+[[nodiscard]] std::span<const AgentPlace> AgentPlaces() noexcept;
+
+// Path of Sendrix2.exe in the first place that has it. Empty when none has; an empty registry key Agent is
+// then deleted.
 [[nodiscard]] std::wstring GetAgentPath(const std::wstring& hostFolder = util::HostFolder());
 
 // 0 when the agent is found, else 13.

@@ -191,13 +191,21 @@ class Examination {
     Add({"identifier", Verdict::Open, "none yet; the next start makes one"});
   }
 
+  // Where the agent was looked for.
+  [[nodiscard]] std::string AgentPlaces() const {
+    std::string text;
+    for (const settings::AgentPlace& place : settings::AgentPlaces()) {
+      const std::wstring folder = place.folder(hostFolder_);
+      text.append(text.empty() ? " in " : ", ").append(place.name);
+      text.append(" (").append(folder.empty() ? "none" : ToUtf8(folder)).append(")");
+    }
+    return text;
+  }
+
   void ExamineAgent() {
     const std::wstring path = settings::GetAgentPath(hostFolder_);
     if (path.empty())
-      return Add({"agent", Verdict::Refuses,
-                  "no Sendrix2.exe in the host's folder " + ToUtf8(hostFolder_) +
-                      (host_.agentFolder.empty() ? "" : ", in " + host_.agentFolder) +
-                      " or where the value Agent of the Usage key says",
+      return Add({"agent", Verdict::Refuses, "no Sendrix2.exe" + AgentPlaces(),
                   "Install Sendrix2.exe into one of these. When the host gives a folder to UTInitialize, "
                   "name it with --agent; name the host with --host.",
                   api::refusal::kTransAgentExist.text});
@@ -277,18 +285,8 @@ class Examination {
 }  // namespace
 
 std::string_view NameOf(Verdict verdict) noexcept {
-  switch (verdict) {
-    case Verdict::Open:
-      return "open";
-    case Verdict::Refuses:
-      return "refuses";
-    case Verdict::Drops:
-      return "drops";
-    case Verdict::Notes:
-      return "note";
-    default:
-      return "unknown";
-  }
+  constexpr std::string_view kNames[] = {"open", "refuses", "drops", "note", "unknown"};
+  return kNames[static_cast<size_t>(verdict)];
 }
 
 std::vector<Gate> ExamineGates(const Host& host) {
