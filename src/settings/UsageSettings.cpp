@@ -42,11 +42,6 @@ std::optional<RegistryKey> OpenUsageKey(unsigned long access) {
   return key;
 }
 
-bool IsFlagOn(const wchar_t* name) {
-  const auto key = MakeUsageKey();
-  return !key || key->Query(name) != L"0";
-}
-
 std::optional<std::wstring> QueryProductValue(std::string_view usageKey, std::string_view name) {
   if (usageKey.empty() || name.empty()) return {};
   const auto key = MakeUsageKey(usageKey);
@@ -70,9 +65,10 @@ bool HasUserIdentifier() {
   return key && !key->Query(kGuid).value_or(L"").empty();
 }
 
-bool IsObfuscationOn() { return IsFlagOn(L"obfuscate"); }
-
-bool IsSendOn() { return IsFlagOn(L"send"); }
+bool IsOn(const wchar_t* name) {
+  const auto key = MakeUsageKey();
+  return !key || key->Query(name) != L"0";
+}
 
 bool IsSendAllowed() {
   const auto key = OpenUsageKey(KEY_QUERY_VALUE);

@@ -26,9 +26,10 @@ constexpr int32_t kUndecided = -1;
 // Whether a GUID is stored and the Usage key can be written. Creates no key.
 [[nodiscard]] bool HasUserIdentifier();
 
-// Both are on unless the stored value is exactly "0".
-[[nodiscard]] bool IsObfuscationOn();
-[[nodiscard]] bool IsSendOn();
+// Whether the setting of this name is on, as it is unless its stored value is exactly "0".
+[[nodiscard]] bool IsOn(const wchar_t* name);
+[[nodiscard]] inline bool IsObfuscationOn() { return IsOn(L"obfuscate"); }
+[[nodiscard]] inline bool IsSendOn() { return IsOn(L"send"); }
 
 // Like IsSendOn, but creates no key.
 [[nodiscard]] bool IsSendAllowed();
