@@ -1,8 +1,7 @@
 // Scans of bytes in blocks of sixteen. All the library's vector code is here, each scan with a plain twin.
 //
-// A host's text is a few bytes handled between two system calls, where every branch is cold: one load and one
-// mask are faster than a loop over bytes or a call of the C runtime. A block may reach beyond the text, but
-// only within a page that holds a byte of the text, so no unreadable memory is touched.
+// Texts are short and stand between system calls, where every branch is cold: a load and a mask are faster
+// than a loop over bytes. A block may reach beyond its text, but only within a page that holds a byte of it.
 #pragma once
 
 #include <emmintrin.h>
@@ -59,8 +58,7 @@ inline void StoreBlock(char* to, Block block) noexcept {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(to), block);
 }
 
-// A text whose first block may be loaded whole, so that it is copied block by block without a loop over
-// bytes.
+// A text whose first block may be loaded whole, so that copying it takes no loop over bytes.
 class BlockText {
  public:
   // The first bytes of storage that is at least one block long.
@@ -253,8 +251,7 @@ constexpr char kHalfRotated = kRotatedCount / 2;
   // too small, and those from 0x7f on become negative or zero.
   const Block shifted = _mm_add_epi8(block, _mm_set1_epi8(1));
   const auto isFrom = [shifted](char first) { return _mm_cmpgt_epi8(shifted, _mm_set1_epi8(first)); };
-  // All characters move up by half; those of the upper half also down by the whole count, which is down by
-  // half.
+  // All characters move up by half; those of the upper half also down by the whole count.
   const Block up = _mm_and_si128(isFrom(kFirstRotated), _mm_set1_epi8(kHalfRotated));
   const Block down = _mm_and_si128(isFrom(kFirstRotated + kHalfRotated), _mm_set1_epi8(kRotatedCount));
   return _mm_add_epi8(block, _mm_sub_epi8(up, down));
