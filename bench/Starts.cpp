@@ -1,6 +1,7 @@
 // Measures starts, closes, splits and loads beside the same bare platform calls.
 #include "Figures.h"
 #include "Mirror.h"
+#include "session/DocumentSeries.h"
 
 namespace vantra::bench {
 namespace {
@@ -53,7 +54,7 @@ void MeasureStart(Figures& figures, const World& world, const Library& library, 
 void MeasureSplits(Figures& figures, const World& world, const Library& library, Mirror& mirror) {
   constexpr int kCalls = 4000;
   constexpr int kRecord = 106;
-  constexpr int kRecordsADocument = 102'400 / kRecord;
+  constexpr int kRecordsADocument = session::DocumentSeries::kSplitSize / kRecord;
   const std::string bytes(kRecord, 'x');
   void* session = library.Start();
   figures

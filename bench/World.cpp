@@ -9,6 +9,8 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "session/UsageSession.h"
+
 namespace vantra::bench {
 namespace {
 
@@ -32,7 +34,7 @@ void SetText(const wchar_t* key, const wchar_t* name, const std::wstring& text) 
 }
 
 BOOL WINAPI ReportFullDisk(LPCWSTR, PULARGE_INTEGER available, PULARGE_INTEGER, PULARGE_INTEGER) {
-  available->QuadPart = 10'485'760;
+  available->QuadPart = session::kLeastFreeSpace;
   return TRUE;
 }
 

@@ -24,6 +24,7 @@
 
 #include "Corpus.h"
 #include "Peers.h"
+#include "session/DocumentSeries.h"
 
 extern char** environ;
 
@@ -31,7 +32,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr size_t kFull = 102'400;
+constexpr size_t kFull = vantra::session::DocumentSeries::kSplitSize;
 constexpr Corpus kCorpora[] = {{"plain", 10'000, kFull, Corpus::Texts::Words, false},
                                {"obfuscated", 10'000, kFull, Corpus::Texts::Words, true},
                                {"Chinese", 10'000, kFull, Corpus::Texts::Chinese, false},

@@ -69,8 +69,8 @@ extern "C" {
  *                       SetUnhandledExceptionFilter have no effect until the library is unloaded.
  * @param agentFolder    Folder of Sendrix2.exe; a relative one is resolved against the current folder now.
  *                       NULL keeps the previous choice (at first: none). If Sendrix2.exe is not there, it is
- *                       looked for beside the host's executable, then in the folder that the registry value
- *                       Agent names.
+ *                       looked for beside the host's executable and in the other places that
+ *                       docs/deployment.md lists.
  * @return 0, or 1 when the usage key is refused.
  */
 int32_t UTInitialize(const char* pcUsagekey, bool crashHandling, const char* agentFolder);
@@ -85,8 +85,8 @@ int32_t UTInitialize(const char* pcUsagekey, bool crashHandling, const char* age
  * consent was refused, a change of the user's choice for this product is still reported, in a small document
  * without the user's identifier.
  *
- * A session that cannot write (10 MiB or less free at its start, a write error later) falls silent: its calls
- * return as before but record nothing.
+ * A session that cannot write (too little free space at its start, a write error later) falls silent: its
+ * calls return as before but record nothing.
  *
  * @param session         Receives the handle, or NULL on failure. NULL is refused.
  * @param pcAppFamily     Required; at most 512 bytes. Becomes part of file names, as does pcAppName: with a
