@@ -85,7 +85,7 @@ int32_t UTInitialize(const char* pcUsagekey, bool crashHandling, const char* age
  * consent was refused, a change of the user's choice for this product is still reported, in a small document
  * without the user's identifier.
  *
- * A session that cannot write (too little free space at its start, a write error later) falls silent: its
+ * A session that cannot write (10 MiB or less free at its start, a write error later) falls silent: its
  * calls return as before but record nothing.
  *
  * @param session         Receives the handle, or NULL on failure. NULL is refused.
