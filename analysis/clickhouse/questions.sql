@@ -5,6 +5,10 @@
 --
 -- No view counts rows, so rows that are there twice until they are merged change no answer.
 
+-- A digest of each document and its last arrival. Rows of any other have been replaced.
+CREATE VIEW IF NOT EXISTS usage.latest_local AS
+SELECT cityHash64(document, max(arrived)) FROM usage.records_local GROUP BY document;
+
 -- One row a session. All of a session is on one shard, which puts it together by itself.
 CREATE VIEW IF NOT EXISTS usage.sessions_local AS
 SELECT
@@ -26,7 +30,7 @@ SELECT
             OR uniqExactIf(document, origin = 'session') != max(file_index) + 1, 'incomplete',
         'complete') AS state
 FROM usage.records_local
-WHERE session != '' AND origin != 'optin'
+WHERE session != '' AND origin != 'optin' AND cityHash64(document, arrived) IN (SELECT * FROM usage.latest_local)
 GROUP BY session;
 
 CREATE TABLE IF NOT EXISTS usage.sessions AS usage.sessions_local
@@ -85,7 +89,7 @@ FROM
         maxIf(value = '1', name = 'BaseCount') AS base,
         toInt32(maxIf(value = '1', name = 'OptInCount')) - maxIf(value = '-1', name = 'OptInCount') AS opt_in
     FROM usage.records
-    WHERE origin = 'optin'
+    WHERE origin = 'optin' AND cityHash64(document, arrived) IN (SELECT * FROM usage.latest_local)
     GROUP BY document
 )
 GROUP BY family, product, version;
@@ -99,6 +103,7 @@ FROM
     FROM usage.records
     WHERE session != '' AND (kind = 'value' AND name IN ('ErrorType', 'Value')
         OR kind = 'group' AND category = 'Skylamp' AND name = 'ValidationErrors')
+        AND cityHash64(document, arrived) IN (SELECT * FROM usage.latest_local)
     GROUP BY session, group_id
     HAVING countIf(kind = 'group') > 0 AND countIf(name = 'ErrorType') > 0
 )
@@ -113,5 +118,6 @@ SELECT family, product, category, subcategory, name,
     if(users_before = 0, NULL, round(users_now / users_before - 1, 4)) AS change
 FROM usage.records
 WHERE kind = 'event' AND day > toDate(now(), 'UTC') - 56 AND day <= toDate(now(), 'UTC')
+    AND cityHash64(document, arrived) IN (SELECT * FROM usage.latest_local)
 GROUP BY family, product, category, subcategory, name
 ORDER BY change, family, product, category, subcategory, name;

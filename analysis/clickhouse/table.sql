@@ -29,9 +29,9 @@ CREATE TABLE IF NOT EXISTS usage.records_local
     name Nullable(String),
     value Nullable(String),
     day Date,                     -- of time, in UTC; 1970-01-01 without one
-    loaded DateTime
+    arrived UInt64                -- nanoseconds since 1970; 0 without
 )
-ENGINE = ReplacingMergeTree(loaded)
+ENGINE = ReplacingMergeTree(arrived)
 PARTITION BY toYYYYMM(day)
 ORDER BY (product, day, session, document, seq);
 
@@ -59,7 +59,8 @@ CREATE TABLE IF NOT EXISTS usage.incoming
     category Nullable(String),
     subcategory Nullable(String),
     name Nullable(String),
-    value Nullable(String)
+    value Nullable(String),
+    arrived UInt64
 )
 ENGINE = Null;
 
@@ -86,5 +87,5 @@ SELECT
     name,
     value,
     ifNull(toDate(time, 'UTC'), toDate(0)) AS day,
-    now() AS loaded
+    arrived
 FROM usage.incoming;

@@ -18,5 +18,6 @@ CREATE TABLE IF NOT EXISTS records (
   category text,
   subcategory text,
   name text,
-  value text
+  value text,
+  arrived bigint NOT NULL  -- nanoseconds since 1970
 );

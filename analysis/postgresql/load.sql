@@ -1,6 +1,7 @@
--- vantra-inspect export FOLDER | psql -f load.sql
+-- Loads what ../load writes into it.
 --
--- All of it is loaded or nothing is. A row replaces the one with the same key, and one that is the same is left alone.
+-- All of it is loaded or nothing is. A document replaces the one of its name, unless that arrived later. A row that is
+-- the same is left alone.
 \set ON_ERROR_STOP on
 BEGIN;
 CREATE TEMPORARY TABLE incoming (line bigint GENERATED ALWAYS AS IDENTITY, row json) ON COMMIT DROP;
@@ -11,15 +12,24 @@ CREATE TEMPORARY TABLE incoming (line bigint GENERATED ALWAYS AS IDENTITY, row j
 INSERT INTO records
 SELECT DISTINCT ON (document, seq) document, seq, origin, family, product, version, build, language, "user", session,
   file_index, CASE WHEN time >= '1970' AND time < '2106' THEN CAST(time AS timestamp) END, kind, group_id, doc, category,
-  subcategory, name, value
+  subcategory, name, value, arrived
 FROM incoming, json_to_record(row) AS (document text, seq integer, origin text, family text, product text,
   version text, build text, language text, "user" text, session text, file_index integer, time text, kind text,
-  group_id integer, doc text, category text, subcategory text, name text, value text)
+  group_id integer, doc text, category text, subcategory text, name text, value text, arrived bigint)
 ORDER BY document, seq, line DESC
 ON CONFLICT (document, seq) DO UPDATE
 SET (origin, family, product, version, build, language, "user", session, file_index, time, kind, group_id, doc, category,
-  subcategory, name, value) = (EXCLUDED.origin, EXCLUDED.family, EXCLUDED.product, EXCLUDED.version, EXCLUDED.build,
+  subcategory, name, value, arrived) = (EXCLUDED.origin, EXCLUDED.family, EXCLUDED.product, EXCLUDED.version, EXCLUDED.build,
   EXCLUDED.language, EXCLUDED."user", EXCLUDED.session, EXCLUDED.file_index, EXCLUDED.time, EXCLUDED.kind,
-  EXCLUDED.group_id, EXCLUDED.doc, EXCLUDED.category, EXCLUDED.subcategory, EXCLUDED.name, EXCLUDED.value)
-WHERE records IS DISTINCT FROM EXCLUDED;
+  EXCLUDED.group_id, EXCLUDED.doc, EXCLUDED.category, EXCLUDED.subcategory, EXCLUDED.name, EXCLUDED.value,
+  EXCLUDED.arrived)
+WHERE records.arrived <= EXCLUDED.arrived AND records IS DISTINCT FROM EXCLUDED;
+-- What is left of the earlier one of two documents when it was longer than the later one. The window keeps the look-up
+-- one by the key, document for document, however large the table is.
+DELETE FROM records WHERE ctid IN (
+  SELECT ctid
+  FROM (SELECT DISTINCT row ->> 'document' AS document FROM incoming) AS loaded, LATERAL (
+    SELECT ctid, arrived, max(arrived) OVER () AS latest FROM records WHERE records.document = loaded.document
+  ) AS there
+  WHERE arrived < latest);
 COMMIT;

@@ -19,5 +19,6 @@ CREATE TABLE IF NOT EXISTS records (
   subcategory text,
   name text,
   value text,
+  arrived bigint NOT NULL,  -- nanoseconds since 1970
   PRIMARY KEY (document, seq)
 );

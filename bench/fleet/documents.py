@@ -1,8 +1,8 @@
 """documents.py FROM TO COUNT: as many documents as wanted, made from real ones as a server has them.
 
-A session of 5 to 10 KB that is drawn by lot gets new identifiers, another user, another day of the last 60, times that go on, new digests and
-new digits in its numbers; the rest of it stays. Each document is packed alone, so its size on the wire is that of a
-real one."""
+A session of 5 to 10 KB that is drawn by lot gets new identifiers, another user, another day of the last 60, times that
+go on, new digests and new digits in its numbers; the rest of it stays. To ten sessions comes one user, and one document
+of a choice. Each document is packed alone, so its size on the wire is that of a real one."""
 import collections, datetime, gzip, multiprocessing, os, pathlib, random, re, signal, sys, uuid, zlib
 
 MARKER = b"R-M$ke#$vQPo5lupadix"
@@ -18,8 +18,8 @@ TIMES = [b"T%02d:%02d:%02dZ" % (second // 3600, second // 60 % 60, second % 60) 
 
 
 def templates(folder, smallest, largest):
-    """Sessions of so many bytes as lists of (beginning of the name, end of the name, ending, pieces of the text)."""
-    sessions = collections.defaultdict(list)
+    """Sessions of so many bytes, and choices, as lists of (beginning of the name, end of it, ending, pieces of text)."""
+    sessions, choices = collections.defaultdict(list), []
     for path in sorted(pathlib.Path(folder).rglob("*.gz")):
         beginning, user, session, index, ending = NAME.fullmatch(path.name).groups()
         text = gzip.decompress(path.read_bytes())
@@ -33,10 +33,13 @@ def templates(folder, smallest, largest):
             if kind:
                 pieces += [(0, text[last:match.start()]), (kind, old)]
                 last = match.end()
-        key = path.name if session.encode() == NOBODY else session
-        sessions[key].append((beginning, index or "", ending, [*pieces, (0, text[last:])]))
+        document = (beginning, index or "", ending, [*pieces, (0, text[last:])])
+        if session.encode() == NOBODY:
+            choices.append([document])
+        else:
+            sessions[session].append(document)
     size = lambda session: sum(len(text) for document in session for _, text in document[3])
-    return [session for session in sessions.values() if smallest <= size(session) <= largest]
+    return [session for session in sessions.values() if smallest <= size(session) <= largest], choices
 
 
 def guid(chance):
@@ -73,12 +76,13 @@ def make(session, users, day, chance):
 def write(source, target, count, seed, smallest, largest):
     """Number of documents, and their bytes plain and packed."""
     chance = random.Random(seed)
-    sessions = templates(source, smallest, largest)
+    sessions, choices = templates(source, smallest, largest)
     users = [guid(chance) for _ in range(max(1, int(count * USERS_PER_SESSION)))]
     made = plain = packed = 0
     while made < count:
         day = chance.choice(DAYS)
-        for name, content, size in make(chance.choice(sessions), users, day, chance):
+        drawn = chance.choice(choices if chance.random() < USERS_PER_SESSION else sessions)
+        for name, content, size in make(drawn, users, day, chance):
             folder = os.path.join(target, day.decode(), "%02x" % chance.getrandbits(8))
             try:
                 file = open(os.path.join(folder, name), "wb")

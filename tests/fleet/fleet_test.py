@@ -9,8 +9,9 @@ import documents, engines
 from hosts import ANY, Host
 from world import BUILD, SOURCE, WORLD, check, make_authority, nginx, staged
 
-ROWS = """SELECT session, user, product, version, kind, category, subcategory, name, value, doc, seq
-FROM records FINAL WHERE origin = 'session' ORDER BY session, seq"""
+ROWS = """SELECT DISTINCT session, user, product, version, kind, category, subcategory, name, value, doc, seq FROM records
+WHERE origin = 'session' AND cityHash64(document, arrived) IN (SELECT * FROM usage.latest_local)
+ORDER BY session, seq"""
 
 
 def inspect(*arguments):
@@ -37,24 +38,26 @@ def arrive(root, paths, day):
 
 
 def change(path):
-    """Another text under the same name, which the one that arrives later replaces."""
-    text = gzip.decompress(path.read_bytes()).translate(documents.ROTATED)
-    path.write_bytes(gzip.compress(text.replace(b'"ProductVersion" data="3.', b'"ProductVersion" data="9.').translate(documents.ROTATED)))
+    """Another, longer text under the same name, which the one that arrives later replaces."""
+    lines = gzip.decompress(path.read_bytes()).translate(documents.ROTATED).splitlines(keepends=True)
+    lines.insert(-2, b'<EventRec doc="" category="a" subcategory="b" name="c" time="2026-11-24T22:02:41Z" seq="9999" />\n')
+    text = b"".join(lines).replace(b'"ProductVersion" data="3.', b'"ProductVersion" data="9.')
+    path.write_bytes(gzip.compress(text.translate(documents.ROTATED)))
 
 
-def compare_sessions(shards, folder):
+def compare_sessions(shards, *folders):
     """The state of each session in the shards with what the inspector finds in the documents, which it returns."""
-    states = {row["session"]: [row["state"], row["events"]]
-              for row in map(json.loads, inspect("list", "--json", folder).splitlines())}
-    there = {row[0]: row[1:] for row in shards.query("SELECT session, state, events FROM sessions")}
+    states = {row["session"]: [row["state"], row["events"], row["version"] or ""]
+              for row in map(json.loads, inspect("list", "--json", *folders).splitlines())}
+    there = {row[0]: row[1:] for row in shards.query("SELECT session, state, events, version FROM sessions")}
     wrong = [(key, there.get(key), states.get(key)) for key in {**there, **states} if there.get(key) != states.get(key)]
     check(not wrong, f"sessions: {wrong[:3]}")
     return states
 
 
-def compare(hosts, shards, folder):
+def compare(hosts, shards, *folders):
     """The rows of the hosts' users in the shards with what the hosts say."""
-    states = compare_sessions(shards, folder)
+    states = compare_sessions(shards, *folders)
     wanted = {session.marker: session for host in hosts for session in host.sessions if session.is_kept}
     users = {host.user for host in hosts}
     for identifier, rows in itertools.groupby(shards.query(ROWS), key=lambda row: row[0]):
@@ -93,7 +96,8 @@ def interrupt(shards, root):
     before, slow, half = count(), WORLD / "slow", WORLD / "half"
     slow.mkdir()
     (slow / "vantra-inspect").write_text(f"""#!/bin/sh
-        {SOURCE}/build/native/vantra-inspect "$@" | {{ sed -u 3000q; touch {half}; while [ -e {half} ]; do sleep 0.1; done; cat; }}""")
+        {SOURCE}/build/native/vantra-inspect "$@" |
+        awk 'NR == 6000 {{ fflush(); system("touch {half}; while [ -e {half} ]; do sleep 0.1; done") }} 1'""")
     (slow / "vantra-inspect").chmod(0o755)
     end = time.time() + 60
     shards.environment["PATH"] = f"{slow}:{engines.ENVIRONMENT['PATH']}"
@@ -117,8 +121,10 @@ def play(hosts, root, say):
     random.shuffle(paths := sorted(arrived.rglob("*.gz")))
     say(f"{len(paths)} documents arrived")
     with engines.ClickHouse(WORLD / "clickhouse") as shards:
+        for shard in (0, 1):  # so that what has been replaced is still there
+            engines.run("clickhouse-client", "--port", shards.ports[shard], "--query", "SYSTEM STOP MERGES")
         # In the wrong order, late, and some of them twice.
-        arrive(root, paths[:len(paths) // 2], "2026-11-24")
+        arrive(root, paths[:len(paths) // 2], "2026-11-26")
         change(next((root / "usage").rglob("*_0.rdy.gz")))
         load(shards, root)
         compare_sessions(shards, root / "load/loaded")
@@ -131,10 +137,11 @@ def play(hosts, root, say):
         say("The shards have what the hosts have recorded")
 
         documents.write_all(arrived, root / "made", 25 * len(hosts), random.random(), smallest=0, largest=10**6)
-        made = [path for path in (root / "made").rglob("*.gz") if "_1." not in path.name]  # of long ones a part is missing
-        arrive(root, made, "2026-11-26")
+        for path in (root / "made").rglob("*_1.*"):  # of long ones a part is missing
+            path.unlink()
+        arrive(root, made := list((root / "made").rglob("*.gz")), "2026-11-24")
         interrupt(shards, root)
-        compare(hosts, shards, root / "load/loaded")
+        compare(hosts, shards, arrived, root / "made")
         say(f"{len(made)} more documents, loaded while a shard was killed and started")
         answers = {"clickhouse": shards.answers()}
     for kind in (engines.PostgreSQL, engines.DuckDB):
