@@ -1,5 +1,5 @@
-// Vantra for .NET: the functions of Vantra.dll, and a session that closes itself. What each takes, does and returns
-// is told in vantra.h. Nothing is thrown where the library is missing: every call fails then.
+// Vantra for .NET: the functions of Vantra.dll, and a session that closes itself. vantra.h says what each takes, does
+// and returns. Nothing is thrown where the library is missing: every call fails then.
 using System;
 using System.Globalization;
 using System.Runtime.InteropServices;
@@ -86,7 +86,7 @@ namespace Vantra
             return Try(() => Native.UTInitialize(usageKey, false, agentFolder)) == 0;
         }
 
-        /// <summary>UTGetOptIn and UTSetOptIn. Whether the setter stored the choice tells a later reading.</summary>
+        /// <summary>UTGetOptIn and UTSetOptIn. Read it again to learn whether it was stored.</summary>
         public static OptIn Choice
         {
             get { return (OptIn)Try(Native.UTGetOptIn, -1); }

@@ -1,5 +1,5 @@
 ; An installer of a host, for all users of a machine: installs, upgrades while hosts run, and removes what is this
-; product's and nothing else. docs/installer.md tells why it does what.
+; product's and nothing else. docs/installer.md gives the reasons.
 ;
 ;     makensis -NOCD -DVERSION=1.0 -DHOST=words.exe -DPACKAGE=vantra-1.0.0-win64 words.nsi
 Unicode true

@@ -12,7 +12,7 @@
  *     session.close();
  *
  * Limits, repairs, the effect of consent and what is recorded are those of vantra.h. Nothing is thrown. Each boolean
- * tells whether the call succeeded; those of recording calls may be ignored, since a failure harms nothing, and
+ * says whether the call succeeded; those of recording calls may be ignored, since a failure harms nothing, and
  * without consent or without the library there is simply no session.
  *
  * Calls are synchronous: a record is on its way to the disk when its call returns. A session belongs to the thread
@@ -35,7 +35,7 @@ export const ReleaseState: {
 };
 export type ReleaseState = (typeof ReleaseState)[keyof typeof ReleaseState];
 
-/** What a session tells about its host. Family and name become part of file names. */
+/** What a session records about its host. Family and name become part of file names. */
 export interface Product {
   family: Text;
   name: Text;
@@ -74,8 +74,8 @@ export interface Library {
   /** False when it was not found: then every call fails, and there is never a session. */
   readonly isPresent: boolean;
   /**
-   * UTInitialize. The agent is looked for in the folder that is given, beside the executable, and where the registry
-   * says; for a script the executable is node.exe. False when the usage key is refused.
+   * UTInitialize. The agent is looked for in the folder that is given, beside the executable and in the other places
+   * of docs/deployment.md; for a script the executable is node.exe. False when the usage key is refused.
    *
    * Pass crashHandling false in Electron, which reports crashes by itself; read about its price at UTInitialize.
    */

@@ -1,4 +1,4 @@
-// Vantra for Node.js and Electron, by way of koffi. vantra.d.mts tells what each function takes and does.
+// Vantra for Node.js and Electron, by way of koffi. vantra.d.mts says what each function takes and does.
 import path from 'node:path';
 import koffi from 'koffi';
 

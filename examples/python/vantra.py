@@ -1,6 +1,6 @@
 """Vantra for Python: the functions of Vantra.dll by way of ctypes, and a session that closes itself.
 
-What each function takes, does and returns is told in vantra.h. Nothing is thrown where the library is missing: every
+vantra.h says what each function takes, does and returns. Nothing is thrown where the library is missing: every
 call fails then. The interpreter must be a 64-bit one for Windows.
 """
 import ctypes
@@ -41,7 +41,7 @@ def _document(value):
 
 
 class Library:
-    """The library at this full path, beside this file when there is none; is_present tells whether it was found."""
+    """The library at this full path, beside this file when there is none; is_present says whether it was found."""
 
     def __init__(self, path=None):
         self.is_present = False

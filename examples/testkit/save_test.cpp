@@ -63,10 +63,10 @@ void SavingIsRecorded(const vantra::Library& library) {
   drawing.AddCircle();
   drawing.Save("C:\\plans\\house.dwg");
   Expect(world.HasEvent("File", "Menu", "Save"), "saving is an event", world.Print());
-  Expect(world.Count(Group("Drawing", "Size", "Shapes")) == 2, "each save tells of shapes", world.Print());
-  Expect(world.Value("Shapes", "Circles") == "3", "the last save tells of three circles", world.Print());
+  Expect(world.Count(Group("Drawing", "Size", "Shapes")) == 2, "each save records shapes", world.Print());
+  Expect(world.Value("Shapes", "Circles") == "3", "the last save records three circles", world.Print());
   Expect(world.Value("Shapes", "Title") == "\"A & <B>\"", "the last title is recorded as it is");
-  Expect(world.Value("Session", "ProductVersion") == Version(), "the session tells the version");
+  Expect(world.Value("Session", "ProductVersion") == Version(), "the session records the version");
   Expect(world.HasInOrder({Value("Shapes", "Circles", "2"), Event("File", "Menu", "Save"),
                            Value("Shapes", "Circles", "3")}),
          "circles are counted at each save", world.Print());

@@ -82,7 +82,7 @@ demo_splits() {
   run 0 Sendrix2.exe
   run 0 vantra-demo.exe --consent yes tree
   says '<SplitSession '
-  [ "$(demo_documents | wc -l)" = 2 ] || fail "not two documents"
+  [ "$(demo_documents | wc -l)" -ge 2 ] || fail "no split"
 }
 demo_declines() {
   make_tree

@@ -30,8 +30,8 @@ constexpr std::chrono::minutes kLongestRun{30};
 constexpr const char* kUsage =
     "usage: Sendrix2 [VERB]\n\n"
     "Sends the finished usage documents of this user, and says nothing.\n\n"
-    "  status   tell what waits, how the last run ended, and when the next may be\n"
-    "  send     send now, and tell how it goes\n"
+    "  status   show what waits, how the last run ended, and when the next may be\n"
+    "  send     send now, and report how it goes\n"
     "  --help   this text\n";
 
 std::string At(int64_t seconds) { return std::string(util::TimeStamp(seconds).Text().View()); }

@@ -165,10 +165,10 @@ class Checking {
     if (declared != nullptr) subject = SubjectOf(*declared);
     if (isGroup) groups_[record.group] = {subject, declared};
     if (isOwn) return;
-    if (declared == nullptr) return Tell("undeclared", subject);
+    if (declared == nullptr) return Report("undeclared", subject);
     seen_.insert(declared);
     CheckExpiry(declared->reasons, subject, record);
-    if (declared->document.empty() && record.doc != "0") Tell("document", subject, "a digest of one");
+    if (declared->document.empty() && record.doc != "0") Report("document", subject, "a digest of one");
   }
 
   void CheckValue(const reader::Record& record) {
@@ -182,19 +182,19 @@ class Checking {
     if (isSession && IsOwnSessionKey(subject.key)) return;
     const std::vector<Value>& values = isSession ? catalogue_.values : group->second.declared->values;
     const auto declared = std::ranges::find(values, subject.key, &Value::key);
-    if (declared == values.end()) return Tell("undeclared", subject);
+    if (declared == values.end()) return Report("undeclared", subject);
     seen_.insert(&*declared);
     const bool isAsGroup = !isSession && declared->reasons.IsUntil(group->second.declared->reasons);
     if (!isAsGroup) CheckExpiry(declared->reasons, subject, record);
     std::string text;
     reader::Unescape(record.value.raw, text);
     if (!IsOfType(catalogue_, *declared, text))
-      Tell("type", subject, Quoted(text.substr(0, kExample)) + " is no " + catalogue_.TypeName(*declared));
+      Report("type", subject, Quoted(text.substr(0, kExample)) + " is no " + catalogue_.TypeName(*declared));
   }
 
   void CheckExpiry(const Reasons& reasons, const Subject& subject, const reader::Record& record) {
     if (!reasons.until || !reasons.until->HasCome(version_, record.time.substr(0, kDay))) return;
-    Tell("expired", subject, "declared until " + reasons.until->text);
+    Report("expired", subject, "declared until " + reasons.until->text);
   }
 
   [[nodiscard]] Subject SubjectOf(const Record& record) const {
@@ -213,7 +213,7 @@ class Checking {
     return same == found->second.end() ? nullptr : *same;
   }
 
-  void Tell(std::string_view rule, const Subject& subject, std::string text = {}) {
+  void Report(std::string_view rule, const Subject& subject, std::string text = {}) {
     findings_.Add(rule, subject, path_, reader_.Offset(), std::move(text));
   }
   void Complain(std::string_view reason) {

@@ -55,7 +55,7 @@ Things ThingsOf(const Catalogue& catalogue) {
     fields["document"] = record.document;
     fields["name in code"] = record.nameInCode;
     for (const Value& value : record.values) {
-      // What it has from its group is told there.
+      // What it has from its group is shown there.
       Fields& own = things["value " + title + " / " + value.key];
       own = FieldsOf(catalogue, value);
       std::erase_if(own, [&](const auto& field) {

@@ -1,4 +1,4 @@
-// document: the page that tells what is recorded, why, and how long it is kept.
+// document: the page that says what is recorded, why, and how long it is kept.
 #include "Verb.h"
 #include "inspect/Output.h"
 

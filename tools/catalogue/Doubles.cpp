@@ -36,9 +36,9 @@ class Scope {
   void AddWhole(const std::string& words, Place place) {
     static const std::set<std::string_view> reserved(std::begin(kReserved), std::end(kReserved));
     const std::string name = Styled(words, Style::Snake);
-    if (reserved.contains(name)) return Tell(place, "the name \"" + name + "\" is taken");
+    if (reserved.contains(name)) return Report(place, "the name \"" + name + "\" is taken");
     if (!name.empty() && util::IsAsciiDigit(name.front()))
-      return Tell(place, "the name \"" + name + "\" begins with a digit");
+      return Report(place, "the name \"" + name + "\" begins with a digit");
     Add(words, place);
   }
   void Add(const std::string& words, Place place) {
@@ -46,12 +46,13 @@ class Scope {
     for (const std::string& name : {Styled(words, Style::Snake), Styled(words, Style::Pascal)}) {
       const auto [it, isNew] = names_.try_emplace(name, place);
       if (isNew || it->second == place) continue;
-      return Tell(place, "the name \"" + name + "\" is also that of line " + std::to_string(it->second.line));
+      return Report(place,
+                    "the name \"" + name + "\" is also that of line " + std::to_string(it->second.line));
     }
   }
 
  private:
-  void Tell(Place place, const std::string& sentence) {
+  void Report(Place place, const std::string& sentence) {
     mistakes_.push_back({place, sentence + " in code; give it another one with as = \"...\""});
   }
 

@@ -8,8 +8,8 @@
 
 namespace vantra::catalogue {
 
-// All that is wrong, in the order of the file. A text that is no TOML is told up to its first error. Good
-// only when there are no mistakes.
+// All mistakes, in the order of the file; of a text that is not TOML only the first. The catalogue is good
+// only when there are none.
 [[nodiscard]] Catalogue Read(std::string_view text, std::vector<Mistake>& mistakes);
 
 }  // namespace vantra::catalogue

@@ -1,5 +1,5 @@
-// What a catalogue must not declare: texts that the library would change, and things that cannot be told
-// apart. Pure.
+// What a catalogue must not declare: texts that the library would change, and things that cannot be
+// distinguished. Pure.
 #pragma once
 
 #include <string>

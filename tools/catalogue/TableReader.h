@@ -1,4 +1,4 @@
-// A table of the file, asked for what must and may be in it; whatever is wrong is told. Pure.
+// Reads a table of the file, which must and may hold certain keys, and reports whatever is wrong. Pure.
 #pragma once
 
 #include <toml++/toml.h>

@@ -31,7 +31,7 @@ std::string ReadFile(const std::string& path) {
   return text;
 }
 
-void Tell(const std::string& path, Place place, std::string_view kind, std::string_view sentence) {
+void Print(const std::string& path, Place place, std::string_view kind, std::string_view sentence) {
   std::string line = path + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + ": ";
   line.append(kind).append(sentence);
   for (char& c : line) {
@@ -46,7 +46,7 @@ void Tell(const std::string& path, Place place, std::string_view kind, std::stri
 Catalogue Load(const std::string& path) {
   std::vector<Mistake> mistakes;
   Catalogue catalogue = Read(ReadFile(path), mistakes);
-  for (const Mistake& mistake : mistakes) Tell(path, mistake.place, "error: ", mistake.sentence);
+  for (const Mistake& mistake : mistakes) Print(path, mistake.place, "error: ", mistake.sentence);
   if (!mistakes.empty()) throw HasMistakes();
   return catalogue;
 }
@@ -108,7 +108,7 @@ void Say(std::string_view sentence) {
 }
 
 void Warn(const std::string& path, Place place, std::string_view sentence) {
-  Tell(path, place, "warning: ", sentence);
+  Print(path, place, "warning: ", sentence);
 }
 
 }  // namespace vantra::catalogue

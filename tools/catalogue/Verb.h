@@ -39,10 +39,10 @@ int RunDocument(const DocumentOptions& options);
 int RunCheck(const CheckOptions& options);
 int RunDiff(const DiffOptions& options);
 
-// Thrown when a catalogue has mistakes, after they have been told.
+// Thrown when a catalogue has mistakes, after they have been printed.
 struct HasMistakes {};
 
-// The catalogue in a file. Its mistakes are told on stderr, each as compilers do: FILE:LINE:COLUMN: error:
+// The catalogue in a file. Its mistakes go to stderr in the form of compilers: FILE:LINE:COLUMN: error:
 // ... Throws HasMistakes, or std::runtime_error when the file cannot be read.
 [[nodiscard]] Catalogue Load(const std::string& path);
 // Throws std::runtime_error when the file's name gives none for code.
@@ -54,7 +54,7 @@ struct HasMistakes {};
 // The file gets this text, as a whole or not at all, unless it has it already. Throws std::runtime_error.
 void WriteFile(const std::string& path, std::string_view text);
 
-// A sentence on stderr, behind the program's name; a warning about a place in a catalogue.
+// A sentence on stderr, after the program's name; a warning about a place in a catalogue.
 void Say(std::string_view sentence);
 void Warn(const std::string& path, Place place, std::string_view sentence);
 

@@ -50,7 +50,7 @@ void AddVerbs(CLI::App& app, Run& chosen) {
       "The product's version, which decides what has expired; goes before the catalogue's own");
 
   const Verb document(app, chosen, RunDocument, "document",
-                      "Write the page that tells what is recorded and why");
+                      "Write the page that says what is recorded and why");
   document.AddCatalogue(document.options->catalogue);
   document.verb->add_option("-o,--output", document.options->page,
                             "File in Markdown, such as telemetry.md; else standard output");
@@ -64,7 +64,7 @@ void AddVerbs(CLI::App& app, Run& chosen) {
   check.AddJson(check.options->isJson);
 
   const Verb diff(app, chosen, RunDiff, "diff",
-                  "Tell what another version of a catalogue declares otherwise");
+                  "Show what another version of a catalogue declares otherwise");
   diff.verb->add_option("before", diff.options->before, "The catalogue as it was")->required();
   diff.verb->add_option("after", diff.options->after, "The catalogue as it is")->required();
   diff.AddJson(diff.options->isJson);

@@ -113,16 +113,16 @@ std::vector<fs::directory_entry> List(const fs::path& folder, std::error_code& e
 }
 
 bool CountBelow(const fs::path& folder, const std::string& prefix,
-                const std::function<void(const CountedFile&)>& tell) {
+                const std::function<void(const CountedFile&)>& visit) {
   std::error_code error;
   for (const fs::directory_entry& entry : List(folder, error)) {
     std::error_code ignored;
     const bool isFolder = entry.is_directory(ignored);
     if (isFolder && IsSkipped(entry.path())) continue;
     CountedFile file{prefix + ToUtf8(entry.path().filename()), LanguageOf(entry.path()), false, {}};
-    if (isFolder && CountBelow(entry.path(), file.path + "/", tell)) continue;
+    if (isFolder && CountBelow(entry.path(), file.path + "/", visit)) continue;
     file.isReadable = !isFolder && CountFile(entry.path(), file);
-    tell(file);
+    visit(file);
   }
   return !error;
 }
@@ -137,8 +137,8 @@ Counts& Counts::operator+=(const Counts& other) {
   return *this;
 }
 
-bool CountFiles(const fs::path& folder, const std::function<void(const CountedFile&)>& tell) {
-  return CountBelow(folder, "", tell);
+bool CountFiles(const fs::path& folder, const std::function<void(const CountedFile&)>& visit) {
+  return CountBelow(folder, "", visit);
 }
 
 std::string ToUtf8(const fs::path& path) {

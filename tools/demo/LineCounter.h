@@ -20,13 +20,13 @@ struct Counts {
 struct CountedFile {
   std::string path;  // from the folder on, in UTF-8
   events::Language language;
-  bool isReadable;  // a folder that cannot be listed is told as a file that cannot be read
+  bool isReadable;  // a folder that cannot be listed is reported as a file that cannot be read
   Counts counts;
 };
 
-// Calls tell for each file below the folder, in the order of the names. Skips folders of version control and
+// Calls visit for each file below the folder, in the order of the names. Skips folders of version control and
 // of builds, and links to folders. False when the folder itself cannot be listed.
-bool CountFiles(const std::filesystem::path& folder, const std::function<void(const CountedFile&)>& tell);
+bool CountFiles(const std::filesystem::path& folder, const std::function<void(const CountedFile&)>& visit);
 
 // Converts a path to UTF-8; what cannot be converted becomes U+FFFD.
 std::string ToUtf8(const std::filesystem::path& path);

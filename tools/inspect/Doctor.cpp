@@ -81,7 +81,7 @@ int RunDoctor(Options& options) {
 void AddDoctor(CLI::App& app, Run& chosen) {
   const auto options = std::make_shared<Options>();
   CLI::App* const verb = app.add_subcommand(
-      "doctor", "Tell what keeps a host from recording for you on this machine, and what to do");
+      "doctor", "Find out what keeps a host from recording for you on this machine, and what to do");
   Host& host = options->host;
   verb->add_option("--host", options->program,
                    "The host's program or its folder; without it the folder of vantra-inspect");

@@ -17,7 +17,7 @@
 
 namespace vantra::inspect {
 
-// Counts by texts. A key is texts, each with a NUL behind it.
+// Counts by texts. A key is texts, each followed by a NUL.
 class Counting {
  public:
   void Add(std::string_view key, uint64_t count = 1);

@@ -36,10 +36,10 @@ void Inputs::AddTo(CLI::App& verb) {
 }
 
 reader::Sessions Inputs::Find(std::string beginning) {
-  const auto complain = [this, isTold = std::exchange(isTold_, true)](std::string_view path,
-                                                                      std::string_view reason) {
+  const auto complain = [this, isReported = std::exchange(isReported_, true)](std::string_view path,
+                                                                              std::string_view reason) {
     isAllReadable_ = false;
-    if (!isTold) SayUnreadable(path, reason);
+    if (!isReported) SayUnreadable(path, reason);
   };
   if (paths_.empty()) paths_ = {LogsFolder()};
   if (paths_.front().empty()) throw std::runtime_error("name a document or a folder to read");

@@ -135,7 +135,7 @@ int RunList(Options& options) {
 
 void AddList(CLI::App& app, Run& chosen) {
   const auto options = std::make_shared<Options>();
-  CLI::App* const verb = app.add_subcommand("list", "Tell sessions, one a line, and how each ended");
+  CLI::App* const verb = app.add_subcommand("list", "List sessions, one a line, and how each ended");
   options->inputs.AddTo(*verb);
   options->threads.AddTo(*verb);
   verb->add_flag("--json", options->isJson, "One JSON object a line");

@@ -44,7 +44,7 @@ void Show(const std::vector<Place>& places, const std::vector<StoredItem>& items
   }
 }
 
-bool Tell(const std::vector<Failure>& failures, std::string_view what) {
+bool Report(const std::vector<Failure>& failures, std::string_view what) {
   for (const Failure& failure : failures)
     Say(std::string(what).append(" ").append(failure.path).append(": ").append(failure.reason));
   return failures.empty();
@@ -71,7 +71,7 @@ int RunPrivacy(const Options& options) {
   Output output;
   Show(places, items, options.isJson, output);
   if (!options.folder.empty()) {
-    if (!Tell(Export(places, items, options.folder), "cannot export")) return kUnreadable;
+    if (!Report(Export(places, items, options.folder), "cannot export")) return kUnreadable;
     Say("exported to " + options.folder);
   }
   if (!options.isErasing) return kDone;
@@ -79,7 +79,7 @@ int RunPrivacy(const Options& options) {
     Say("nothing was erased");
     return kFindings;
   }
-  if (!Tell(Erase(places), "cannot erase")) return kUnreadable;
+  if (!Report(Erase(places), "cannot erase")) return kUnreadable;
   Say("all of this was erased");
   return kDone;
 }

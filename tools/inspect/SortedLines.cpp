@@ -10,7 +10,7 @@ namespace {
 
 constexpr size_t kMostBytes = size_t{2} << 20;
 
-int64_t Tell(std::FILE* file) {
+int64_t Position(std::FILE* file) {
 #ifdef _WIN32
   return _ftelli64(file);
 #else
@@ -37,11 +37,11 @@ void SortedLines::Add(std::string_view line) {
 void SortedLines::Store() {
   std::ranges::sort(lines_);
   if (!file_) file_.reset(OpenTemporaryFile());
-  const int64_t start = Tell(file_.get());
+  const int64_t start = Position(file_.get());
   for (const std::string& line : lines_) std::fwrite(line.data(), 1, line.size(), file_.get());
   if (std::fflush(file_.get()) != 0 || std::ferror(file_.get()) != 0)
     throw std::runtime_error("cannot write to a temporary file");
-  runs_.push_back({start, Tell(file_.get())});
+  runs_.push_back({start, Position(file_.get())});
   lines_.clear();
   bytes_ = 0;
 }

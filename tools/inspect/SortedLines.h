@@ -27,7 +27,7 @@ class SortedLines {
     int64_t at, end;
     std::string text = {};  // that was read
     size_t used = 0;        // of the text
-    size_t size = 0;        // of the line behind that
+    size_t size = 0;        // of the line after that
 
     [[nodiscard]] std::string_view Line() const noexcept { return std::string_view(text).substr(used, size); }
   };

@@ -39,8 +39,8 @@ class Inputs {
  public:
   void AddTo(CLI::App& verb);
 
-  // The sessions, or those whose identifiers begin so. What cannot be read is told on stderr, once, and so is
-  // that nothing was named. This must stay as long as they.
+  // The sessions, or those whose identifiers begin so. What cannot be read is reported on stderr, once, and
+  // so is that nothing was named. This must stay as long as they.
   [[nodiscard]] reader::Sessions Find(std::string beginning = {});
   // Throws std::runtime_error with a sentence when the output would take the place of a document.
   void Spare(const std::string& output) const;
@@ -54,7 +54,7 @@ class Inputs {
  private:
   std::vector<std::string> paths_;
   bool isAllReadable_ = true;
-  bool isTold_ = false;
+  bool isReported_ = false;
 };
 
 // The number of threads that read.

@@ -13,8 +13,8 @@ int32_t Next(int32_t number) noexcept { return static_cast<int32_t>(static_cast<
 
 }  // namespace
 
-void Checker::Tell(Rule rule, std::string_view expected, std::string_view found) {
-  (*tell_)({rule, reader_->Offset(), reader_->Text(), expected, found});
+void Checker::Report(Rule rule, std::string_view expected, std::string_view found) {
+  (*report_)({rule, reader_->Offset(), reader_->Text(), expected, found});
 }
 
 // A document with an index continues the numbering of the one before it, if that was given. All others have a
@@ -34,9 +34,9 @@ void Checker::Begin(const Document& document) {
   course_->index = index;
 }
 
-void Checker::Check(const Document& document, DocumentReader& reader, const Told& tell) {
+void Checker::Check(const Document& document, DocumentReader& reader, const OnFinding& report) {
   reader_ = &reader;
-  tell_ = &tell;
+  report_ = &report;
   Begin(document);
   for (Piece piece; (piece = reader.Next()) != Piece::Done;) {
     switch (piece) {
@@ -48,7 +48,7 @@ void Checker::Check(const Document& document, DocumentReader& reader, const Told
         break;
       case Piece::EndTag:
         if (stage_ == Stage::After) break;
-        if (stage_ != Stage::Closed) Tell(Rule::NoEndTag);
+        if (stage_ != Stage::Closed) Report(Rule::NoEndTag);
         stage_ = Stage::Ended;
         break;
       default:
@@ -56,14 +56,14 @@ void Checker::Check(const Document& document, DocumentReader& reader, const Told
     }
   }
   if (reader.Error().empty()) CheckEnd();
-  if (!nameSession_.empty() && !IsNameTrue(document.name)) Tell(Rule::Name);
+  if (!nameSession_.empty() && !IsNameTrue(document.name)) Report(Rule::Name);
 }
 
 void Checker::PassPrologue() {
   if (stage_ == Stage::After) return;
-  const bool isBehind = stage_ == Stage::Ended;
-  if (stage_ != Stage::Nothing) Tell(isBehind ? Rule::AfterEnd : Rule::Prologue);
-  stage_ = isBehind ? Stage::After : Stage::Prologue;
+  const bool isAfterEnd = stage_ == Stage::Ended;
+  if (stage_ != Stage::Nothing) Report(isAfterEnd ? Rule::AfterEnd : Rule::Prologue);
+  stage_ = isAfterEnd ? Stage::After : Stage::Prologue;
 }
 
 bool Checker::IsNameTrue(const FileName& name) const noexcept {
@@ -74,9 +74,9 @@ bool Checker::IsNameTrue(const FileName& name) const noexcept {
 void Checker::PassMalformed() {
   isCut_ = reader_->Fault() == Rule::Cut;
   if (stage_ != Stage::After) {
-    const bool isBehind = stage_ == Stage::Ended;
-    Tell(isBehind ? Rule::AfterEnd : reader_->Fault(), {},
-         isBehind ? std::string_view() : reader_->FaultyValue());
+    const bool isAfterEnd = stage_ == Stage::Ended;
+    Report(isAfterEnd ? Rule::AfterEnd : reader_->Fault(), {},
+           isAfterEnd ? std::string_view() : reader_->FaultyValue());
   }
   if (stage_ == Stage::Ended) stage_ = Stage::After;
   course_->nextSeq.reset();
@@ -89,7 +89,7 @@ void Checker::CheckRecord(const Record& record) {
   if (stage_ != Stage::Inside || (record.kind != Kind::Value && record.kind != Kind::Event))
     CheckOrder(record);
   if (record.seq != course.nextSeq && course.nextSeq)
-    Tell(Rule::Gap, std::to_string(*course.nextSeq), std::to_string(record.seq));
+    Report(Rule::Gap, std::to_string(*course.nextSeq), std::to_string(record.seq));
   course.nextSeq = Next(record.seq);
   const Time& last = course.time;
   if (record.time.size() == last.size() && !util::SameBytes(record.time.data(), last.data(), last.size()))
@@ -101,7 +101,7 @@ void Checker::CheckRecord(const Record& record) {
 void Checker::CheckNewTime(std::string_view time) {
   Time& last = course_->time;
   const std::string_view before(last.data(), last.size());
-  if (time < before) Tell(Rule::TimeBack, before, time);
+  if (time < before) Report(Rule::TimeBack, before, time);
   std::memcpy(last.data(), time.data(), last.size());
 }
 
@@ -116,7 +116,7 @@ void Checker::CheckOrder(const Record& record) {
   if (record.kind == Kind::End) course.isEnded = true;
   if (record.id.empty()) return;
   const std::string_view wanted = nameSession_.empty() ? std::string_view(course.id) : nameSession_;
-  if (!wanted.empty() && record.id != wanted) Tell(Rule::Session, wanted, record.id);
+  if (!wanted.empty() && record.id != wanted) Report(Rule::Session, wanted, record.id);
   course.id = record.id;
 }
 
@@ -128,17 +128,17 @@ void Checker::CheckStage(Kind kind) {
       return;
     case Stage::Ended:
       if (kind == Kind::Split && course_->isEnded) {
-        Tell(Rule::SplitAfterEnd);
+        Report(Rule::SplitAfterEnd);
         break;
       }
-      Tell(Rule::AfterEnd);
+      Report(Rule::AfterEnd);
       stage_ = Stage::After;
       return;
     case Stage::Closed:
-      Tell(Rule::NoEndTag);
+      Report(Rule::NoEndTag);
       break;
     case Stage::Nothing:
-      Tell(Rule::NoPrologue);
+      Report(Rule::NoPrologue);
       break;
     case Stage::Damaged:
       break;
@@ -146,7 +146,7 @@ void Checker::CheckStage(Kind kind) {
       // Only a session's first document may hold StartSession.
       if (isOpening != (stage_ == Stage::Prologue) ||
           (kind == Kind::Start && course_->index.value_or(0) != 0))
-        Tell(Rule::Opening);
+        Report(Rule::Opening);
   }
   stage_ = isClosing ? Stage::Closed : Stage::Inside;
 }
@@ -157,27 +157,27 @@ void Checker::CheckGroup(const Record& record) {
   if (record.kind == Kind::Value) {
     if (group - 1 < course.lastGroup) return;  // neither zero nor beyond
     if (course.isEveryGroupKnown || record.group <= 0)
-      return Tell(Rule::Group, {}, std::to_string(record.group));
+      return Report(Rule::Group, {}, std::to_string(record.group));
     course.lastGroup = group;
   } else if (record.kind == Kind::Group) {
     const bool isNext = course.isEveryGroupKnown ? group == course.lastGroup + 1 : group > course.lastGroup;
-    if (!isNext) Tell(Rule::Group, std::to_string(course.lastGroup + 1), std::to_string(record.group));
+    if (!isNext) Report(Rule::Group, std::to_string(course.lastGroup + 1), std::to_string(record.group));
     course.lastGroup = group;
     course.isEveryGroupKnown = true;
   }
 }
 
 void Checker::CheckFlaws(uint8_t flaws) {
-  if ((flaws & kControlCharacter) != 0) Tell(Rule::Control);
-  if ((flaws & kNotUtf8) != 0) Tell(Rule::Utf8);
-  if ((flaws & kNoCharacter) != 0) Tell(Rule::NoCharacter);
-  if ((flaws & kRawMarkup) != 0) Tell(Rule::RawMarkup);
+  if ((flaws & kControlCharacter) != 0) Report(Rule::Control);
+  if ((flaws & kNotUtf8) != 0) Report(Rule::Utf8);
+  if ((flaws & kNoCharacter) != 0) Report(Rule::NoCharacter);
+  if ((flaws & kRawMarkup) != 0) Report(Rule::RawMarkup);
 }
 
 void Checker::CheckEnd() {
   if (stage_ >= Stage::Ended || isCut_ || stage_ == Stage::Damaged) return;
-  if (stage_ == Stage::Closed) return Tell(Rule::NoEndTag);
-  Tell(course_->isEnded ? Rule::SplitAfterEnd : Rule::Open);
+  if (stage_ == Stage::Closed) return Report(Rule::NoEndTag);
+  Report(course_->isEnded ? Rule::SplitAfterEnd : Rule::Open);
 }
 
 }  // namespace vantra::reader

@@ -22,7 +22,7 @@ struct Finding {
   // there.
   std::string_view expected, found;
 };
-using Told = std::function<void(const Finding&)>;
+using OnFinding = std::function<void(const Finding&)>;
 
 // Numbers, groups and times continue from one document to the next: pass a session's documents in order, and
 // call Reset between sessions. Not thread-safe.
@@ -30,8 +30,8 @@ class Checker {
  public:
   void Reset() noexcept { session_ = {}; }
 
-  // Reads the document, which the reader has just opened, to its end, and calls tell with each finding.
-  void Check(const Document& document, DocumentReader& reader, const Told& tell);
+  // Reads the document, which the reader has just opened, to its end, and calls report with each finding.
+  void Check(const Document& document, DocumentReader& reader, const OnFinding& report);
 
  private:
   using Time = std::array<char, 20>;
@@ -59,13 +59,13 @@ class Checker {
   void PassMalformed();
   void PassPrologue();
   [[nodiscard]] bool IsNameTrue(const FileName& name) const noexcept;
-  void Tell(Rule rule, std::string_view expected = {}, std::string_view found = {});
+  void Report(Rule rule, std::string_view expected = {}, std::string_view found = {});
 
   Course session_;
   Course own_;  // for a document with a numbering of its own
   Course* course_ = nullptr;
   DocumentReader* reader_ = nullptr;
-  const Told* tell_ = nullptr;
+  const OnFinding* report_ = nullptr;
   std::string_view nameSession_;
   Stage stage_ = Stage::Nothing;
   bool isCut_ = false;

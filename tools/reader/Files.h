@@ -44,10 +44,10 @@ class FileSource final : public Source {
   std::string error_;
 };
 
-// Calls tell for each file and folder in the folder, in no particular order, without links to folders. False,
-// with the reason in error, when the folder cannot be listed.
+// Calls visit for each file and folder in the folder, in no particular order, without links to folders.
+// False, with the reason in error, when the folder cannot be listed.
 bool ListFolder(const std::string& path,
-                const std::function<void(std::string_view name, bool isFolder)>& tell, std::string& error);
+                const std::function<void(std::string_view name, bool isFolder)>& visit, std::string& error);
 
 [[nodiscard]] bool IsFolder(const std::string& path);
 

@@ -72,7 +72,7 @@ size_t FileSource::Read(char* to, size_t size) {
 }
 
 bool ListFolder(const std::string& path,
-                const std::function<void(std::string_view name, bool isFolder)>& tell, std::string& error) {
+                const std::function<void(std::string_view name, bool isFolder)>& visit, std::string& error) {
   const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
   if (folder == nullptr) {
     error = LastError();
@@ -83,7 +83,7 @@ bool ListFolder(const std::string& path,
     const std::string_view name = entry->d_name;
     if (name == "." || name == "..") continue;
     const Type type = TypeOf(*entry, path);
-    if (type != Type::Other) tell(name, type == Type::Folder);
+    if (type != Type::Other) visit(name, type == Type::Folder);
   }
   return true;
 }

@@ -61,7 +61,7 @@ size_t FileSource::Read(char* to, size_t size) {
 }
 
 bool ListFolder(const std::string& path,
-                const std::function<void(std::string_view name, bool isFolder)>& tell, std::string& error) {
+                const std::function<void(std::string_view name, bool isFolder)>& visit, std::string& error) {
   WIN32_FIND_DATAW found;
   const util::UniqueFind find(FindFirstFileExW(util::FromUtf8(path + "\\*").c_str(), FindExInfoBasic, &found,
                                                FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH));
@@ -73,7 +73,7 @@ bool ListFolder(const std::string& path,
     const std::string name = util::ToUtf8(found.cFileName);
     const bool isFolder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     const bool isLink = isFolder && (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    if (!isLink && name != "." && name != "..") tell(name, isFolder);
+    if (!isLink && name != "." && name != "..") visit(name, isFolder);
   } while (FindNextFileW(find.Get(), &found));
   return true;
 }

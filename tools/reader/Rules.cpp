@@ -26,7 +26,7 @@ constexpr RuleText kRules[] = {
     {"raw-markup", "a product text with &, < or \" in it stands unescaped in ResumeSession"},
     {"no-prologue", "no prologue: the Logs folder was made after the session had started"},
     {"opening", "the first record is no StartSession or ResumeSession, or such a record comes later"},
-    {"after-end", "text behind the end of the document"},
+    {"after-end", "text after the end of the document"},
     {"split-after-end", "a SplitSession and a second end tag: EndSession had filled the document"},
     {"no-end-tag", "EndSession or SplitSession without the end tag, or an end tag without them"},
     {"open", "no end: the session is being recorded, or its host ended without closing it"},

@@ -61,7 +61,7 @@ bool Sessions::Next() {
   return !entries_.empty();
 }
 
-// What is wrong with an input is told once.
+// What is wrong with an input is reported once.
 void Sessions::Complain(std::string_view path, std::string_view reason) const {
   if (isFirst_) complain_(path, reason);
 }
@@ -79,7 +79,7 @@ void Sessions::Add(const std::string& input) {
 void Sessions::AddFolder(std::string path) {
   if (!path.ends_with(kSeparator)) path += kSeparator;
   ++folders_;
-  std::string below;  // names, each with a NUL behind it
+  std::string below;  // names, each followed by a NUL
   std::string error;
   const auto add = [&](std::string_view name, bool isFolder) {
     if (isFolder)
@@ -116,9 +116,9 @@ void Sessions::AddFile(std::string_view folder, std::string_view file, const Fil
     return static_cast<uint16_t>(part.empty() ? 0 : part.data() - file.data());
   };
   const bool isOfSession = !name.session.empty() && name.session != kNilGuid;
-  const std::string told = name.session.empty() ? SessionIn(std::string(folder).append(file)) : std::string();
-  const bool isTold = !told.empty() && told != kNilGuid;
-  const std::string_view key = isTold ? told : isOfSession ? name.session : name.stem;
+  const std::string found = name.session.empty() ? SessionIn(std::string(folder).append(file)) : std::string();
+  const bool isFound = !found.empty() && found != kNilGuid;
+  const std::string_view key = isFound ? found : isOfSession ? name.session : name.stem;
   if (!key.starts_with(beginning_)) return;
   if (isFirst_) ++documents_;
   if (!IsInLot(key)) return;
@@ -133,14 +133,14 @@ void Sessions::AddFile(std::string_view folder, std::string_view file, const Fil
                       .index = name.index.value_or(kLast),
                       .size = static_cast<uint16_t>(file.size()),
                       .stemSize = static_cast<uint16_t>(name.stem.size()),
-                      .keyAt = isTold ? static_cast<uint16_t>(file.size()) : placeOf(key),
+                      .keyAt = isFound ? static_cast<uint16_t>(file.size()) : placeOf(key),
                       .keySize = static_cast<uint16_t>(key.size()),
                       .sessionAt = placeOf(name.session),
                       .userAt = placeOf(name.user),
                       .ending = name.ending,
                       .isPacked = name.isPacked});
   paths_.append(folder).append(file);
-  if (isTold) paths_ += key;
+  if (isFound) paths_ += key;
 }
 
 std::string_view Sessions::NameOf(const Entry& entry) const noexcept {

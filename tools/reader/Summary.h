@@ -34,7 +34,7 @@ struct Summary {
 // Takes each record of the session's own documents, and what was known of the session before its document.
 using TakeRecord = std::function<void(const Record& record, const Facts& facts)>;
 
-// Reads all documents of the session but copies. What cannot be read is told, and left out.
+// Reads all documents of the session but copies. What cannot be read is reported and left out.
 [[nodiscard]] Summary Summarize(const Session& session, DocumentReader& reader, const Complaint& complain,
                                 const TakeRecord& take = {});
 

@@ -42,7 +42,7 @@ def broken(pages):
                 yield f"{page.file}: no heading {link}"
 
 
-# Loads each page in a frame and tells what it became.
+# Loads each page in a frame and reports what it became.
 DRIVER = """<body><pre id="seen"></pre><script>
 const wait = (ms) => new Promise((done) => setTimeout(done, ms));
 async function look(page) {

@@ -242,7 +242,7 @@
 
   byId('about').textContent = `${number.format(data.sessions)} sessions of ${number.format(data.users)} users in ` +
     `${number.format(data.documents)} documents, read ${data.generated}. ` +
-    `${number.format(data.opt_in_documents)} documents tell of changed opt-ins, ` +
+    `${number.format(data.opt_in_documents)} documents report changed opt-ins, ` +
     `${number.format(data.malformed)} records are malformed, ${number.format(data.unreadable)} files unreadable. ` +
     'Time and state choose among sessions; product and version choose everywhere.';
   fill(product, tables.days.map((row) => row.application));
