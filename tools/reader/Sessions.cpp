@@ -56,8 +56,8 @@ bool Sessions::Next() {
   }
   isFirst_ = false;
   if (!overfull_.empty())
-    complain_(std::exchange(overfull_, {}), "it has too many documents; only the first " +
-                                                std::to_string(entries_.size()) + " are read");
+    complain_(std::exchange(overfull_, {}),
+              "it has too many documents; only the first " + std::to_string(entries_.size()) + " are read");
   return !entries_.empty();
 }
 
@@ -116,7 +116,8 @@ void Sessions::AddFile(std::string_view folder, std::string_view file, const Fil
     return static_cast<uint16_t>(part.empty() ? 0 : part.data() - file.data());
   };
   const bool isOfSession = !name.session.empty() && name.session != kNilGuid;
-  const std::string found = name.session.empty() ? SessionIn(std::string(folder).append(file)) : std::string();
+  const std::string found =
+      name.session.empty() ? SessionIn(std::string(folder).append(file)) : std::string();
   const bool isFound = !found.empty() && found != kNilGuid;
   const std::string_view key = isFound ? found : isOfSession ? name.session : name.stem;
   if (!key.starts_with(beginning_)) return;
