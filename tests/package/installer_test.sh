@@ -1,6 +1,6 @@
 #!/bin/sh
-# installer_test.sh BUILD_FOLDER: the sample of an installer installs from the package, upgrades under a running host and
-# removes what is the product's own, beside another product of the same user.
+# installer_test.sh BUILD_FOLDER: the sample of an installer installs from the package, upgrades under a running host
+# and removes what is the product's own, beside another product of the same user and files of others in its folder.
 set -eu
 source=$(cd "$(dirname "$0")/../.." && pwd)
 command -v makensis >/dev/null || { echo "no makensis"; exit 77; }
@@ -15,7 +15,8 @@ fail() { echo "failed: $*"; cat answer 2>/dev/null; exit 1; }
 wine() { "$source/cmake/wine-run" "$@" >answer 2>&1; }
 value() { wine reg query "$@"; }
 usage='HKCU\Software\Tolvex\CommonFiles\Usage' policy='HKLM\SOFTWARE\Policies\Tolvex\ORPIX'
-product=$drive/'Program Files/Acme/Words'
+first_run='Software\Microsoft\Active Setup\Installed Components\{6B0C9D52-5C7B-4E0C-9C8B-5F3B0B2A7A11}'
+product=$drive/'Shared Tools'
 logs=$drive/users/$(id -un)/AppData/Roaming/Tolvex/Sendrix2/Logs
 documents() { find "$logs" -name "ulog_$1_[0-9a-f]*" | wc -l; }
 
@@ -32,11 +33,17 @@ wine cmd <&7 &
 wine reg add "$usage\\AcmeWords_Pro" /v OptIn /t REG_DWORD /d 0 /f
 wine reg add "$usage" /v UserType /d tester /f
 wine reg add "$policy" /v enabled /d 1 /f
-wine words-1.0-setup.exe /S || fail "not installed"
-value 'HKLM\Software\Microsoft\Active Setup\Installed Components\{6B0C9D52-5C7B-4E0C-9C8B-5F3B0B2A7A11}' /v StubPath
-grep -qF '"C:\Program Files\Acme\Words\Sendrix2.exe"' answer || fail "no first run"
+mkdir -p "$product/licenses"
+touch "$product/LICENSE" "$product/licenses/other"
+# Wine would quote these folders, as nobody may.
+echo 'words-1.0-setup.exe /S /D=C:\Shared Tools' >install.bat
+echo '"C:\Shared Tools\uninstall.exe" /S _?=C:\Shared Tools' >remove.bat
+wine cmd /c install.bat || fail "not installed"
+value "HKLM\\$first_run" /v StubPath
+grep -qF '"C:\Shared Tools\Sendrix2.exe"' answer || fail "no first run"
 wine "$product/Sendrix2.exe"
 [ -d "$logs" ] || fail "the first run makes no Logs"
+wine reg add "HKCU\\$first_run" /f # as Windows does then
 foreign=$logs/ulog_Acme_Words_Pro_00000000-0000-0000-0000-000000000000_00000000-0000-0000-0000-000000000000_0.rdy
 : >"$foreign"
 
@@ -45,8 +52,9 @@ echo one two >file
 host=$!
 for _ in $(seq 100); do ! grep -q 'May Words' output || break; sleep 0.1; done
 wine words-1.1-setup.exe /S || fail "not upgraded"
-ls "$product" | grep -c '^\(words.exe\|Vantra.dll\).old$' | grep -qx 2 || fail "nothing was in use"
+ls "$product" | grep -c '^\(words.exe\|Vantra.dll\).1.old$' | grep -qx 2 || fail "nothing was in use"
 cmp "$product/Vantra.dll" "$1/Vantra.dll" || fail "no new library"
+wine cmd /c remove.bat && fail "removed under a host" || [ $? = 32 ] || fail "removed under a host"
 touch upgraded
 wait $host || fail "the host did not survive"
 wine "$product/words.exe" file || fail "the new host does not run"
@@ -54,11 +62,10 @@ wine "$product/words.exe" file || fail "the new host does not run"
 grep -q acme.example "$logs/../Sendrix2.cfg" || fail "another server"
 
 for part in AcmeWords AcmeWords_Acme_Words_1.0 Acme; do value "$usage\\$part" || fail "no $part"; done
-wine "$product/uninstall.exe" /S
-for _ in $(seq 100); do [ -e "$product" ] || break; sleep 0.2; done
-[ ! -e "$product" ] || fail "files are left: $(ls "$product")"
+wine cmd /c remove.bat || fail "not removed"
+[ "$(cd "$product" && echo * */*)" = 'LICENSE licenses uninstall.exe licenses/other' ] || fail "wrong files are left"
 for part in AcmeWords AcmeWords_Acme_Words_1.0 Acme; do ! value "$usage\\$part" || fail "$part is left"; done
-for key in 'HKLM\Software\Acme' 'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\AcmeWords'; do
+for key in 'HKLM\Software\Acme' 'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\AcmeWords' "HKCU\\$first_run"; do
   ! value "$key" || fail "$key is left"
 done
 [ "$(documents Acme_Words)" = 0 ] && [ -f "$foreign" ] || fail "wrong documents are left"
