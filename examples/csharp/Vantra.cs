@@ -5,12 +5,15 @@ using System.Globalization;
 using System.Runtime.InteropServices;
 using System.Text;
 
+// Beside this program alone: for a bare name the system also looks in folders where others can put files.
+[assembly: DefaultDllImportSearchPaths(DllImportSearchPath.AssemblyDirectory | DllImportSearchPath.System32)]
+
 namespace Vantra
 {
     /// <summary>The user's choice. As an argument NoChoice forgets it.</summary>
     public enum OptIn { NoChoice = -1, Out = 0, In = 1 }
 
-    /// <summary>The functions as they are exported. .NET looks for the file beside the program.</summary>
+    /// <summary>The functions as they are exported.</summary>
     static class Native
     {
         const string Dll = "Vantra.dll";

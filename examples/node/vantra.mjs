@@ -157,6 +157,7 @@ class Library {
   }
 
   setOptIn(choice, usageKey) {
+    if (!Object.values(OptIn).includes(choice)) return false;
     const key = text(usageKey);
     return (key === null ? this.#functions.SetOptIn(choice) : this.#functions.OptInSet(key, choice)) === 0;
   }
