@@ -32,7 +32,9 @@ mistakes() {
   printf '\357\273\277a = [1,\r\n' >events.toml
   run 1 document events.toml
   says 'events.toml:1:10: error: '
-  for hostile in "$(head -c 99999 /dev/zero | tr '\0' '[')" '' "$(printf 'a = "\377\001"')"; do
+  for hostile in "$(head -c 99999 /dev/zero | tr '\0' '[')" '' "$(printf 'a = "\377\001"')" \
+    "0
+event = [{ category = 'A', name = 'B', subcategory = { choice = 'C' } }, { category = 'A', name = 'B' }]"; do
     printf 'x = %s' "$hostile" >events.toml
     run 1 document events.toml
   done
@@ -59,13 +61,14 @@ languages() {
   says 'recorded until 3.1.0'
   ! echo '#include "host.hpp"
     bool wrong(const vantra::Session& s) { return host::session_zoom(s, "much"); }' | $tool-g++-posix -std=c++20 -x c++ - $warnings 2>output || fail "a text is a number"
-  echo 'class Use { static int Old(System.IntPtr s) { new Host.DrawingShapes(s, Host.Theme._64Bit).Circles(3); return Host.FileOpen(s); } }' >Use.cs
+  echo 'class Use { static bool Old(Vantra.Session s) { new Host.DrawingShapes(s, Host.Theme._64Bit).Circles(3); return Host.FileOpen(s); } }' >Use.cs
   mcs -warn:4 -target:library -out:use.dll "$source/examples/csharp/Vantra.cs" host.cs Use.cs >output 2>&1
-  says "CS0618: \`Host.FileOpen(System.IntPtr)' is obsolete"
+  says "CS0618: \`Host.FileOpen(Vantra.Session)' is obsolete"
   echo 'import * as host from "./host";
     export function use(s: host.Session): void { host.sessionTheme(s, "64-bit"); host.drawingShapes(s, "dark").circles(3n).isBig(true); }' >use.ts
   tsc --strict --target es2020 --module es2020 use.ts
   grep -q 'logEvent("File", "Menu", "Save", document)' host.js || fail "no call"
+  [ "$(grep -c '^ *\(/[*]\)*[*] @' host.ts)" = 2 ] || fail "not the tags of what has expired"
   echo 'host.sessionTheme(undefined as any, "red");' >>use.ts
   ! tsc --strict --target es2020 --noEmit use.ts >output || fail "any text is a theme"
 }
@@ -130,7 +133,12 @@ files() {
   says 'changed: event File / Open: owner was "Drawing", is "UI"'
   "$catalog" document host.toml >/dev/full 2>output && fail "a full disk is no failure"
   (ulimit -f 1; trap '' XFSZ; run 2 document host.toml -o new.md)
-  [ "$(ls)" = "$(printf 'host.toml\noutput\npage.md')" ] || fail "something is left: $(ls)"
+  cp host.toml class.toml
+  ln -s /dev/null null
+  for bad in 'document host.toml -o host.toml' 'document host.toml -o null' 'generate --to c class.toml .' 'generate --to c --product-version x host.toml .'; do
+    run 2 $bad
+  done
+  [ "$(ls)" = "$(printf 'class.toml\nhost.toml\nnull\noutput\npage.md')" ] || fail "something is left: $(ls)"
 }
 
 # A host under Wine, whose documents are then held against its catalogue.

@@ -23,6 +23,8 @@ struct Place {
 struct Mistake {
   Place place;
   std::string sentence;
+
+  bool operator==(const Mistake&) const = default;
 };
 
 // Numbers with dots between them: 1.10 is later than 1.9, and 1.0 is the same as 1.
@@ -43,6 +45,11 @@ struct Moment {
 
   // Whether it has come for a product of this version, on this day. One that is not known never has.
   [[nodiscard]] bool HasCome(const std::optional<Version>& product, std::string_view day) const noexcept;
+  // Also of a version and a day, of which nobody knows.
+  [[nodiscard]] bool IsAfter(const Moment& other) const noexcept {
+    if (version.has_value() != other.version.has_value()) return true;
+    return version ? *version > *other.version : text > other.text;
+  }
 };
 
 // What a reader wants to know of anything that is recorded.

@@ -86,7 +86,7 @@ class Findings {
     if (example.count == 0) return line;
     if (!example.text.empty()) line += ", " + example.text;
     return line + ", " + std::to_string(example.count) + (example.count == 1 ? " time, " : " times, first ") +
-           "at " + example.file + ":" + std::to_string(example.offset);
+           "at " + inspect::Visible(example.file) + ":" + std::to_string(example.offset);
   }
 
   std::map<std::pair<std::string, Subject>, Example> examples_;
@@ -172,7 +172,9 @@ class Checking {
   }
 
   void CheckValue(const reader::Record& record) {
+    constexpr int32_t kNoGroup = 0;
     constexpr int32_t kSessionGroup = 1;
+    if (record.group == kNoGroup) return Tell("undeclared", {"value", "", "", "", Plain(record.name)});
     const bool isSession = record.group == kSessionGroup;
     const auto group = groups_.find(record.group);
     if (!isSession && (group == groups_.end() || group->second.declared == nullptr)) return;

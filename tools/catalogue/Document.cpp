@@ -6,7 +6,7 @@ namespace vantra::catalogue {
 
 int RunDocument(const DocumentOptions& options) {
   const std::string page = Page(Load(options.catalogue), SourceOf(options.catalogue));
-  options.page.empty() ? inspect::Output().Write(page) : WriteFile(options.page, page);
+  options.page.empty() ? inspect::Output().Write(page) : WriteFile(options.page, page, options.catalogue);
   return kDone;
 }
 

@@ -1,6 +1,6 @@
 #include <algorithm>
 #include <map>
-#include <set>
+#include <span>
 
 #include "Names.h"
 #include "Rules.h"
@@ -9,49 +9,68 @@
 namespace vantra::catalogue {
 namespace {
 
-// What no function, member or constant can be called in one of the languages, or is there already.
-constexpr std::string_view kReserved[] = {
-    "alignas", "alignof", "and", "any", "as", "asm", "async", "auto", "await", "bitand", "bitor", "bool",
-    "boolean", "break", "case", "catch", "char", "class", "compl", "concept", "const", "consteval",
-    "constexpr", "constinit", "constructor", "continue", "debugger", "declare", "decltype", "default",
-    "delete", "do", "double", "else", "enum", "eval", "explicit", "export", "extends", "extern", "false",
-    "finally", "float", "for", "friend", "function", "goto", "if", "implements", "import", "in", "inline",
-    "instanceof", "int", "interface", "let", "long", "module", "mutable", "namespace", "never", "new",
-    "noexcept", "not", "null", "nullptr", "number", "object", "operator", "or", "package", "private",
-    "protected", "public", "register", "require", "requires", "return", "short", "signed", "sizeof", "static",
-    "string", "struct", "super", "switch", "symbol", "template", "this", "throw", "true", "try", "type",
-    "typedef", "typeid", "typename", "typeof", "undefined", "union", "unknown", "unsigned", "using", "var",
-    "virtual", "void", "volatile", "while", "with", "xor", "yield",
-    // Of the generated files and of C#'s objects.
-    "arguments", "declared", "declared_value", "document_id", "encoding", "equals", "finalize",
-    "get_hash_code", "get_type", "group", "int_ptr", "memberwise_clone", "product_family", "product_name",
-    "product_usage_key", "reference_equals", "session", "to_string", "vantra"};
+// What no function, member or constant can be called in one of the languages. Some are macros of common
+// headers.
+constexpr std::string_view kReserved =
+    " abnormal_termination alignas alignof and and_eq any arguments as asm assert async auto await bitand"
+    " bitor bool boolean break case catch cdecl char char16_t char32_t char8_t class co_await co_return"
+    " co_yield compl concept const const_cast consteval constexpr constinit constructor continue debugger"
+    " declare decltype default delete do double dynamic_cast else enum environ errno eval exception_code"
+    " exception_info explicit export exports extends extern false far finally float for friend function"
+    " goto hyper if implements import in inline instanceof int interface let long main max min module"
+    " mutable namespace near never new noexcept not not_eq null nullptr number object offsetof operator or"
+    " or_eq package pascal private protected public register reinterpret_cast require requires return"
+    " setjmp short signed sizeof small static static_assert static_cast stderr stdin stdout string struct"
+    " super switch symbol template this thread_local throw true try type typedef typeid typename typeof"
+    " undefined union unknown unsigned using var virtual void volatile wchar_t while with xor xor_eq yield ";
+// What generated files cannot be called, and what they declare by themselves.
+constexpr std::string_view kNamespaces[] = {"std", "system", "vantra"};
+constexpr std::string_view kDeclared[] = {"declared",     "declared value",    "group",   "product family",
+                                          "product name", "product usage key", "session", "write number"};
+constexpr std::string_view kConstants[] = {"usage key"};
+// What every object of C# has, and one of a closed list besides.
+constexpr std::string_view kMembers[] = {"equals",    "finalize",         "get hash code",
+                                         "get type",  "memberwise clone", "reference equals",
+                                         "to string", "recorded text"};
+
+bool IsReserved(const std::string& snake) { return kReserved.find(" " + snake + " ") != kReserved.npos; }
 
 // The names of one scope, which must differ in every style.
 class Scope {
  public:
-  explicit Scope(std::vector<Mistake>& mistakes) : mistakes_(mistakes) {}
+  // These are there already.
+  Scope(std::vector<Mistake>& mistakes, std::initializer_list<std::span<const std::string_view>> taken)
+      : mistakes_(mistakes) {
+    for (const auto& some : taken) {
+      for (const std::string_view words : some) Add(std::string(words), kTaken);
+    }
+  }
 
   // One that is a name of its own, and not only a part of one.
   void AddWhole(const std::string& words, Place place) {
-    static const std::set<std::string_view> reserved(std::begin(kReserved), std::end(kReserved));
     const std::string name = Styled(words, Style::Snake);
-    if (reserved.contains(name)) return Report(place, "the name \"" + name + "\" is taken");
+    if (IsReserved(name)) return Report(place, "the name \"" + name + "\" is taken");
     if (!name.empty() && util::IsAsciiDigit(name.front()))
       return Report(place, "the name \"" + name + "\" begins with a digit");
     Add(words, place);
   }
-  void Add(const std::string& words, Place place) {
-    if (words.empty()) return;
+  // Whether it can be called so.
+  bool Add(const std::string& words, Place place) {
+    if (words.empty()) return false;
     for (const std::string& name : {Styled(words, Style::Snake), Styled(words, Style::Pascal)}) {
       const auto [it, isNew] = names_.try_emplace(name, place);
       if (isNew || it->second == place) continue;
-      return Report(place,
-                    "the name \"" + name + "\" is also that of line " + std::to_string(it->second.line));
+      Report(place,
+             "the name \"" + name + "\" is " +
+                 (it->second == kTaken ? "taken" : "also that of line " + std::to_string(it->second.line)));
+      return false;
     }
+    return true;
   }
 
  private:
+  static constexpr Place kTaken{0, 0};
+
   void Report(Place place, const std::string& sentence) {
     mistakes_.push_back({place, sentence + " in code; give it another one with as = \"...\""});
   }
@@ -65,11 +84,11 @@ class Recorded {
  public:
   explicit Recorded(std::vector<Mistake>& mistakes) : mistakes_(mistakes) {}
 
-  void Add(const std::string& what, Place place) {
-    const auto [it, isNew] = places_.try_emplace(what, place);
-    if (!isNew)
+  void Add(std::string_view what, const std::string& text, Place place) {
+    const auto [it, isNew] = places_.try_emplace(std::string(what) + text, place);
+    if (!isNew && !text.empty())
       mistakes_.push_back(
-          {place, what + " is declared twice, first in line " + std::to_string(it->second.line)});
+          {place, it->first + " is declared twice, first in line " + std::to_string(it->second.line)});
   }
 
  private:
@@ -106,35 +125,48 @@ void FindDoubleRecords(const Catalogue& catalogue, std::vector<Mistake>& mistake
 
 void FindDoubles(const Catalogue& catalogue, std::vector<Mistake>& mistakes) {
   FindDoubleRecords(catalogue, mistakes);
-  Scope names(mistakes);
+  Scope names(mistakes, {kDeclared, kMembers});
+  Scope constants(mistakes, {kConstants});
   Recorded recorded(mistakes);
   for (const Choice& choice : catalogue.choices) {
-    recorded.Add("the choice " + choice.name, choice.place);
-    names.AddWhole(JoinedWords({choice.name}), choice.place);
-    Scope options(mistakes);
-    options.Add(JoinedWords({choice.name}), choice.place);
-    options.Add("recorded text", choice.place);
+    const std::string words = JoinedWords({choice.name});
+    recorded.Add("the choice ", choice.name, choice.place);
+    names.AddWhole(words, choice.place);
+    Scope options(mistakes, {kMembers});
+    options.Add(words, choice.place);
     Recorded texts(mistakes);
     for (const Option& option : choice.options) {
-      options.Add(option.name, option.place);
-      texts.Add("the option \"" + option.text + "\"", option.place);
+      if (options.Add(option.name, option.place)) constants.Add(words + " " + option.name, option.place);
+      texts.Add("the option ", option.text, option.place);
     }
   }
   for (const Value& value : catalogue.values) {
-    recorded.Add("the session's value " + value.key, value.place);
+    recorded.Add("the session's value ", value.key, value.place);
     names.Add("session " + value.name, value.place);
   }
   for (const Record& record : catalogue.records) {
     names.AddWhole(record.nameInCode, record.place);
     if (record.isGroup) names.Add("open " + record.nameInCode, record.place);
-    Scope members(mistakes);
+    Scope members(mistakes, {kMembers});
+    members.Add(record.nameInCode, record.place);
     Recorded keys(mistakes);
     for (const Value& value : record.values) {
-      keys.Add("the value " + value.key, value.place);
+      keys.Add("the value ", value.key, value.place);
       members.AddWhole(value.name, value.place);
       if (!value.name.empty()) names.Add(record.nameInCode + " " + value.name, value.place);
     }
   }
+}
+
+bool IsTaken(const Catalogue& catalogue, const std::string& words) {
+  const std::string name = Styled(words, Style::Pascal);
+  const auto isName = [&](const std::string& other) { return Styled(other, Style::Pascal) == name; };
+  return IsReserved(Styled(words, Style::Snake)) ||
+         std::ranges::find(kNamespaces, words) != std::end(kNamespaces) ||
+         std::ranges::any_of(catalogue.choices, isName,
+                             [](const Choice& c) { return JoinedWords({c.name}); }) ||
+         std::ranges::any_of(catalogue.values, isName, [](const Value& v) { return "session " + v.name; }) ||
+         std::ranges::any_of(catalogue.records, isName, &Record::nameInCode);
 }
 
 }  // namespace vantra::catalogue

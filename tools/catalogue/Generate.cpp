@@ -1,6 +1,9 @@
 // generate: code that makes the calls which the catalogue declares.
 #include <algorithm>
+#include <stdexcept>
 
+#include "Names.h"
+#include "Rules.h"
 #include "Verb.h"
 
 namespace vantra::catalogue {
@@ -26,12 +29,19 @@ void WarnOfExpired(const std::string& path, const Catalogue& catalogue, std::str
 int RunGenerate(const GenerateOptions& options) {
   Catalogue catalogue = Load(options.catalogue);
   if (!options.version.empty()) catalogue.product.version = Version::Parse(options.version, false);
+  if (!options.version.empty() && !catalogue.product.version)
+    throw std::runtime_error("--product-version is \"" + options.version +
+                             "\", and that begins with no number");
   const Source source = SourceOf(options.catalogue);
+  if (IsTaken(catalogue, JoinedWords({source.stem})))
+    throw std::runtime_error("the name of " + options.catalogue + " is taken in code; call it otherwise");
   const std::string day = Today();
   WarnOfExpired(options.catalogue, catalogue, day);
   for (const Language& language : Languages()) {
     if (std::ranges::find(options.languages, language.name) == options.languages.end()) continue;
-    WriteFile(options.folder + "/" + FileName(language, source), Generated(language, catalogue, source, day));
+    const std::string folder = options.folder.empty() ? "." : options.folder;
+    WriteFile(folder + "/" + FileName(language, source), Generated(language, catalogue, source, day),
+              options.catalogue);
   }
   return kDone;
 }

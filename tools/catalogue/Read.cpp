@@ -100,7 +100,8 @@ class Reader {
     } else if (!type.empty()) {
       value.type = Type::Choice;
       value.choice = ChoiceOf(reader, "type", type,
-                              " is none of text, integer, number, boolean, and no choice has that name");
+                              " is none of text, integer, number, boolean, and no choice has that name")
+                         .value_or(0);
     }
     return value;
   }
@@ -116,10 +117,12 @@ class Reader {
     record.category =
         reader.Text("category", Need::Must, [=](auto text) { return FaultOfCategory(text, category); });
     record.name = reader.Text("name", Need::Must, [=](auto text) { return FaultOfText(text, name); });
+    bool isUnknown = false;
     if (const toml::node* const node = reader.Find("subcategory"); node != nullptr && node->is_table()) {
       const TableReader inner(*node->as_table(), "a subcategory", kSubcategoryKeys, mistakes_);
       const std::string choice = inner.Text("choice", Need::Must);
       if (!choice.empty()) record.choice = ChoiceOf(inner, "choice", choice, " is the name of no choice");
+      isUnknown = !record.choice;
     } else {
       record.subcategory =
           reader.Text("subcategory", Need::May, [](auto text) { return FaultOfText(text, api::kLabel); });
@@ -134,7 +137,7 @@ class Reader {
       });
       if (record.values.empty()) Add(record.place, "the group has no [[group.value]]");
     }
-    catalogue_.records.push_back(std::move(record));
+    if (!isUnknown) catalogue_.records.push_back(std::move(record));
   }
 
   // A value of a group has the group's reasons but its own purpose.
@@ -155,23 +158,22 @@ class Reader {
     } else if (reader.Find("since") == nullptr) {
       Add(reader.At(), reader.What() + " needs since = the version or the day from which on it is recorded");
     }
-    reasons.until = reader.When("until");
-    if (above != nullptr && !reasons.until) reasons.until = above->until;
-    const auto& until = reasons.until;
-    const bool isSameKind = until && since && until->version.has_value() == since->version.has_value();
-    if (isSameKind && (until->version ? until->version <= since->version : until->text <= since->text))
-      Add(until->place, "until is " + until->text + ", and that is not after since");
+    const auto until = reader.When("until");
+    reasons.until = until || above == nullptr ? until : above->until;
+    if ((since || until) && !reasons.since.text.empty() && reasons.until &&
+        !reasons.until->IsAfter(reasons.since)) {
+      Add((until ? until : since)->place,
+          "until is " + reasons.until->text + ", and that is not after since, " + reasons.since.text);
+    }
     return reasons;
   }
 
-  size_t ChoiceOf(const TableReader& reader, std::string_view key, std::string_view name,
-                  std::string_view fault) {
+  std::optional<size_t> ChoiceOf(const TableReader& reader, std::string_view key, std::string_view name,
+                                 std::string_view fault) {
     const auto found = std::ranges::find(catalogue_.choices, name, &Choice::name);
-    if (found == catalogue_.choices.end()) {
-      reader.Complain(key, " is \"" + std::string(name) + "\", which" + std::string(fault));
-      return 0;
-    }
-    return static_cast<size_t>(found - catalogue_.choices.begin());
+    if (found != catalogue_.choices.end()) return static_cast<size_t>(found - catalogue_.choices.begin());
+    reader.Complain(key, " is \"" + std::string(name) + "\", which" + std::string(fault));
+    return std::nullopt;
   }
 
   void Add(Place place, std::string sentence) { mistakes_.push_back({place, std::move(sentence)}); }
@@ -192,6 +194,7 @@ Catalogue Read(std::string_view text, std::vector<Mistake>& mistakes) {
     mistakes.push_back({PlaceOf(error.source()), std::string(error.description())});
   }
   std::ranges::stable_sort(mistakes, {}, &Mistake::place);
+  mistakes.erase(std::ranges::unique(mistakes).begin(), mistakes.end());
   return catalogue;
 }
 

@@ -30,5 +30,8 @@ namespace vantra::catalogue {
 
 // What is declared twice, recorded or in code: with the same texts, or with the same name in a language.
 void FindDoubles(const Catalogue& catalogue, std::vector<Mistake>& mistakes);
+// Whether what is generated could not be called so as a whole: a keyword, another namespace, or a name of its
+// own.
+[[nodiscard]] bool IsTaken(const Catalogue& catalogue, const std::string& words);
 
 }  // namespace vantra::catalogue

@@ -10,6 +10,8 @@
 
 #include "Names.h"
 #include "Read.h"
+#include "Rules.h"
+#include "inspect/Entries.h"
 #include "reader/Files.h"
 
 namespace vantra::catalogue {
@@ -19,25 +21,23 @@ namespace fs = std::filesystem;
 
 fs::path PathOf(const std::string& utf8) { return fs::path(std::u8string(utf8.begin(), utf8.end())); }
 
-std::string ReadFile(const std::string& path) {
-  constexpr size_t kLongest = size_t{16} << 20;
+// A file that is no longer than that.
+std::string ReadFile(const std::string& path, size_t longest) {
+  const auto fail = [&](std::string_view reason) {
+    throw std::runtime_error("cannot read " + path + ": " + std::string(reason));
+  };
   reader::FileSource file;
-  if (!file.Open(path)) throw std::runtime_error("cannot read " + path + ": " + std::string(file.Error()));
-  std::string text(kLongest, '\0');
+  if (!file.Open(path)) fail(file.Error());
+  std::string text(longest + 1, '\0');
   text.resize(file.Read(text.data(), text.size()));
-  if (!file.Error().empty())
-    throw std::runtime_error("cannot read " + path + ": " + std::string(file.Error()));
-  if (text.size() == kLongest) throw std::runtime_error("cannot read " + path + ": larger than 16 MiB");
+  if (!file.Error().empty()) fail(file.Error());
+  if (text.size() > longest) fail("larger than " + std::to_string(longest) + " bytes");
   return text;
 }
 
 void Print(const std::string& path, Place place, std::string_view kind, std::string_view sentence) {
   std::string line = path + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + ": ";
-  line.append(kind).append(sentence);
-  for (char& c : line) {
-    if ((c >= 0 && c < ' ') || c == '\x7f') c = '?';  // what the catalogue holds is not for the terminal
-  }
-  line += '\n';
+  line = inspect::Visible(line.append(kind).append(sentence)) + '\n';
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
@@ -45,7 +45,8 @@ void Print(const std::string& path, Place place, std::string_view kind, std::str
 
 Catalogue Load(const std::string& path) {
   std::vector<Mistake> mistakes;
-  Catalogue catalogue = Read(ReadFile(path), mistakes);
+  constexpr size_t kLongest = size_t{16} << 20;
+  Catalogue catalogue = Read(ReadFile(path, kLongest), mistakes);
   for (const Mistake& mistake : mistakes) Print(path, mistake.place, "error: ", mistake.sentence);
   if (!mistakes.empty()) throw HasMistakes();
   return catalogue;
@@ -56,7 +57,9 @@ Source SourceOf(const std::string& path) {
   Source source{separator == std::string::npos ? path : path.substr(separator + 1), {}};
   source.stem = source.file.substr(0, source.file.find('.'));
   const std::string name = Styled(JoinedWords({source.stem}), Style::Snake);
-  if (name.empty() || (name.front() >= '0' && name.front() <= '9'))
+  // The file's name stands in comments, and in the page between back quotes.
+  const bool isHostile = HasUnseen(source.file) || source.file.find_first_of("`\t\r\n") != std::string::npos;
+  if (isHostile || name.empty() || (name.front() >= '0' && name.front() <= '9'))
     throw std::runtime_error("the name of " + path + " gives none for code; call it events.toml");
   return source;
 }
@@ -74,36 +77,38 @@ std::string Today() {
   return text;
 }
 
-void WriteFile(const std::string& path, std::string_view text) {
+void WriteFile(const std::string& path, std::string_view text, const std::string& catalogue) {
   const fs::path file = PathOf(path);
-  const auto fail = [&](const std::error_code& error) {
-    throw std::runtime_error("cannot write " + path + ": " + error.message());
+  const auto fail = [&](const std::string& reason) {
+    throw std::runtime_error("cannot write " + path + ": " + reason);
   };
   std::error_code error;
-  const bool isThere = fs::is_regular_file(file, error) && fs::file_size(file, error) == text.size();
-  if (isThere && ReadFile(path) == text) return;
+  const fs::file_status status = fs::status(file, error);
+  if (fs::exists(status) && !fs::is_regular_file(status)) fail("not a file");
+  if (fs::equivalent(file, PathOf(catalogue), error)) fail("it is the catalogue");
+  const bool isAsLong = fs::exists(status) && fs::file_size(file, error) == text.size();
+  if (isAsLong && ReadFile(path, text.size()) == text) return;
   error.clear();
   if (file.has_parent_path()) fs::create_directories(file.parent_path(), error);
-  if (error) fail(error);
+  if (error) fail(error.message());
   const fs::path beside = PathOf(path + ".new");
   std::ofstream stream(beside, std::ios::binary);
+  if (!stream) fail(std::generic_category().message(errno));
   stream.write(text.data(), static_cast<std::streamsize>(text.size()));
   stream.close();
   if (!stream) {
     error = std::error_code(errno, std::generic_category());
-    std::error_code ignored;
-    fs::remove(beside, ignored);
-    fail(error);
+  } else {
+    fs::rename(beside, file, error);
   }
-  fs::rename(beside, file, error);
-  if (!error) return;
+  if (stream && !error) return;
   std::error_code ignored;
   fs::remove(beside, ignored);
-  fail(error);
+  fail(error.message());
 }
 
 void Say(std::string_view sentence) {
-  const std::string line = std::string("vantra-catalog: ").append(sentence).append("\n");
+  const std::string line = inspect::Visible(std::string("vantra-catalog: ").append(sentence)) + '\n';
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

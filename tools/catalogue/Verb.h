@@ -51,8 +51,9 @@ struct HasMistakes {};
 // Today in UTC, or the day of SOURCE_DATE_EPOCH for builds that can be repeated.
 [[nodiscard]] std::string Today();
 
-// The file gets this text, as a whole or not at all, unless it has it already. Throws std::runtime_error.
-void WriteFile(const std::string& path, std::string_view text);
+// The file gets this text, as a whole or not at all, unless it has it already; the catalogue never does.
+// Throws std::runtime_error.
+void WriteFile(const std::string& path, std::string_view text, const std::string& catalogue);
 
 // A sentence on stderr, after the program's name; a warning about a place in a catalogue.
 void Say(std::string_view sentence);
