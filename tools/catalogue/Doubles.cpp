@@ -9,7 +9,7 @@
 namespace vantra::catalogue {
 namespace {
 
-// What no function, member or constant can be called in one of the languages, or is there already.
+// Names that functions, members and constants cannot have: reserved in one of the languages, or taken.
 constexpr std::string_view kReserved[] = {
     "alignas", "alignof", "and", "any", "as", "asm", "async", "auto", "await", "bitand", "bitor", "bool",
     "boolean", "break", "case", "catch", "char", "class", "compl", "concept", "const", "consteval",
@@ -22,7 +22,7 @@ constexpr std::string_view kReserved[] = {
     "string", "struct", "super", "switch", "symbol", "template", "this", "throw", "true", "try", "type",
     "typedef", "typeid", "typename", "typeof", "undefined", "union", "unknown", "unsigned", "using", "var",
     "virtual", "void", "volatile", "while", "with", "xor", "yield",
-    // Of the generated files and of C#'s objects.
+    // Taken by the generated files and by C#'s objects.
     "arguments", "declared", "declared_value", "document_id", "encoding", "equals", "finalize",
     "get_hash_code", "get_type", "group", "int_ptr", "memberwise_clone", "product_family", "product_name",
     "product_usage_key", "reference_equals", "session", "to_string", "vantra"};
@@ -32,7 +32,7 @@ class Scope {
  public:
   explicit Scope(std::vector<Mistake>& mistakes) : mistakes_(mistakes) {}
 
-  // One that is a name of its own, and not only a part of one.
+  // Adds a name that stands by itself; Add takes one that may also be part of a longer name.
   void AddWhole(const std::string& words, Place place) {
     static const std::set<std::string_view> reserved(std::begin(kReserved), std::end(kReserved));
     const std::string name = Styled(words, Style::Snake);

@@ -35,7 +35,7 @@ void Print(const std::string& path, Place place, std::string_view kind, std::str
   std::string line = path + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + ": ";
   line.append(kind).append(sentence);
   for (char& c : line) {
-    if ((c >= 0 && c < ' ') || c == '\x7f') c = '?';  // what the catalogue holds is not for the terminal
+    if ((c >= 0 && c < ' ') || c == '\x7f') c = '?';  // a catalogue must not control the terminal
   }
   line += '\n';
   std::fwrite(line.data(), 1, line.size(), stderr);

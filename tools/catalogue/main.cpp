@@ -1,4 +1,4 @@
-// vantra-catalog: what a host records, declared once in a file.
+// vantra-catalog: generates code and a page from a catalogue of what a host records, and checks documents.
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <functional>
@@ -15,7 +15,7 @@ namespace {
 
 using Run = std::function<int()>;
 
-// A verb of the command line whose options, once parsed, are what it runs with.
+// Adds a verb to the command line, which runs with its parsed options.
 template <class Options>
 struct Verb {
   CLI::App* verb;
