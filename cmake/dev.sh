@@ -1,4 +1,5 @@
 # What the verbs of ./dev have in common. Sourced by it.
+# shellcheck shell=bash disable=SC2154
 passed=0 failed=0 skipped=0 # counts of tests, by run_tests
 
 # Runs clang-tidy on those files in build/log/tidy.files that this preset builds below the folder.
