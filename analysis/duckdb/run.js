@@ -1,5 +1,5 @@
-// node run.js DATABASE FILE.sql|STATEMENT...: runs them one after the other and writes the rows of statements as JSON, an
-// array a line. For who has Node.js and no DuckDB of another kind: run "npm ci" in this folder first.
+// node run.js DATABASE FILE.sql|STATEMENT...: runs them in order and writes the rows of statements as JSON, one
+// array a line. For those without DuckDB's own client; run "npm ci" in this folder first.
 const { readFileSync } = require('node:fs');
 const { DuckDBInstance } = require('@duckdb/node-api');
 

@@ -7,8 +7,8 @@ BEGIN;
 CREATE TEMPORARY TABLE incoming (line bigint GENERATED ALWAYS AS IDENTITY, row json) ON COMMIT DROP;
 -- A line a row: neither the delimiter nor the quote can be in JSON.
 \copy incoming (row) FROM pstdin WITH (FORMAT csv, DELIMITER E'\x02', QUOTE E'\x01')
--- In the order of the keys, so that loads that run at the same time cannot wait for each other in a circle. A clock may
--- be wrong by centuries: such times are left out.
+-- In the order of the keys, so that concurrent loads cannot deadlock. A clock may be wrong by centuries: such times are
+-- left out.
 INSERT INTO records
 SELECT DISTINCT ON (document, seq) document, seq, origin, family, product, version, build, language, "user", session,
   file_index, CASE WHEN time >= '1970' AND time < '2106' THEN CAST(time AS timestamp) END, kind, group_id, doc, category,

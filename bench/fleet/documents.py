@@ -1,8 +1,8 @@
-"""documents.py FROM TO COUNT: as many documents as wanted, made from real ones as a server has them.
+"""documents.py FROM TO COUNT: writes as many documents as wanted, made from real ones as a server has them.
 
-A session of 5 to 10 KB that is drawn by lot gets new identifiers, another user, another day of the last 60, times that
-go on, new digests and new digits in its numbers; the rest of it stays. To ten sessions comes one user, and one document
-of a choice. Each document is packed alone, so its size on the wire is that of a real one."""
+Sessions of 5 to 10 KB are drawn at random. Each gets new identifiers, another user, another of the last 60 days, later
+times, new digests and new digits in its numbers; the rest stays. There are one user and one document of a choice for
+ten sessions. Documents are packed one by one, so their sizes on the wire are real."""
 import collections, datetime, gzip, multiprocessing, os, pathlib, random, re, signal, sys, uuid, zlib
 
 MARKER = b"R-M$ke#$vQPo5lupadix"

@@ -1,8 +1,8 @@
-"""The engines of analysis/, each on loopback with all that it keeps in a folder of its own."""
+"""The engines of analysis/, each on loopback and with its data in a folder of its own."""
 import contextlib, csv, io, json, os, pathlib, shutil, signal, socket, subprocess, time
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
-# With vantra-inspect in the path, and DuckDB where Node.js finds it.
+# vantra-inspect is in the path, and Node.js finds DuckDB.
 ENVIRONMENT = {**os.environ, "PATH": f"{SOURCE}/build/native:{os.environ['PATH']}",
                "NODE_PATH": str(SOURCE / "build/duckdb/node_modules")}
 QUESTIONS = ("sessions", "activity", "intensity", "adoption", "stability", "consent", "mistakes", "growth")
@@ -34,7 +34,7 @@ def folder_size(folder):
 
 
 def eventually(action, seconds=30):
-    """The result of an action that may fail at first."""
+    """Repeats an action that may fail at first, and returns its result."""
     end = time.time() + seconds
     while True:
         try:
@@ -50,19 +50,19 @@ def run(*command, **more):
 
 
 class Engine:
-    """A context: its servers run within it."""
+    """A context manager; its servers run within the context."""
 
     def __init__(self, folder):
         self.folder, self.environment, self.arguments = folder, dict(ENVIRONMENT), []
         folder.mkdir()
 
     def load(self, folder, *arguments, start=subprocess.run, **more):
-        """What a user runs, on what is below FOLDER/usage."""
+        """Loads what lies below FOLDER/usage, as a user does."""
         command = [SOURCE / "analysis/load", self.name, folder, *self.arguments, *arguments]
         return start([str(part) for part in command], env=self.environment, stderr=subprocess.PIPE, **more)
 
     def answers(self):
-        """The answer to each question: its rows as lists of texts, in order."""
+        """The answer to each question, as sorted rows of texts."""
         def text(value):
             with contextlib.suppress(TypeError, ValueError):
                 return f"{float(value):.4f}"
@@ -146,7 +146,7 @@ class ClickHouse(Engine):
         return json.loads(text)["data"]
 
     def size(self):
-        """Bytes on disk once all has been merged."""
+        """Bytes on disk after all parts are merged."""
         for shard in (0, 1):
             run("clickhouse-client", "--port", self.ports[shard], "--query", "OPTIMIZE TABLE usage.records_local FINAL")
         return sum(row[0] for shard in (0, 1) for row in self.query(
@@ -211,7 +211,7 @@ class DuckDB(Engine):
         return [[json.loads(line) for line in part.split("\n")[:-1]] for part in lines.split('["next"]\n')[1:]]
 
     def write_lake(self):
-        """Parquet of all, which answers from now on."""
+        """Writes everything as Parquet, which later queries read."""
         self.run(self.database, SOURCE / "analysis/duckdb/parquet.sql")
         self.database = self.folder / "lake.duckdb"
         self.run(self.database, "CREATE VIEW records AS SELECT * FROM 'lake/*/*.parquet'",

@@ -1,6 +1,6 @@
-"""scale.py FOLDER [COUNT [ENGINE...]]: what each step takes from COUNT documents, made from those in FOLDER, to answers.
+"""scale.py FOLDER [COUNT [ENGINE...]]: measures each step from COUNT documents, made from those in FOLDER, to answers.
 
-All that it makes is in build/scale meanwhile. Documents are loaded in portions of 50,000."""
+Works in build/scale, and empties it. Documents are loaded in portions of 50,000."""
 import os, resource, shutil, subprocess, sys, time
 
 import documents, engines
@@ -10,13 +10,13 @@ SCALE = SOURCE / "build/scale" / "".join(sys.argv[2:3])
 
 
 class Took:
-    """What an action took, of the programs that it ran and of the servers of an engine."""
+    """The time that an action took, and the processor time of its programs and of an engine's servers."""
 
     def __init__(self, action, engine=None):
         begin, cpu = time.time(), self.used(engine)
         self.result = action()
         self.seconds = time.time() - begin
-        time.sleep(0.3)  # until a server has done with what it started for this
+        time.sleep(0.3)  # a server may still be at work on it
         self.cpu = self.used(engine) - cpu
 
     @staticmethod
@@ -31,19 +31,19 @@ class Took:
         return f"{self.seconds:.1f} s, {self.cpu:.1f} s of a core"
 
     def rate(self, documents, records):
-        """On two cores that do nothing else."""
+        """The rate on two cores that do nothing else."""
         return f"{self}: {2 * documents / self.cpu:.0f} documents and {2 * records / self.cpu:.0f} records a second on two cores"
 
 
 def export():
-    """Rows and bytes of an export that nobody keeps."""
+    """Exports to nowhere, and returns the numbers of rows and bytes."""
     command = f"vantra-inspect export {SCALE}/documents 2>{SCALE}/messages | wc -c"
     size = int(run("sh", "-c", command, env=ENVIRONMENT))
     return int((SCALE / "messages").read_text().split()[-10]), size
 
 
 def load_portions(engine, count, rows):
-    """What arrives between two loads lies in one folder."""
+    """Loads portion by portion, as if documents had arrived between the loads."""
     arriving, later = SCALE / "arrived/usage/today", sorted((SCALE / "documents").iterdir())
     portions = max(1, count // 50_000)
     for portion in range(portions):

@@ -9,7 +9,7 @@
 
 #include "session/FreeText.h"
 #include "util/Ascii.h"
-#include "util/ByteScans.h"
+#include "util/BlockText.h"
 
 namespace vantra::api {
 

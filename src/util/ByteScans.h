@@ -8,11 +8,9 @@
 
 #include <algorithm>
 #include <bit>
-#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <optional>
 #include <span>
 #include <string_view>
 
@@ -57,67 +55,6 @@ constexpr size_t kBlock = 16;
 inline void StoreBlock(char* to, Block block) noexcept {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(to), block);
 }
-
-// A text whose first block may be loaded whole, so that copying it takes no loop over bytes.
-class BlockText {
- public:
-  // The first bytes of storage that is at least one block long.
-  template <size_t N>
-  requires(N >= kBlock) constexpr BlockText(const char (&storage)[N], size_t size) noexcept
-      : text_(storage, size) {
-    assert(size <= N);
-  }
-  // A NUL-terminated constant.
-  template <size_t N>
-  requires(N >= kBlock) consteval explicit BlockText(const char (&constant)[N]) : text_(constant) {}
-
-  // Empty for an empty text, and for a short one whose block may reach into an unreadable page.
-  [[nodiscard]] static std::optional<BlockText> Of(std::string_view text) noexcept {
-    if (text.size() < kBlock && (text.empty() || !IsBlockReadable(text.data()))) return std::nullopt;
-    return BlockText(text);
-  }
-
-  [[nodiscard]] constexpr std::string_view View() const noexcept { return text_; }
-  [[nodiscard]] Block First() const noexcept { return LoadWholeBlock(text_.data()); }
-
-  // Write stores up to one block beyond the text.
-  [[nodiscard]] constexpr size_t MaxSize() const noexcept { return text_.size() + kBlock; }
-  [[nodiscard, gnu::always_inline]] char* Write(char* to) const noexcept {
-    const char* const text = HideOrigin(text_.data());
-    const size_t size = text_.size();
-    StoreBlock(to, LoadHidden(text));
-    if (size > kBlock) {
-      const size_t last = size - kBlock;
-      for (size_t done = kBlock; done < last; done += kBlock) StoreBlock(to + done, LoadHidden(text + done));
-      StoreBlock(to + last, LoadHidden(text + last));
-    }
-    return to + size;
-  }
-
- private:
-  friend class MaybeBlockText;
-  explicit constexpr BlockText(std::string_view text) noexcept : text_(text) {}
-
-  std::string_view text_;
-};
-
-// A text that may or may not be a BlockText.
-class MaybeBlockText {
- public:
-  constexpr MaybeBlockText() noexcept = default;
-  explicit constexpr MaybeBlockText(std::string_view text) noexcept : text_(text) {}
-  explicit constexpr MaybeBlockText(const BlockText& text) noexcept
-      : text_(text.View()), isBlockText_(true) {}
-
-  [[nodiscard]] constexpr std::string_view View() const noexcept { return text_; }
-  [[nodiscard]] constexpr std::optional<BlockText> AsBlockText() const noexcept {
-    return isBlockText_ ? std::optional(BlockText(text_)) : std::nullopt;
-  }
-
- private:
-  std::string_view text_;
-  bool isBlockText_ = false;
-};
 
 // Classes of bytes. Has tests one byte; its vector twin Mark sets all bits of each byte that belongs to the
 // class and clears the others.
@@ -176,6 +113,16 @@ struct AnyOf {
 };
 
 constexpr unsigned kAllBits = (1U << kBlock) - 1;
+
+// Marks each byte that equals the wanted one under its mask.
+[[nodiscard]] inline Block MarkUnderMask(Block block, Block mask, Block wanted) noexcept {
+  return _mm_cmpeq_epi8(_mm_and_si128(block, mask), wanted);
+}
+
+// The marks that are not among the others.
+[[nodiscard]] inline Block Without(Block marks, Block others) noexcept {
+  return _mm_andnot_si128(others, marks);
+}
 
 // One bit for each byte of a mark.
 [[nodiscard]] inline unsigned Bits(Block mark) noexcept {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "util/ByteScans.h"
+#include "util/BlockText.h"
 
 namespace vantra::util {
 

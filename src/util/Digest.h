@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "util/ByteScans.h"
+#include "util/BlockText.h"
 #include "util/GlobalItems.h"
 #include "util/TextBuffer.h"
 

@@ -26,7 +26,7 @@ judge() { # FILE
   local preset built=' '
   caught=-
   for preset in sanitize release; do
-    cmake --build --preset $preset >"$logs/mutant-build.log" 2>&1 </dev/null 9>&- || return 0
+    cmake --build --preset $preset >"$logs/mutant-build.log" 2>&1 </dev/null || return 0
     grep -q 'no work to do' "$logs/mutant-build.log" || built+="$preset "
   done
   run_suites "$1" "$built"
@@ -38,7 +38,7 @@ run_suites() { # FILE PRESETS
     read -rd '' caught files preset command <<<"$suite" || true
     # shellcheck disable=SC2053 # FILES is a pattern
     [[ $2 == *" $preset "* && ($1 == $files || $1 == all) ]] || continue
-    timeout 240 bash -c "$command" >"$logs/mutant-$caught.log" 2>&1 </dev/null 9>&- || return 0
+    timeout 240 bash -c "$command" >"$logs/mutant-$caught.log" 2>&1 </dev/null || return 0
   done
   caught=
 }

@@ -10,7 +10,7 @@
 
 namespace vantra::catalogue {
 
-// In the file, counted from 1; columns are characters.
+// A position in the file. Lines and columns start at 1; columns count characters.
 struct Place {
   uint32_t line = 1;
   uint32_t column = 1;
@@ -27,11 +27,12 @@ struct Mistake {
   bool operator==(const Mistake&) const = default;
 };
 
-// Numbers with dots between them: 1.10 is later than 1.9, and 1.0 is the same as 1.
+// Numbers separated by dots: 1.10 is later than 1.9, and 1.0 is the same as 1.
 struct Version {
   std::vector<uint64_t> numbers;
 
-  // As many numbers as the text begins with. With isWhole nothing may follow; nothing else otherwise.
+  // Reads the numbers that the text begins with. Fails when there are none, or, with isWhole, when more text
+  // follows.
   [[nodiscard]] static std::optional<Version> Parse(std::string_view text, bool isWhole);
   // NOLINTNEXTLINE(modernize-use-nullptr): finds a 0 in what the compiler writes
   auto operator<=>(const Version&) const = default;
@@ -43,7 +44,8 @@ struct Moment {
   std::string text;
   std::optional<Version> version;  // none when it is a day
 
-  // Whether it has come for a product of this version, on this day. One that is not known never has.
+  // Whether the moment has come for a product of this version on this day. If the version is unknown, a
+  // version never has; if the day is empty, a day never has.
   [[nodiscard]] bool HasCome(const std::optional<Version>& product, std::string_view day) const noexcept;
   // Also of a version and a day, of which nobody knows.
   [[nodiscard]] bool IsAfter(const Moment& other) const noexcept {
@@ -52,13 +54,13 @@ struct Moment {
   }
 };
 
-// What a reader wants to know of anything that is recorded.
+// What readers want to know about anything that is recorded.
 struct Reasons {
   std::string purpose, owner, kept;
   Moment since;
   std::optional<Moment> until;  // the first version, or the first day, without it
 
-  // Whether the other one ends at the same time.
+  // Whether the other ends at the same time.
   [[nodiscard]] bool IsUntil(const Reasons& other) const noexcept {
     return (until ? until->text : "") == (other.until ? other.until->text : "");
   }

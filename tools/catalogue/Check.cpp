@@ -1,4 +1,4 @@
-// check: documents held against the catalogue.
+// check: checks documents against a catalogue.
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -20,7 +20,7 @@ namespace {
 
 using reader::Kind;
 
-// What it is about: an event, a group or a value, by its recorded texts.
+// What a finding is about: an event, a group or a value, named by its recorded texts.
 struct Subject {
   std::string kind, category, subcategory, name, key;
 
@@ -49,7 +49,7 @@ class Findings {
     Example& example = examples_[key];
     if (++example.count == 1) example = {1, file, offset, std::move(text)};
   }
-  // Is no finding, but for the reader to know.
+  // Information, not a finding.
   void AddMissing(const Subject& subject) { examples_[{"missing", subject}] = {}; }
 
   [[nodiscard]] uint64_t Count() const noexcept { return count_; }
@@ -174,7 +174,7 @@ class Checking {
   void CheckValue(const reader::Record& record) {
     constexpr int32_t kNoGroup = 0;
     constexpr int32_t kSessionGroup = 1;
-    if (record.group == kNoGroup) return Tell("undeclared", {"value", "", "", "", Plain(record.name)});
+    if (record.group == kNoGroup) return Report("undeclared", {"value", "", "", "", Plain(record.name)});
     const bool isSession = record.group == kSessionGroup;
     const auto group = groups_.find(record.group);
     if (!isSession && (group == groups_.end() || group->second.declared == nullptr)) return;

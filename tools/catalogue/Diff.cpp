@@ -1,4 +1,4 @@
-// diff: what one version of a catalogue declares otherwise than another.
+// diff: shows what two versions of a catalogue declare differently.
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -9,14 +9,14 @@
 namespace vantra::catalogue {
 namespace {
 
-// Everything that is declared, by what it is called, with its fields.
+// Everything declared, by name, with its fields.
 using Fields = std::map<std::string, std::string>;
 using Things = std::map<std::string, Fields>;
 
 struct Difference {
   std::string change;  // "added", "removed", "changed"
   std::string thing, field, before, after;
-  bool isBreaking = false;  // who reads documents, or the host's code, must follow
+  bool isBreaking = false;  // readers of documents, or the host's code, must change
 };
 
 Fields FieldsOf(const Reasons& reasons) {
@@ -55,7 +55,7 @@ Things ThingsOf(const Catalogue& catalogue) {
     fields["document"] = record.document;
     fields["name in code"] = record.nameInCode;
     for (const Value& value : record.values) {
-      // What it has from its group is shown there.
+      // What the value takes from its group is shown there.
       Fields& own = things["value " + title + " / " + value.key];
       own = FieldsOf(catalogue, value);
       std::erase_if(own, [&](const auto& field) {

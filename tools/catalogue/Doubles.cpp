@@ -46,7 +46,7 @@ class Scope {
     }
   }
 
-  // One that is a name of its own, and not only a part of one.
+  // Adds a name that stands by itself; Add takes one that may also be part of a longer name.
   void AddWhole(const std::string& words, Place place) {
     const std::string name = Styled(words, Style::Snake);
     if (IsReserved(name)) return Report(place, "the name \"" + name + "\" is taken");

@@ -1,4 +1,4 @@
-// Texts in the places where generated files have them. All take valid UTF-8. Pure.
+// Escapes texts for generated files. All take valid UTF-8. Pure.
 #pragma once
 
 #include <string>
@@ -6,13 +6,13 @@
 
 namespace vantra::catalogue {
 
-// Inside a literal of C and C++: ASCII alone, whatever the compiler takes the file for.
+// For a literal of C or C++: plain ASCII, whatever encoding the compiler assumes.
 [[nodiscard]] std::string InC(std::string_view text);
-// Inside a literal of C# and of TypeScript.
+// For a literal of C# or TypeScript.
 [[nodiscard]] std::string InScript(std::string_view text);
-// Where Markdown has text, table cells among it.
+// For Markdown text, table cells included.
 [[nodiscard]] std::string InMarkdown(std::string_view text);
-// Inside a comment of any of these languages, on one line.
+// For a comment on one line, in any of these languages.
 [[nodiscard]] std::string InComment(std::string_view text);
 
 }  // namespace vantra::catalogue

@@ -1,4 +1,4 @@
-// generate: code that makes the calls which the catalogue declares.
+// generate: writes code that makes the calls declared in a catalogue.
 #include <algorithm>
 #include <stdexcept>
 

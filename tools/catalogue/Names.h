@@ -7,11 +7,11 @@
 
 namespace vantra::catalogue {
 
-// The words of a text, in lower case: those between other characters, and where capitals begin a new one.
-// "BlankLines", "blank_lines" and "blank lines" are the same two. What is not ASCII is passed over.
+// The words of a text, in lower case. A word ends at any other character and before a capital: "BlankLines",
+// "blank_lines" and "blank lines" have the same two. Anything but ASCII is skipped.
 [[nodiscard]] std::vector<std::string> WordsOf(std::string_view text);
 
-// The words of all texts, with a blank between them: a name in no style yet. Empty texts have none.
+// The words of all texts, separated by blanks: a name without a style yet.
 [[nodiscard]] std::string JoinedWords(const std::vector<std::string_view>& texts);
 
 enum class Style {
@@ -20,7 +20,7 @@ enum class Style {
   Camel,   // fileMenuSave
   Pascal,  // FileMenuSave
 };
-// Of words with a blank between them. It may begin with a digit.
+// A name from words separated by blanks. It may begin with a digit.
 [[nodiscard]] std::string Styled(std::string_view words, Style style);
 
 }  // namespace vantra::catalogue

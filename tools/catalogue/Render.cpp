@@ -20,7 +20,7 @@ constexpr Language kLanguages[] = {
     {"typescript", &kTemplateTypescript, ".ts", InScript},
 };
 
-// A text, or what a section takes for nothing.
+// A text; false if it is empty, so that its section is left out.
 data TextOrNone(const std::string& text) { return text.empty() ? data(false) : data(text); }
 
 void SetStyles(data& object, const std::string& words) {
@@ -30,8 +30,8 @@ void SetStyles(data& object, const std::string& words) {
   object.set("pascal", Styled(words, Style::Pascal));
 }
 
-// A catalogue as templates see it. Every name is set in every object, since a name that is missing is looked
-// for in what is around it.
+// A catalogue as templates see it. Every name is set in every object, since templates look for a missing one
+// in the enclosing objects.
 class View {
  public:
   View(const Catalogue& catalogue, const Source& source, std::string_view day)
@@ -174,7 +174,7 @@ std::string Rendered(std::string_view text, std::string (*escape)(std::string_vi
   rendering.set_custom_escape([escape](const std::string& plain) { return escape(plain); });
   std::string rendered = rendering.render(view);
   if (!rendering.is_valid()) throw std::logic_error(rendering.error_message());
-  // Where a section gives nothing, the blank lines around it meet.
+  // The blank lines around an omitted section end up next to each other.
   for (size_t at; (at = rendered.find("\n\n\n")) != rendered.npos;) rendered.erase(at, 1);
   return rendered;
 }

@@ -1,5 +1,5 @@
-// What is made of a catalogue: code in a language, or the page. Each is a template below templates/, whose
-// texts Templates.cpp holds. Pure.
+// Renders a catalogue as code or as the page, by the templates in templates/, which the build puts into
+// Templates.cpp. Pure.
 #pragma once
 
 #include <span>
@@ -12,10 +12,10 @@ namespace vantra::catalogue {
 
 struct Source {
   std::string file;  // name of the catalogue's file
-  std::string stem;  // what generated files are called, and in the style of each language what they declare
+  std::string stem;  // names the generated files and, in the style of each language, what they declare
 };
 
-// For another language: a template, a row of kLanguages, and a row in tools/catalogue/CMakeLists.txt.
+// Another language needs a template, a row of kLanguages, and a row in tools/catalogue/CMakeLists.txt.
 struct Language {
   std::string_view name;         // as in --to
   const std::string_view* text;  // the template
@@ -25,7 +25,7 @@ struct Language {
 [[nodiscard]] std::span<const Language> Languages() noexcept;
 [[nodiscard]] std::string FileName(const Language& language, const Source& source);
 
-// The day decides what has expired, 2027-01-31; empty for none.
+// The day, such as 2027-01-31, decides what has expired; if it is empty, nothing has.
 [[nodiscard]] std::string Generated(const Language& language, const Catalogue& catalogue,
                                     const Source& source, std::string_view day);
 [[nodiscard]] std::string Page(const Catalogue& catalogue, const Source& source);
@@ -33,7 +33,7 @@ struct Language {
 // "File / Menu / Save", with the choice in angle brackets.
 [[nodiscard]] std::string TitleOf(const Catalogue& catalogue, const Record& record);
 
-// "recorded until 2.0", when the time has come; else empty.
+// "recorded until 2.0" if the time has come, else empty.
 [[nodiscard]] std::string ExpiryOf(const Reasons& reasons, const std::optional<Version>& product,
                                    std::string_view day);
 

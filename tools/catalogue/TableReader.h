@@ -15,18 +15,18 @@ namespace vantra::catalogue {
 
 enum class Need : bool { May, Must };
 
-// What is wrong with a text, as a sentence that goes on from its key; empty when nothing is.
+// What is wrong with a text, as a sentence that continues its key; empty if nothing is.
 using FaultOf = std::function<std::string(std::string_view)>;
 
 [[nodiscard]] Place PlaceOf(const toml::source_region& source) noexcept;
 [[nodiscard]] inline Place PlaceOf(const toml::node& node) noexcept { return PlaceOf(node.source()); }
 
-// Of a name in code.
+// For a name in code.
 [[nodiscard]] std::string FaultOfName(std::string_view text);
 
 class TableReader {
  public:
-  // What it is, with its article. Other keys than these are mistakes.
+  // what names the table in messages, with its article. Keys other than these are mistakes.
   TableReader(const toml::table& table, std::string_view what, std::span<const std::string_view> keys,
               std::vector<Mistake>& mistakes);
 
@@ -34,20 +34,20 @@ class TableReader {
   [[nodiscard]] const std::string& What() const noexcept { return what_; }
   [[nodiscard]] const toml::node* Find(std::string_view key) const noexcept { return table_.get(key); }
 
-  // A text, on one line unless it is a recorded one: line breaks become blanks. Empty when it is missing.
+  // A text; empty when it is missing. Line breaks become blanks, except in a recorded text.
   [[nodiscard]] std::string Text(std::string_view key, Need need, const FaultOf& faultOf = {}) const;
-  // The words of what the key "as" says, else of these texts.
+  // The words of the text at the key "as", or else of these texts.
   [[nodiscard]] std::string NameInCode(const std::vector<std::string_view>& texts) const;
   // A version in quotes, or a day.
   [[nodiscard]] std::optional<Moment> When(std::string_view key) const;
 
   // The table of this name, which must be there.
   [[nodiscard]] const toml::table* Table(std::string_view key) const;
-  // The tables of an array that may be missing; the nodes of one that must be there and hold some.
+  // Visits the tables of an array that may be missing; the nodes of one that must exist and not be empty.
   void ForEach(std::string_view key, const std::function<void(const toml::table&)>& visit) const;
   void ForEachNode(std::string_view key, const std::function<void(const toml::node&)>& visit) const;
 
-  // A sentence that goes on from the key.
+  // The fault is a sentence that continues the key.
   void Complain(std::string_view key, std::string_view fault) const;
 
  private:

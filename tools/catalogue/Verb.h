@@ -13,8 +13,8 @@ namespace vantra::catalogue {
 
 enum ExitCode {
   kDone = 0,
-  kFindings = 1,    // mistakes in a catalogue; of check: a document does not keep to it; of diff: they differ
-  kUnreadable = 2,  // bad arguments, or something that cannot be read or written; goes before the others
+  kFindings = 1,  // mistakes in a catalogue; of check: a document that differs from it; of diff: differences
+  kUnreadable = 2,  // bad arguments, or something that cannot be read or written; takes precedence
 };
 
 struct GenerateOptions {
@@ -33,7 +33,7 @@ struct DiffOptions {
   std::string before, after;
   bool isJson = false;
 };
-// Each gives an exit code.
+// Each returns an exit code.
 int RunGenerate(const GenerateOptions& options);
 int RunDocument(const DocumentOptions& options);
 int RunCheck(const CheckOptions& options);
@@ -45,14 +45,14 @@ struct HasMistakes {};
 // The catalogue in a file. Its mistakes go to stderr in the form of compilers: FILE:LINE:COLUMN: error:
 // ... Throws HasMistakes, or std::runtime_error when the file cannot be read.
 [[nodiscard]] Catalogue Load(const std::string& path);
-// Throws std::runtime_error when the file's name gives none for code.
+// Throws std::runtime_error when no name in code can be made from the file's name.
 [[nodiscard]] Source SourceOf(const std::string& path);
 
-// Today in UTC, or the day of SOURCE_DATE_EPOCH for builds that can be repeated.
+// Today in UTC, or the day of SOURCE_DATE_EPOCH for reproducible builds.
 [[nodiscard]] std::string Today();
 
-// The file gets this text, as a whole or not at all, unless it has it already; the catalogue never does.
-// Throws std::runtime_error.
+// Writes the text to the file, whole or not at all; leaves the file alone if it has that text already, and
+// refuses the catalogue itself. Throws std::runtime_error.
 void WriteFile(const std::string& path, std::string_view text, const std::string& catalogue);
 
 // A sentence on stderr, after the program's name; a warning about a place in a catalogue.

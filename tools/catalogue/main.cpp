@@ -1,21 +1,18 @@
-// vantra-catalog: what a host records, declared once in a file.
+// vantra-catalog: generates code and a page from a catalogue of what a host records, and checks documents.
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <functional>
 #include <memory>
 
 #include "Verb.h"
-#include "inspect/Output.h"
-#ifdef _WIN32
-#include "util/Text.h"
-#endif
+#include "inspect/Program.h"
 
 namespace vantra::catalogue {
 namespace {
 
 using Run = std::function<int()>;
 
-// A verb of the command line whose options, once parsed, are what it runs with.
+// Adds a verb to the command line, which runs with its parsed options.
 template <class Options>
 struct Verb {
   CLI::App* verb;
@@ -70,8 +67,11 @@ void AddVerbs(CLI::App& app, Run& chosen) {
   diff.AddJson(diff.options->isJson);
 }
 
-// Arguments in UTF-8, the last one first, as the parser takes them.
-int Main(std::vector<std::string> arguments) {
+}  // namespace
+}  // namespace vantra::catalogue
+
+int vantra::Main(std::vector<std::string> arguments) {
+  using namespace catalogue;
   CLI::App app("Makes code and a page from a catalogue of what is recorded, and holds documents against it.",
                "vantra-catalog");
   app.allow_windows_style_options(false);
@@ -91,22 +91,3 @@ int Main(std::vector<std::string> arguments) {
     return kUnreadable;
   }
 }
-
-}  // namespace
-}  // namespace vantra::catalogue
-
-#ifdef _WIN32
-int wmain(int argc, wchar_t** argv) {
-  vantra::inspect::PrepareStandardStreams();
-  std::vector<std::string> arguments;
-  for (int i = argc - 1; i > 0; --i) arguments.push_back(vantra::util::ToUtf8(argv[i]));
-  return vantra::catalogue::Main(std::move(arguments));
-}
-#else
-int main(int argc, char** argv) {
-  vantra::inspect::PrepareStandardStreams();
-  std::vector<std::string> arguments;
-  for (int i = argc - 1; i > 0; --i) arguments.emplace_back(argv[i]);
-  return vantra::catalogue::Main(std::move(arguments));
-}
-#endif

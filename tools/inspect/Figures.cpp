@@ -13,14 +13,14 @@ namespace {
 using reader::Record;
 
 constexpr size_t kLongestText = 200;
-// Of each table, by a guess of what an entry takes beside its key.
+// Of each table, with an estimate of what an entry takes beside its key.
 constexpr size_t kMostBytes = size_t{5} << 18;
 constexpr size_t kBytesOfEntry = 100;
 constexpr size_t kMostProducts = 2'000;
 constexpr size_t kMostUsers = 50'000;
 constexpr size_t kMostSessions = 5'000;
 
-// The entries that are counted about machines.
+// The entries of the header blocks that are counted.
 constexpr std::string_view kMachineEntries[] = {
     "OS",     "OSLanguage",   "UserLanguage",  "ProcessorName", "NumProcessors",
     "Memory", "MonitorCount", "DefaultBrowser"};

@@ -21,16 +21,16 @@ namespace vantra::inspect {
 class Counting {
  public:
   void Add(std::string_view key, uint64_t count = 1);
-  // All that the other one counts, with this before its keys.
+  // Adds all counts of the other, with this before their keys.
   void AddAll(const Counting& other, std::string_view before);
   void Clear();
 
   [[nodiscard]] bool IsFull() const noexcept;
 
-  // The most frequent ones, so many at most; texts are good during the call.
+  // Visits the most frequent ones, at most this many. Texts are valid during the call.
   using Visit = std::function<void(const std::vector<std::string_view>& texts, uint64_t count)>;
   void VisitTop(size_t most, const Visit& visit) const;
-  // How many different things, or additions to such, are left out there.
+  // How many different keys, or additions to keys that are not kept, VisitTop leaves out.
   [[nodiscard]] uint64_t LeftOut(size_t most) const noexcept;
 
  private:
@@ -47,16 +47,16 @@ enum class Subject : uint8_t { Events, Groups, Errors, Machines, Days };
 constexpr size_t kSubjects = 5;
 using Countings = std::array<Counting, kSubjects>;
 
-// What the records of one session come to. Texts are cut when they are long; an absent one is empty.
+// Counts over the records of one session. Long texts are cut; an absent one is empty.
 class SessionFigures {
  public:
   void Add(const reader::Record& record);
   [[nodiscard]] bool IsFull() const noexcept;
   [[nodiscard]] uint64_t Errors() const noexcept { return errorCount_; }
   [[nodiscard]] const Countings& Counts() const noexcept { return counts_; }
-  // Takes the counts away, and goes on with the session.
+  // Clears the counts; the session continues.
   void ClearCounts();
-  // Begins with another session.
+  // Begins another session.
   void Clear();
 
  private:
@@ -67,7 +67,7 @@ class SessionFigures {
   Countings counts_;
   uint64_t errorCount_ = 0;
   std::string key_;
-  // Numbers of the groups whose values are wanted, zero while there is none.
+  // Numbers of the groups whose values are wanted; zero for none.
   int32_t errorGroup_ = 0, machineGroup_ = 0, screenGroup_ = 0;
   std::string errorType_, screenWidth_;
 };
@@ -86,9 +86,9 @@ struct Product {
 
 class Figures {
  public:
-  // Counts of a session, or some of them, which is of that product.
+  // Adds counts of a session of that product, all or a part of them.
   void Add(const Countings& counts, const reader::Facts& facts);
-  // The session itself, once.
+  // Adds the session itself; once for each.
   void Add(const reader::Summary& summary, uint64_t errors);
 
   // The sessions that started last, the last one first.

@@ -113,16 +113,16 @@ bool MayGoOn(const reader::Summary& summary) {
          summary.state == reader::State::Incomplete;
 }
 
-// Whether the documents are of a session, and not those of a changed opt-in.
+// Whether the documents belong to a session, not to a changed opt-in.
 bool IsOfSession(const Session& session) {
   const std::string_view id = session.documents.front().name.session;
   return !id.empty() && id != reader::kNilGuid;
 }
 
-// The identifiers of what is there, as hashes.
+// The identifiers of the sessions present, as hashes.
 using Known = std::unordered_set<size_t>;
 
-// Adds what is there now, and gives the first session that was not there before.
+// Adds the sessions present now; returns the first that was not there before.
 std::string Learn(Inputs& inputs, Known& known) {
   std::string found;
   for (reader::Sessions sessions = inputs.Find(); sessions.Next();) {

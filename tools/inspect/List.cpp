@@ -67,7 +67,7 @@ std::string LineOf(const Summary& summary) {
                   Visible(product)});
 }
 
-// What stands before a line: by it lines are in the order of the sessions' starts.
+// The prefix by which lines sort in the order of the sessions' starts.
 std::string KeyOf(const Summary& summary) {
   std::string key = summary.start + summary.facts.session;
   key.resize(kKeySize, ' ');

@@ -30,7 +30,7 @@ struct Reading {
   uint64_t documents = 0, optInDocuments = 0, malformed = 0, unreadable = 0;
 };
 
-// Reads sessions, each for itself, and adds them up in their order.
+// Counts sessions one by one, and adds the counts up in their order.
 class Summing final : public Worker {
  public:
   explicit Summing(Reading& reading) : reading_(reading) {}
@@ -69,7 +69,7 @@ class Summing final : public Worker {
   reader::DocumentReader reader_;
 };
 
-// A table of the page, of which one row is in memory at a time. The first column is the number of a product.
+// Writes a table of the page row by row. The first column is the number of a product.
 using Take = std::function<void(const ordered_json& row)>;
 struct Table {
   std::string_view name;

@@ -7,7 +7,7 @@
 
 #include "Escape.h"
 #include "reader/Text.h"
-#include "util/ByteScans.h"
+#include "util/BlockText.h"
 #include "util/Counter.h"
 #include "util/TextBuffer.h"
 
@@ -78,8 +78,23 @@ std::string Escaped(std::string_view text) {
   return escaped;
 }
 
+// Rows begin with the document, the record's number, and what all rows of the document have in common.
+class CommonRows : public RowWriter {
+ protected:
+  [[nodiscard, gnu::always_inline]] char* PutCommon(char* at, int32_t seq) noexcept {
+    return Put(seq_.Put(Put(at, head_), seq), common_);
+  }
+
+  std::string head_;
+  std::string common_;
+  Digits group_;
+
+ private:
+  Digits seq_;
+};
+
 // One JSON object a line.
-class JsonRows final : public RowWriter {
+class JsonRows final : public CommonRows {
  public:
   [[nodiscard]] std::string_view Header() const noexcept override { return {}; }
 
@@ -94,9 +109,7 @@ class JsonRows final : public RowWriter {
   }
 
   [[nodiscard]] char* Write(const Record& record, char* at) override {
-    at = Put(at, head_);
-    at = seq_.Put(at, record.seq);
-    at = Put(at, common_);
+    at = PutCommon(at, record.seq);
     at = record.time.empty() ? Put(at - 1, "null,") : Put(Put(at, record.time), "\",");
     switch (record.kind) {
       case Kind::Value:
@@ -138,15 +151,10 @@ class JsonRows final : public RowWriter {
     at = PutText(Put(at, ",\"name\":"), record.name);
     return Put(at, ",\"value\":null}\n");
   }
-
-  std::string head_;
-  std::string common_;
-  Digits seq_;
-  Digits group_;
 };
 
 // By RFC 4180. A text that is absent is an empty field without quotes.
-class CsvRows final : public RowWriter {
+class CsvRows final : public CommonRows {
  public:
   [[nodiscard]] std::string_view Header() const noexcept override {
     return "document,seq,origin,family,product,version,build,language,user,session,file_index,time,kind,"
@@ -164,9 +172,7 @@ class CsvRows final : public RowWriter {
   }
 
   [[nodiscard]] char* Write(const Record& record, char* at) override {
-    at = Put(at, head_);
-    at = seq_.Put(at, record.seq);
-    at = Put(at, common_);
+    at = PutCommon(at, record.seq);
     if (!record.time.empty()) at = Put(at, record.time);
     switch (record.kind) {
       case Kind::Value:
@@ -223,11 +229,6 @@ class CsvRows final : public RowWriter {
     *at++ = ',';
     return Put(PutText(at, record.name), ",\r\n");
   }
-
-  std::string head_;
-  std::string common_;
-  Digits seq_;
-  Digits group_;
 };
 
 }  // namespace

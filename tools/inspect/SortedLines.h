@@ -1,4 +1,4 @@
-// Lines put in order, in memory with a bound: what is beyond it waits in a temporary file.
+// Sorts lines in bounded memory; what exceeds it waits in a temporary file.
 #pragma once
 
 #include <cstdint>
@@ -14,19 +14,19 @@ namespace vantra::inspect {
 // Throws std::runtime_error with a sentence when the temporary file cannot be made, written or read.
 class SortedLines {
  public:
-  // With its line feed, and no other.
+  // The line must end in its only line feed.
   void Add(std::string_view line);
   [[nodiscard]] bool IsEmpty() const noexcept { return lines_.empty() && runs_.empty(); }
 
-  // All of them in the order of their bytes. Once, after the last Add.
+  // Passes on all lines in the order of their bytes. Call it once, after the last Add.
   void Take(const std::function<void(std::string_view line)>& take);
 
  private:
-  // Lines in the file that are in order.
+  // A sorted run of lines in the file.
   struct Run {
     int64_t at, end;
-    std::string text = {};  // that was read
-    size_t used = 0;        // of the text
+    std::string text = {};  // read from the file
+    size_t used = 0;        // of that text
     size_t size = 0;        // of the line after that
 
     [[nodiscard]] std::string_view Line() const noexcept { return std::string_view(text).substr(used, size); }

@@ -1,26 +1,18 @@
 // vantra-inspect: shows, checks and exports what was recorded.
 #include <exception>
-#include <iostream>
 
-#include "Output.h"
+#include "Program.h"
 #include "Verb.h"
-#ifdef _WIN32
-#include "util/Text.h"
-#endif
 
-namespace vantra::inspect {
-namespace {
-
-constexpr AddVerb kVerbs[] = {AddList, AddShow, AddCheck, AddExport, AddReport, AddDoctor, AddPrivacy};
-
-// The arguments are in UTF-8 and in reverse order, as the parser expects.
-int Main(std::vector<std::string> arguments) {
+int vantra::Main(std::vector<std::string> arguments) {
+  using namespace inspect;
   CLI::App app("Shows, checks and exports usage documents.", "vantra-inspect");
   app.allow_windows_style_options(false);
   app.require_subcommand(1);
   app.set_version_flag("--version", INSPECT_VERSION);
   Run chosen;
-  for (const AddVerb add : kVerbs) add(app, chosen);
+  for (const AddVerb add : {AddList, AddShow, AddCheck, AddExport, AddReport, AddDoctor, AddPrivacy})
+    add(app, chosen);
   try {
     app.parse(std::move(arguments));
     return chosen();
@@ -31,22 +23,3 @@ int Main(std::vector<std::string> arguments) {
     return kUnreadable;
   }
 }
-
-}  // namespace
-}  // namespace vantra::inspect
-
-#ifdef _WIN32
-int wmain(int argc, wchar_t** argv) {
-  vantra::inspect::PrepareStandardStreams();
-  std::vector<std::string> arguments;
-  for (int i = argc - 1; i > 0; --i) arguments.push_back(vantra::util::ToUtf8(argv[i]));
-  return vantra::inspect::Main(std::move(arguments));
-}
-#else
-int main(int argc, char** argv) {
-  vantra::inspect::PrepareStandardStreams();
-  std::vector<std::string> arguments;
-  for (int i = argc - 1; i > 0; --i) arguments.emplace_back(argv[i]);
-  return vantra::inspect::Main(std::move(arguments));
-}
-#endif

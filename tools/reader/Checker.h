@@ -17,9 +17,8 @@ namespace vantra::reader {
 struct Finding {
   Rule rule;
   uint64_t offset;        // of the first byte of the record, in the document's decoded text
-  std::string_view text;  // the record, or its beginning; views are good during the call
-  // Of a wrong number, identifier or time what should stand there, as far as that is known, and what stands
-  // there.
+  std::string_view text;  // the record, or its beginning; views are valid during the call
+  // For a wrong number, identifier or time: what was expected, if that is known, and what was found.
   std::string_view expected, found;
 };
 using OnFinding = std::function<void(const Finding&)>;

@@ -15,7 +15,7 @@ namespace {
 // The index of documents without one: they come last.
 constexpr int32_t kLast = std::numeric_limits<int32_t>::max();
 
-// What the documents of a lot may take: their paths and entries.
+// The memory that a lot may take: its paths and entries.
 constexpr size_t kMostBytes = size_t{4} << 20;
 
 // The first bytes as a number that compares like the text.
@@ -91,7 +91,7 @@ void Sessions::AddFolder(std::string path) {
   for (size_t at = 0; at < below.size(); at = below.find('\0', at) + 1) AddFolder(path + (below.data() + at));
 }
 
-// The session that a file with a name of its own belongs to, from its first records.
+// The session to which a file of any other name belongs, from its first records.
 std::string Sessions::SessionIn(const std::string& path) {
   if (!file_.Open(path)) return {};
   reader_.Open(file_);
@@ -193,8 +193,7 @@ void Sessions::Trim() {
   PackPaths();
 }
 
-// Leaves the paths that are needed. They lie in the order in which they are asked for, so that they are at
-// hand then.
+// Keeps only the paths that are needed, in the order in which they will be used.
 void Sessions::PackPaths() {
   std::string paths;
   paths.reserve(paths_.size());

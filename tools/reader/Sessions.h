@@ -36,28 +36,28 @@ struct Session {
 // Called for each file or folder that cannot be read.
 using Complaint = std::function<void(std::string_view path, std::string_view reason)>;
 
-// The sessions of any number of inputs, in the order of their identifiers and a lot at a time: memory has a
-// bound, whatever lies there, for the inputs are searched through anew for each lot.
+// The sessions of any number of inputs, in the order of their identifiers, one lot at a time. Memory is
+// bounded whatever the inputs hold, since they are searched again for each lot.
 //
 //   while (sessions.Next()) {
 //     for (size_t i = 0; i < sessions.Count(); ++i) Use(sessions[i]);
 //   }
 class Sessions {
  public:
-  // Each input is a file, whatever its name; or a folder, which is searched through for what is named like a
-  // document. With a beginning of identifiers, only sessions of that are found.
+  // Each input is a file of any name, or a folder, which is searched for files named like documents. Finds
+  // only sessions whose identifiers begin with beginning.
   explicit Sessions(std::vector<std::string> inputs, Complaint complain, std::string beginning = {});
 
-  // Goes on to the next lot, of whole sessions. False when there is none. One that has more documents than a
-  // lot holds, some ten thousand, is told, and only its first ones are there.
+  // Goes on to the next lot of whole sessions. False when there is none. Of a session with more documents
+  // than a lot holds, some ten thousand, only the first ones are there, and a complaint says so.
   [[nodiscard]] bool Next();
 
   // Of this lot.
   [[nodiscard]] size_t Count() const noexcept { return sessions_.size(); }
-  // Good until the next lot. May be asked for by several threads.
+  // Valid until the next lot. Thread-safe.
   [[nodiscard]] Session operator[](size_t index) const;
 
-  // Of all lots; known since the first.
+  // Of all lots; known from the first one on.
   [[nodiscard]] size_t DocumentCount() const noexcept { return documents_; }
 
  private:
@@ -78,7 +78,7 @@ class Sessions {
   [[nodiscard]] std::string SessionIn(const std::string& path);
   [[nodiscard]] bool IsInLot(std::string_view key) noexcept;
   void Sort();
-  // Leaves the first sessions of a lot that has become too large.
+  // Cuts a lot that has become too large down to its first sessions.
   void Trim();
   void PackPaths();
   void Complain(std::string_view path, std::string_view reason) const;

@@ -27,11 +27,11 @@ struct Summary {
   uint64_t files = 0;
   uint64_t records = 0;  // without crash documents, and so for events
   uint64_t events = 0;
-  uint64_t malformed = 0;  // pieces of all its documents that are none
+  uint64_t malformed = 0;  // pieces of all its documents that are no records
   State state = State::Complete;
 };
 
-// Takes each record of the session's own documents, and what was known of the session before its document.
+// Receives each record of the session's own documents, with what is known of the session before its document.
 using TakeRecord = std::function<void(const Record& record, const Facts& facts)>;
 
 // Reads all documents of the session but copies. What cannot be read is reported and left out.

@@ -28,14 +28,14 @@ bool IsContinuation(char c) noexcept { return (static_cast<uint8_t>(c) & 0xC0) =
 // One bit for each byte of the block that fits a sequence of three-byte characters, of which most East Asian
 // text consists. The last byte never fits, nor do lead bytes with exceptions to the rule.
 unsigned FindThrees(const char* at) noexcept {
-  const __m128i block = LoadWholeBlock(at);
-  const __m128i marks = _mm_and_si128(
-      block, _mm_setr_epi8(-16, -64, -64, -16, -64, -64, -16, -64, -64, -16, -64, -64, -16, -64, -64, 0));
-  const __m128i wanted =
-      _mm_setr_epi8(-32, -128, -128, -32, -128, -128, -32, -128, -128, -32, -128, -128, -32, -128, -128, -1);
-  const auto isLead = [block](char lead) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(lead)); };
-  const __m128i exceptions = _mm_or_si128(_mm_or_si128(isLead('\xE0'), isLead('\xED')), isLead('\xEF'));
-  return Bits(_mm_andnot_si128(exceptions, _mm_cmpeq_epi8(marks, wanted)));
+  using Exception = util::AnyOf<util::Byte<'\xE0'>, util::Byte<'\xED'>, util::Byte<'\xEF'>>;
+  static constexpr char kMask[kBlock + 1] =
+      "\xF0\xC0\xC0\xF0\xC0\xC0\xF0\xC0\xC0\xF0\xC0\xC0\xF0\xC0\xC0\x00";
+  static constexpr char kWanted[kBlock + 1] =
+      "\xE0\x80\x80\xE0\x80\x80\xE0\x80\x80\xE0\x80\x80\xE0\x80\x80\xFF";
+  const util::Block block = LoadWholeBlock(at);
+  const util::Block marks = util::MarkUnderMask(block, util::LoadHidden(kMask), util::LoadHidden(kWanted));
+  return Bits(util::Without(marks, Exception::Mark(block)));
 }
 
 // Skips bytes of 128 and above.
