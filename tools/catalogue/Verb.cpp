@@ -24,7 +24,9 @@ std::string ReadFile(const std::string& path) {
   reader::FileSource file;
   if (!file.Open(path)) throw std::runtime_error("cannot read " + path + ": " + std::string(file.Error()));
   std::string text(kLongest, '\0');
-  text.resize(file.Read(text.data(), text.size()));
+  size_t size = 0;
+  for (size_t got = 1; got != 0; size += got) got = file.Read(text.data() + size, text.size() - size);
+  text.resize(size);
   if (!file.Error().empty())
     throw std::runtime_error("cannot read " + path + ": " + std::string(file.Error()));
   if (text.size() == kLongest) throw std::runtime_error("cannot read " + path + ": larger than 16 MiB");
