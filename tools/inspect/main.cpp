@@ -2,6 +2,7 @@
 #include <exception>
 #include <iostream>
 
+#include "Entries.h"
 #include "Output.h"
 #include "Verb.h"
 #ifdef _WIN32
@@ -21,6 +22,11 @@ int Main(std::vector<std::string> arguments) {
   app.set_version_flag("--version", INSPECT_VERSION);
   Run chosen;
   for (const AddVerb add : kVerbs) add(app, chosen);
+  if (!arguments.empty() && !arguments.back().starts_with('-') &&
+      app.get_subcommand_no_throw(arguments.back()) == nullptr) {
+    Say("no verb is called " + Visible(arguments.back()) + "; --help lists them");
+    return kUnreadable;
+  }
   try {
     app.parse(std::move(arguments));
     return chosen();
