@@ -142,8 +142,9 @@ inspect_tells() {
   cmp rows1.csv rows3.csv
   run 0 vantra-inspect.exe export --partition day -o days "in/${a}_0.xml" "in/${b}_0.tmp"
   [ "$(cat days/day=2026-11-24/records.ndjson | wc -l)/$(ls days | wc -l)" = 44/2 ] || fail "not two days of rows"
-  run 2 vantra-inspect.exe check nothing.xml
+  run 2 vantra-inspect.exe check nothing.xml NUL
   says 'vantra-inspect: cannot read nothing.xml: File not found'
+  says 'cannot read NUL: it is a pipe or a device'
 }
 inspect_shows() {
   example=$source/docs/usage-document-example.xml

@@ -144,6 +144,7 @@ TEST(Reader, GoesOnOverTheEndOfItsBuffer) {
     }
     ASSERT_EQ(Findings(text, "a.xml", false, false).substr(0, 5), "open@") << shift;
   }
+  EXPECT_EQ(Findings(std::string(size_t{256} << 10, 'x'), "a.xml", false, false), "foreign@1");
 }
 
 TEST(Reader, KnowsTheProductConcerned) {

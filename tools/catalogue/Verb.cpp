@@ -29,9 +29,11 @@ std::string ReadFile(const std::string& path, size_t longest) {
   reader::FileSource file;
   if (!file.Open(path)) fail(file.Error());
   std::string text(longest + 1, '\0');
-  text.resize(file.Read(text.data(), text.size()));
+  size_t size = 0;
+  for (size_t got = 1; got != 0; size += got) got = file.Read(text.data() + size, text.size() - size);
+  text.resize(size);
   if (!file.Error().empty()) fail(file.Error());
-  if (text.size() > longest) fail("larger than " + std::to_string(longest) + " bytes");
+  if (size > longest) fail("larger than " + std::to_string(longest) + " bytes");
   return text;
 }
 

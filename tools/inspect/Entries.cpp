@@ -40,9 +40,12 @@ Entry::Kind KindOf(reader::Kind kind) noexcept {
 size_t SizeOfInvisible(std::string_view text) noexcept {
   const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
   if (byte(0) < ' ' || byte(0) == 0x7F) return 1;
-  if (byte(0) == 0xC2 && byte(1) < 0xA0) return 2;  // control characters beyond ASCII
-  const bool isDirection = (byte(1) == 0x80 && byte(2) >= 0xAA && byte(2) <= 0xAE) ||
-                           (byte(1) == 0x81 && byte(2) >= 0xA6 && byte(2) <= 0xA9);
+  if (byte(0) == 0xC2 && byte(1) < 0xA0) return 2;   // control characters beyond ASCII
+  if (byte(0) == 0xD8 && byte(1) == 0x9C) return 2;  // U+061C
+  const auto isAny = [byte](unsigned middle, unsigned first, unsigned last) {
+    return byte(1) == middle && byte(2) >= first && byte(2) <= last;
+  };
+  const bool isDirection = isAny(0x80, 0x8E, 0x8F) || isAny(0x80, 0xA8, 0xAE) || isAny(0x81, 0xA6, 0xA9);
   return byte(0) == 0xE2 && isDirection ? 3 : 0;
 }
 
@@ -156,12 +159,14 @@ std::string Visible(std::string_view text) {
   constexpr std::string_view kHex = "0123456789abcdef";
   std::string visible;
   for (size_t i = 0; i < text.size();) {
-    const size_t size = SizeOfInvisible(text.substr(i));
-    if (size == 0) {
-      visible += text[i++];
+    const reader::Character character = reader::ReadCharacter(text.data() + i, text.data() + text.size());
+    const size_t hidden = character.size == 0 ? character.invalid : SizeOfInvisible(text.substr(i));
+    if (hidden == 0) {
+      visible += text.substr(i, character.size);
+      i += character.size;
       continue;
     }
-    for (const size_t end = i + size; i < end; ++i) {
+    for (const size_t end = i + hidden; i < end; ++i) {
       const auto byte = static_cast<unsigned char>(text[i]);
       visible.append("\\x").append(1, kHex[byte >> 4]).append(1, kHex[byte & 15]);
     }

@@ -73,7 +73,8 @@ class EntryFolder {
   std::unordered_map<int32_t, EntryLabels> groups_;
 };
 
-// For terminals: writes characters that would move the cursor or change the reading order as \x1b and so on.
+// For terminals: writes characters that would move the cursor or change the reading order as \x1b and so on,
+// and likewise bytes that are no UTF-8.
 [[nodiscard]] std::string Visible(std::string_view text);
 
 // One line, and one more for each value; only the values when they continue the entry before.

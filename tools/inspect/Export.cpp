@@ -3,6 +3,7 @@
 #include <chrono>
 #include <optional>
 #include <set>
+#include <utility>
 
 #include "Entries.h"
 #include "Output.h"
@@ -151,27 +152,28 @@ class Days {
 class Progress {
  public:
   Progress(const Counts& counts, const reader::Sessions& sessions) : counts_(counts), sessions_(sessions) {}
-  ~Progress() {
-    if (isShown_) std::fputs("\r\x1b[K", stderr);
-  }
+  ~Progress() { Hide(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
+
+  void Hide() {
+    if (size_ != 0) std::fprintf(stderr, "\r%*s\r", std::exchange(size_, 0), "");
+  }
 
   void Show() {
     const auto now = std::chrono::steady_clock::now();
     if (!isWanted_ || now < next_) return;
     next_ = now + std::chrono::milliseconds(200);
-    isShown_ = true;
-    std::fprintf(stderr, "\r%llu of %zu documents, %llu rows",
-                 static_cast<unsigned long long>(counts_.documents), sessions_.DocumentCount(),
-                 static_cast<unsigned long long>(counts_.rows));
+    size_ = std::fprintf(stderr, "\r%llu of %zu documents, %llu rows",
+                         static_cast<unsigned long long>(counts_.documents), sessions_.DocumentCount(),
+                         static_cast<unsigned long long>(counts_.rows));
   }
 
  private:
   const Counts& counts_;
   const reader::Sessions& sessions_;
   bool isWanted_ = IsTerminal(2);
-  bool isShown_ = false;
+  int size_ = 0;  // of the line; zero while it is not shown
   std::chrono::steady_clock::time_point next_ = std::chrono::steady_clock::now() + std::chrono::seconds(1);
 };
 
@@ -197,6 +199,7 @@ int RunExport(Options& options) {
     const auto makeWorker = [&] { return std::make_unique<Exporting>(options, counts); };
     WorkOn(sessions, options.threads.Count(), makeWorker, [&](const Page& page) {
       days ? days->Write(page) : output->Write(page.Text());
+      if (page.HasSentences()) progress.Hide();
       page.SaySentences();
       progress.Show();
     });
@@ -213,9 +216,16 @@ void AddExport(CLI::App& app, Run& chosen) {
   CLI::App* const verb = app.add_subcommand("export", "Write a row a record, for databases and spreadsheets");
   options->inputs.AddTo(*verb);
   options->threads.AddTo(*verb);
-  const std::map<std::string, Format> formats = {{"ndjson", Format::Ndjson}, {"csv", Format::Csv}};
-  verb->add_option("--to", options->format, "ndjson (default) or csv")
-      ->transform(CLI::CheckedTransformer(formats));
+  CLI::Option* const to = verb->add_option_function<std::string>(
+                                  "--to",
+                                  [options](const std::string& format) {
+                                    options->format = format == "csv" ? Format::Csv : Format::Ndjson;
+                                  },
+                                  "ndjson: an object a line, the default; or csv")
+                              ->check(CLI::IsMember({"ndjson", "csv"}));
+  verb->add_flag_callback(
+          "--json", [options] { options->format = Format::Ndjson; }, "The same as --to ndjson")
+      ->excludes(to);
   verb->add_option("-o,--output", options->output,
                    "File to write, instead of standard output; with --partition a folder");
   verb->add_option_function<std::string>(

@@ -6,9 +6,9 @@
 
 #include "Entries.h"
 #include "Output.h"
-#include "SortedLines.h"
 #include "Verb.h"
 #include "Workers.h"
+#include "reader/SortedTexts.h"
 #include "reader/Summary.h"
 
 namespace vantra::inspect {
@@ -95,25 +95,25 @@ class Listing final : public Worker {
   reader::DocumentReader reader_;
 };
 
-void Print(SortedLines& lines, bool isJson) {
+void Print(reader::SortedTexts& lines, bool isJson) {
   Output output;
   std::string text;
   if (!isJson && !lines.IsEmpty())
     text = Columns({"START", "END", "STATE", "FILES", "RECORDS", "EVENTS", "SESSION", "PRODUCT"}) + "\n";
-  lines.Take([&](std::string_view line) {
+  for (std::string_view line = lines.Next(); !line.empty(); line = lines.Next()) {
     text += line.substr(kKeySize);
     constexpr size_t kFull = size_t{64} << 10;
-    if (text.size() < kFull) return;
+    if (text.size() < kFull) continue;
     output.Write(text);
     text.clear();
-  });
+  }
   output.Write(text);
 }
 
 int RunList(Options& options) {
   reader::Sessions sessions = options.inputs.Find();
   std::atomic<bool> isAllReadable = true;
-  SortedLines lines;
+  reader::SortedTexts lines;
   std::string last;
   const auto makeWorker = [&] { return std::make_unique<Listing>(options.isJson, isAllReadable); };
   WorkOn(sessions, options.threads.Count(), makeWorker, [&](const Page& page) {

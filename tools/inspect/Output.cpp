@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <system_error>
 #ifdef _WIN32
@@ -61,18 +60,6 @@ void Output::Write(std::string_view text) {
   }
 }
 
-std::FILE* OpenTemporaryFile() {
-#ifdef _WIN32
-  // tmpfile() would make it at the root of the drive, where few may write.
-  const std::unique_ptr<wchar_t, void (*)(void*)> name(_wtempnam(nullptr, L"vantra"), std::free);
-  std::FILE* const file = name == nullptr ? nullptr : _wfopen(name.get(), L"w+bTD");
-#else
-  std::FILE* const file = std::tmpfile();
-#endif
-  if (file == nullptr) Fail("cannot make", "a temporary file");
-  return file;
-}
-
 void MakeFolder(const std::string& path) {
   std::error_code error;
   std::filesystem::create_directories(std::u8string(path.begin(), path.end()), error);
@@ -83,7 +70,9 @@ bool IsTerminal(int descriptor) noexcept { return isatty(descriptor) != 0; }
 
 void PrepareStandardStreams() {
 #ifdef _WIN32
+  static const UINT before = GetConsoleOutputCP();
   SetConsoleOutputCP(CP_UTF8);
+  std::atexit([] { SetConsoleOutputCP(before); });
   _setmode(_fileno(stdout), _O_BINARY);
 #else
   while (open("/dev/null", O_RDONLY) <= STDERR_FILENO) {

@@ -1,7 +1,6 @@
 // Output to standard output or files, in large writes.
 #pragma once
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -26,9 +25,6 @@ class Output {
 // At the start of a program. On Windows, text of standard output is UTF-8 and written as it is. Elsewhere,
 // what is opened later cannot take the place of a standard stream that the caller has closed.
 void PrepareStandardStreams();
-
-// A file without a name, which is gone with its handle. Throws likewise.
-[[nodiscard]] std::FILE* OpenTemporaryFile();
 
 // Makes the folder, and those above it. Throws likewise.
 void MakeFolder(const std::string& path);

@@ -35,7 +35,7 @@ void Show(const std::vector<Place>& places, const std::vector<StoredItem>& items
     size_t count = 0;
     for (const StoredItem& item : items) {
       if (item.place != i) continue;
-      ++count;
+      if (item.kind != StoredItem::Kind::EmptyKey) ++count;
       text += isJson ? JsonOf(item, places[i]) : TextOf(item);
     }
     if (!isJson)

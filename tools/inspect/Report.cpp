@@ -203,7 +203,9 @@ int RunReport(Options& options) {
   Output output(options.output);
   Reading reading;
   const auto makeWorker = [&] { return std::make_unique<Summing>(reading); };
-  WorkOn(sessions, options.threads.Count(), makeWorker, [](const Page& page) { page.SaySentences(); });
+  // A worker keeps its turn to the end of its share, so that is a single session.
+  const auto consume = [](const Page& page) { page.SaySentences(); };
+  WorkOn(sessions, options.threads.Count(), makeWorker, consume, 1);
   const std::vector<Table> tables = TablesOf(reading.figures);
   options.isJson ? WriteLines(reading, tables, output) : WritePage(reading, tables, output);
   return options.inputs.IsAllReadable() && reading.unreadable == 0 ? kDone : kUnreadable;

@@ -70,12 +70,16 @@ class Digits {
 bool IsNothing(std::string_view doc) noexcept { return doc.empty() || doc == "0" || doc == "NOVALUE"; }
 
 template <Escaping kEscaping>
-std::string Escaped(std::string_view text) {
+void AppendEscaped(std::string_view text, std::string& out) {
+  if (util::FindFirst<reader::Unordinary>(text.data(), text.size()) == text.size()) {
+    out += text;
+    return;
+  }
   std::string padded(text);
   Pad(padded);
-  std::string escaped(text.size() * 6 + util::kBlock, '\0');
-  escaped.resize(static_cast<size_t>(PutEscaped<kEscaping>(escaped.data(), padded, false) - escaped.data()));
-  return escaped;
+  const size_t before = out.size();
+  out.resize(before + text.size() * 6 + util::kBlock);
+  out.resize(static_cast<size_t>(PutEscaped<kEscaping>(out.data() + before, padded, false) - out.data()));
 }
 
 // Rows begin with the document, the record's number, and what all rows of the document have in common.
@@ -99,11 +103,15 @@ class JsonRows final : public CommonRows {
   [[nodiscard]] std::string_view Header() const noexcept override { return {}; }
 
   void Begin(std::string_view document, const Facts& facts, std::optional<int32_t> index) override {
-    head_ = "{\"document\":" + Quoted(document) + ",\"seq\":";
-    common_ = ",\"origin\":\"" + std::string(NameOf(facts.origin)) + "\"";
-    for (const auto& [name, text] : kFacts)
-      common_.append(",\"").append(name).append("\":").append(Quoted(facts.*text));
-    common_ += ",\"file_index\":" + (index ? std::to_string(*index) : "null") + ",\"time\":\"";
+    head_ = "{\"document\":";
+    AppendQuoted(document, head_);
+    head_ += ",\"seq\":";
+    common_.assign(",\"origin\":\"").append(NameOf(facts.origin)) += '"';
+    for (const auto& [name, text] : kFacts) {
+      common_.append(",\"").append(name).append("\":");
+      AppendQuoted(facts.*text, common_);
+    }
+    common_.append(",\"file_index\":").append(index ? std::to_string(*index) : "null").append(",\"time\":\"");
     Pad(head_);
     Pad(common_);
   }
@@ -132,8 +140,14 @@ class JsonRows final : public CommonRows {
   }
 
  private:
-  static std::string Quoted(std::string_view text) {
-    return text.empty() ? "null" : "\"" + Escaped<Escaping::Json>(text) + "\"";
+  static void AppendQuoted(std::string_view text, std::string& out) {
+    if (text.empty()) {
+      out += "null";
+      return;
+    }
+    out += '"';
+    AppendEscaped<Escaping::Json>(text, out);
+    out += '"';
   }
 
   [[gnu::always_inline]] static char* PutText(char* at, const Text& text) noexcept {
@@ -163,10 +177,12 @@ class CsvRows final : public CommonRows {
   }
 
   void Begin(std::string_view document, const Facts& facts, std::optional<int32_t> index) override {
-    head_ = Quoted(document) + ",";
-    common_ = "," + std::string(NameOf(facts.origin));
-    for (const Column& column : kFacts) common_.append(",").append(Quoted(facts.*column.text));
-    common_ += "," + (index ? std::to_string(*index) : "") + ",";
+    head_.clear();
+    AppendQuoted(document, head_);
+    head_ += ',';
+    common_.assign(",").append(NameOf(facts.origin));
+    for (const Column& column : kFacts) AppendQuoted(facts.*column.text, common_ += ',');
+    common_.append(",").append(index ? std::to_string(*index) : "") += ',';
     Pad(head_);
     Pad(common_);
   }
@@ -192,9 +208,11 @@ class CsvRows final : public CommonRows {
   }
 
  private:
-  static std::string Quoted(std::string_view text) {
-    if (text.empty()) return {};
-    return (IsFormula(text) ? "\"'" : "\"") + Escaped<Escaping::Csv>(text) + "\"";
+  static void AppendQuoted(std::string_view text, std::string& out) {
+    if (text.empty()) return;
+    out += IsFormula(text) ? "\"'" : "\"";
+    AppendEscaped<Escaping::Csv>(text, out);
+    out += '"';
   }
 
   // Whether a spreadsheet would take the text for a formula. A signed number is not one.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <utility>
 
 #include "reader/Decoded.h"
 #include "reader/Files.h"
@@ -159,11 +160,10 @@ SessionPrinter::SessionPrinter(const ShowOptions& options, Output& output)
 void SessionPrinter::Begin(const Facts& facts, std::string_view start, std::string_view state) {
   session_ = facts.session;
   if (options_.isJson || options_.isRaw) return;
+  sessionHead_ = isFirst_ ? "" : "\n";
   const auto line = [this](std::string_view name, std::string_view text) {
-    if (!text.empty()) Write(std::string(name).append(10 - name.size(), ' ').append(Visible(text)) + "\n");
+    if (!text.empty()) sessionHead_.append(name).append(10 - name.size(), ' ').append(Visible(text)) += '\n';
   };
-  if (!isFirst_) Write("\n");
-  isFirst_ = false;
   std::string product = facts.family.empty() ? "" : facts.family + " " + facts.product + " " + facts.version;
   if (!facts.build.empty()) product += ", build " + facts.build;
   if (!facts.language.empty()) product += ", language " + facts.language;
@@ -179,9 +179,9 @@ void SessionPrinter::BeginDocument(std::string_view name, reader::Origin origin)
   if (origin == reader::Origin::Crash) folder_->ForgetGroups();
   lastGroup_ = 0;
   if (options_.isJson || options_.isRaw) return;
-  Write(std::string(origin == reader::Origin::Crash ? "Crash     " : "Document  ")
-            .append(Visible(name))
-            .append("\n"));
+  documentHead_ = origin == reader::Origin::Crash ? "Crash     " : "Document  ";
+  documentHead_.append(Visible(name)) += '\n';
+  if (!options_.filter.IsGiven()) Write({});
 }
 
 void SessionPrinter::AddMalformed(const Document& document, const reader::DocumentReader& reader) {
@@ -208,7 +208,8 @@ void SessionPrinter::AddMalformed(const Document& document, const reader::Docume
 }
 
 void SessionPrinter::Write(std::string_view text) {
-  text_ += text;
+  if (!sessionHead_.empty()) isFirst_ = false;
+  text_.append(std::exchange(sessionHead_, {})).append(std::exchange(documentHead_, {})).append(text);
   if (text_.size() < kFullPage) return;
   output_.Write(text_);
   text_.clear();

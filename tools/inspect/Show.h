@@ -40,6 +40,8 @@ class SessionPrinter {
   const ShowOptions& options_;
   Output& output_;
   std::string session_;
+  // Written before the first entry that the filter takes.
+  std::string sessionHead_, documentHead_;
   std::string text_;
   std::unique_ptr<EntryFolder> folder_;
   bool isFirst_ = true;

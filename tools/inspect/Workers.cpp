@@ -1,7 +1,6 @@
 #include "Workers.h"
 
 #include <algorithm>
-#include <atomic>
 #include <thread>
 #include <utility>
 
@@ -27,9 +26,9 @@ void Page::SaySentences() const {
   for (const std::string& sentence : sentences_) inspect::Say(sentence);
 }
 
-void PageOrder::AwaitTurn(size_t session) {
+void PageOrder::AwaitTurn(size_t share) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return (session == turn_ && !isConsuming_) || error_ != nullptr; });
+  changed_.wait(lock, [&] { return (share == turn_ && !isConsuming_) || error_ != nullptr; });
   if (error_ != nullptr) std::rethrow_exception(error_);
 }
 
@@ -39,19 +38,21 @@ void PageOrder::Fail(std::exception_ptr error) {
   changed_.notify_all();
 }
 
-bool PageOrder::IsWelcome(size_t session) const noexcept {
-  return waitingBytes_ < most_ || (session == turn_ && !isConsuming_);
+bool PageOrder::IsWelcome(size_t share) const noexcept {
+  return waitingBytes_ < most_ || (share == turn_ && !isConsuming_);
 }
 
-void PageOrder::Put(size_t session, std::unique_ptr<Page>& page, bool isLast) {
+void PageOrder::Put(size_t share, std::unique_ptr<Page>& page, bool isLast) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return IsWelcome(session) || error_ != nullptr; });
+  changed_.wait(lock, [&] { return IsWelcome(share) || error_ != nullptr; });
   if (error_ != nullptr) std::rethrow_exception(error_);
-  Result& place = waiting_[session];
-  waitingBytes_ += page->Cost();
+  Result& place = waiting_[share];
   // While it waits, a small page takes no more room than it needs.
-  const bool isWaiting = isConsuming_ || session != turn_;
-  place.pages.push_back(isWaiting && page->IsSmall() ? page->Pack() : std::move(page));
+  const bool isWaiting = isConsuming_ || share != turn_;
+  if (!page->IsEmpty()) {
+    place.pages.push_back(isWaiting && page->IsSmall() ? page->Pack() : std::move(page));
+    waitingBytes_ += place.pages.back()->Cost();
+  }
   place.isComplete = isLast;
   Drain(lock);
   if (page == nullptr && !spare_.empty()) {
@@ -79,7 +80,7 @@ void PageOrder::Drain(std::unique_lock<std::mutex>& lock) {
     lock.lock();
     for (auto& page : pages) {
       waitingBytes_ -= page->Cost();
-      if (page->HasRoom() && spare_.size() < kMostSpare) spare_.push_back(std::move(page));
+      if (page->IsReusable() && spare_.size() < most_ / Page::kFull / 2) spare_.push_back(std::move(page));
     }
     if (isComplete) {
       waiting_.erase(turn_);
@@ -93,21 +94,54 @@ void PageOrder::Drain(std::unique_lock<std::mutex>& lock) {
 
 namespace {
 
+// Neighbouring sessions, and their place in the order.
+struct Share {
+  size_t place, first, end;
+};
+
+// Divides sessions into shares. Thread-safe.
+class Shares {
+ public:
+  Shares(size_t sessions, unsigned threads) : sessions_(sessions), threads_(threads) {}
+
+  // The next one, of so many sessions at most; without any when there are none left.
+  [[nodiscard]] Share Take(size_t size) {
+    // Near the end they are smaller, so that no thread is left with much when the others have finished.
+    constexpr size_t kForEach = 4;
+    const std::lock_guard lock(mutex_);
+    const size_t first = next_;
+    const size_t fair = (sessions_ - first + kForEach * threads_ - 1) / (kForEach * threads_);
+    next_ += std::min(size, fair);
+    return {place_++, first, next_};
+  }
+
+ private:
+  std::mutex mutex_;
+  const size_t sessions_;
+  const unsigned threads_;
+  size_t place_ = 0;
+  size_t next_ = 0;
+};
+
 // The sessions of one lot.
 void WorkOnLot(const reader::Sessions& sessions, unsigned threads, const MakeWorker& makeWorker,
-               const PageOrder::Consume& consume) {
+               const PageOrder::Consume& consume, size_t largestShare) {
   PageOrder order(consume, threads);
-  std::atomic<size_t> next = 0;
+  Shares shares(sessions.Count(), threads);
   std::exception_ptr error;
   std::mutex errorMutex;
   const auto run = [&] {
     try {
       const std::unique_ptr<Worker> worker = makeWorker();
       auto page = std::make_unique<Page>();
-      for (size_t session = next++; session < sessions.Count(); session = next++) {
-        Writer writer(order, session, page);
-        worker->Work(sessions[session], writer);
-        order.Put(session, page, true);
+      size_t size = 1;
+      for (Share share = shares.Take(size); share.first != share.end; share = shares.Take(size)) {
+        Writer writer(order, share.place, page);
+        for (size_t i = share.first; i < share.end; ++i) worker->Work(sessions[i], writer);
+        // A share should fill a page, and not many, for these would have to wait.
+        if (writer.HasFilledPages()) size = std::max<size_t>(size / 2, 1);
+        if (!writer.HasFilledPages() && page->IsSmall()) size = std::min(size * 2, largestShare);
+        order.Put(share.place, page, true);
       }
     } catch (...) {
       const std::lock_guard lock(errorMutex);
@@ -125,8 +159,8 @@ void WorkOnLot(const reader::Sessions& sessions, unsigned threads, const MakeWor
 }  // namespace
 
 void WorkOn(reader::Sessions& sessions, unsigned threads, const MakeWorker& makeWorker,
-            const PageOrder::Consume& consume) {
-  while (sessions.Next()) WorkOnLot(sessions, threads, makeWorker, consume);
+            const PageOrder::Consume& consume, size_t largestShare) {
+  while (sessions.Next()) WorkOnLot(sessions, threads, makeWorker, consume, largestShare);
 }
 
 }  // namespace vantra::inspect

@@ -1,6 +1,8 @@
 // vantra-inspect: shows, checks and exports what was recorded.
 #include <exception>
 
+#include "Entries.h"
+#include "Output.h"
 #include "Program.h"
 #include "Verb.h"
 
@@ -13,6 +15,11 @@ int vantra::Main(std::vector<std::string> arguments) {
   Run chosen;
   for (const AddVerb add : {AddList, AddShow, AddCheck, AddExport, AddReport, AddDoctor, AddPrivacy})
     add(app, chosen);
+  if (!arguments.empty() && !arguments.back().starts_with('-') &&
+      app.get_subcommand_no_throw(arguments.back()) == nullptr) {
+    Say("no verb is called " + Visible(arguments.back()) + "; --help lists them");
+    return kUnreadable;
+  }
   try {
     app.parse(std::move(arguments));
     return chosen();

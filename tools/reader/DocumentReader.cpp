@@ -24,6 +24,7 @@ void DocumentReader::Open(Source& source) {
   source_ = &source;
   gunzip_.reset();
   isObfuscated_ = isAtEnd_ = false;
+  text_ = {};
   bufferOffset_ = 0;
   at_ = end_ = buffer_.get();
   size_t size = Fill(at_, kCapacity);
@@ -45,7 +46,8 @@ void DocumentReader::Open(Source& source) {
 
 size_t DocumentReader::Fill(char* to, size_t size) {
   const size_t filled = source_->Read(to, size);
-  isAtEnd_ = filled < size;
+  isAtEnd_ = filled == 0;
+  mayBeAtEnd_ = filled < size;
   return filled;
 }
 
@@ -82,21 +84,23 @@ Piece DocumentReader::PassOver(Rule rule, size_t good) {
   fault_ = rule;
   Take(0);
   text_ = excerpt_;
-  do {
-    for (;;) {
-      const size_t line = Rest().find("\n<");
-      at_ = line == std::string_view::npos ? std::max(at_, end_ - 1) : at_ + line;
-      if (Rest().size() <= kLongestBeginning && !isAtEnd_) break;
-      if (line == std::string_view::npos) {
-        at_ = isAtEnd_ ? end_ : at_;
-        break;
-      }
-      ++at_;
-      if (IsBeginning(Rest())) return Piece::Malformed;
+  for (;;) {
+    const size_t line = Rest().find("\n<");
+    at_ = line == std::string_view::npos ? std::max(at_, end_ - 1) : at_ + line;
+    if (Rest().size() <= kLongestBeginning && !isAtEnd_) {
+      Refill();
+      continue;
     }
-  } while (Refill());
+    if (line == std::string_view::npos) break;
+    ++at_;
+    if (IsBeginning(Rest())) return Piece::Malformed;
+  }
+  at_ = end_;
   return Piece::Malformed;
 }
+
+// A whole document is known to end where the source gave less than was asked for, without asking once more.
+bool DocumentReader::IsDone() { return at_ == end_ && ((mayBeAtEnd_ && text_ == kEndTag) || !Refill()); }
 
 Piece DocumentReader::Next() {
   const Record* const quick = isThorough_ ? nullptr : quick_.Read(at_);
@@ -112,7 +116,7 @@ Piece DocumentReader::Found(const Record& record) noexcept {
 
 Piece DocumentReader::NextOfAny() {
   for (;;) {
-    if (at_ == end_ && !Refill()) {
+    if (IsDone()) {
       Take(0);
       return Piece::Done;
     }

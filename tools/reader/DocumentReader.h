@@ -64,6 +64,7 @@ class DocumentReader {
   [[nodiscard]] std::string_view Rest() const noexcept { return {at_, static_cast<size_t>(end_ - at_)}; }
   // Moves the unread rest to the front and reads more after it. False when no more comes.
   bool Refill();
+  [[nodiscard]] bool IsDone();
   size_t Fill(char* to, size_t size);
   void Take(size_t size) noexcept;
   [[nodiscard]] Piece PassOver(Rule rule, size_t good);
@@ -78,6 +79,7 @@ class DocumentReader {
   std::optional<Gunzip> gunzip_;
   bool isObfuscated_ = false;
   bool isAtEnd_ = false;
+  bool mayBeAtEnd_ = false;  // the source gave less than there was room for
   bool isThorough_;
 
   Records records_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "reader/FileName.h"
+#include "reader/QuickRecords.h"
 #include "reader/Text.h"
 
 namespace vantra::reader {
@@ -104,9 +105,20 @@ Facts FactsIn(std::string_view beginning) {
   constexpr int kEnough = 16;
   Facts facts;
   Records records = EmptyRecords();
+  QuickRecords quick(records);
   for (int i = 0; i < kEnough && !beginning.empty(); ++i) {
+    const Record* const expected = quick.Read(beginning.data());
+    if (expected != nullptr && expected->text.size() <= beginning.size()) {
+      if (!Learn(*expected, facts)) break;
+      beginning.remove_prefix(expected->text.size());
+      continue;
+    }
     const Parsed parsed = Parse(beginning, records);
-    if (parsed.piece == Piece::Record && !Learn(records[static_cast<size_t>(parsed.kind)], facts)) break;
+    if (parsed.piece == Piece::Record) {
+      const Record& record = records[static_cast<size_t>(parsed.kind)];
+      if (!Learn(record, facts)) break;
+      quick.Learn(record);
+    }
     if (parsed.piece == Piece::EndTag) break;
     beginning.remove_prefix(parsed.piece == Piece::Malformed
                                 ? std::min(beginning.find("\n<"), beginning.size() - 1) + 1

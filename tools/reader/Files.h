@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -49,7 +50,13 @@ class FileSource final : public Source {
 bool ListFolder(const std::string& path,
                 const std::function<void(std::string_view name, bool isFolder)>& visit, std::string& error);
 
+// A file without a name, which is gone with its handle. Throws std::runtime_error with a sentence on failure.
+[[nodiscard]] std::FILE* OpenTemporaryFile();
+
 [[nodiscard]] bool IsFolder(const std::string& path);
+
+// Whether this is a pipe or a device, which can be read only once.
+[[nodiscard]] bool IsDevice(const std::string& path);
 
 // Whether some process has the file open for writing. Always false where that cannot be found out, that is,
 // except on Windows.

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <memory>
+#include <stdexcept>
 #include <system_error>
 
 #include "reader/Files.h"
@@ -60,15 +61,14 @@ void FileSource::Close() noexcept {
 void FileSource::Rewind() noexcept { lseek(static_cast<int>(file_), 0, SEEK_SET); }
 
 size_t FileSource::Read(char* to, size_t size) {
-  size_t done = 0;
-  while (done < size && file_ >= 0) {
-    const ssize_t got = read(static_cast<int>(file_), to + done, size - done);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) error_ = LastError();
-    if (got <= 0) break;
-    done += static_cast<size_t>(got);
+  if (file_ < 0) return 0;
+  for (;;) {
+    const ssize_t got = read(static_cast<int>(file_), to, size);
+    if (got >= 0) return static_cast<size_t>(got);
+    if (errno == EINTR) continue;
+    error_ = LastError();
+    return 0;
   }
-  return done;
 }
 
 bool ListFolder(const std::string& path,
@@ -88,9 +88,20 @@ bool ListFolder(const std::string& path,
   return true;
 }
 
+std::FILE* OpenTemporaryFile() {
+  std::FILE* const file = std::tmpfile();
+  if (file == nullptr) throw std::runtime_error("cannot make a temporary file: " + LastError());
+  return file;
+}
+
 bool IsFolder(const std::string& path) {
   struct stat info {};
   return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool IsDevice(const std::string& path) {
+  struct stat info {};
+  return stat(path.c_str(), &info) == 0 && !S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode);
 }
 
 bool IsBeingWritten(const std::string&) { return false; }

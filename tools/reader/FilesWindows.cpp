@@ -1,5 +1,9 @@
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <memory>
+#include <stdexcept>
+#include <system_error>
 
 #include "reader/Files.h"
 #include "util/Text.h"
@@ -49,15 +53,10 @@ void FileSource::Close() noexcept {
 void FileSource::Rewind() noexcept { SetFilePointerEx(HandleOf(file_), {}, nullptr, FILE_BEGIN); }
 
 size_t FileSource::Read(char* to, size_t size) {
-  size_t done = 0;
-  while (done < size && file_ != -1) {
-    DWORD got = 0;
-    const auto wanted = static_cast<DWORD>(std::min<size_t>(size - done, MAXDWORD));
-    if (!ReadFile(HandleOf(file_), to + done, wanted, &got, nullptr)) error_ = LastError();
-    if (got == 0) break;
-    done += got;
-  }
-  return done;
+  DWORD got = 0;
+  const auto wanted = static_cast<DWORD>(std::min<size_t>(size, MAXDWORD));
+  if (file_ != -1 && !ReadFile(HandleOf(file_), to, wanted, &got, nullptr)) error_ = LastError();
+  return got;
 }
 
 bool ListFolder(const std::string& path,
@@ -78,9 +77,23 @@ bool ListFolder(const std::string& path,
   return true;
 }
 
+std::FILE* OpenTemporaryFile() {
+  // tmpfile() would make it at the root of the drive, where few may write.
+  const std::unique_ptr<wchar_t, void (*)(void*)> name(_wtempnam(nullptr, L"vantra"), std::free);
+  std::FILE* const file = name == nullptr ? nullptr : _wfopen(name.get(), L"w+bTD");
+  if (file == nullptr)
+    throw std::runtime_error("cannot make a temporary file: " + std::generic_category().message(errno));
+  return file;
+}
+
 bool IsFolder(const std::string& path) {
   const DWORD attributes = GetFileAttributesW(util::FromUtf8(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool IsDevice(const std::string& path) {
+  const util::UniqueFile file(OpenForReading(path, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE));
+  return file && GetFileType(file.Get()) != FILE_TYPE_DISK;
 }
 
 bool IsBeingWritten(const std::string& path) {

@@ -177,6 +177,7 @@ class Reading {
   }
 
   bool CheckRaw(std::string_view text, uint8_t& flaws) noexcept {
+    if (util::FindFirst<Unordinary>(text.data(), text.size()) == text.size()) return true;
     for (const char* at = text.data(); at != text.data() + text.size();) {
       const Character character = ReadCharacter(at, text.data() + text.size());
       if (*at == '\0') return Fail(Rule::Nul);
@@ -268,10 +269,14 @@ bool IsBeginning(std::string_view text) noexcept {
 }
 
 Parsed Parse(std::string_view text, Records& records) noexcept {
-  if (text.starts_with(kPrologue)) return {Piece::Prologue, {}, {}, false, kPrologue.size()};
-  if (text.starts_with(kEndTag)) return {Piece::EndTag, {}, {}, false, kEndTag.size()};
+  // Most differ in their second character.
+  const auto isAt = [text](std::string_view literal) {
+    return text.size() >= literal.size() && text[1] == literal[1] && text.starts_with(literal);
+  };
+  if (isAt(kPrologue)) return {Piece::Prologue, {}, {}, false, kPrologue.size()};
+  if (isAt(kEndTag)) return {Piece::EndTag, {}, {}, false, kEndTag.size()};
   for (size_t i = 0; i < kKinds; ++i) {
-    if (text.starts_with(kElements[i][0].before)) return Reading(text).Read(static_cast<Kind>(i), records[i]);
+    if (isAt(kElements[i][0].before)) return Reading(text).Read(static_cast<Kind>(i), records[i]);
   }
   return Malformed(text);
 }

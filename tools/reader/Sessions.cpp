@@ -1,8 +1,9 @@
 #include "reader/Sessions.h"
 
 #include <algorithm>
-#include <bit>
+#include <array>
 #include <compare>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -27,6 +28,21 @@ uint64_t FirstBytes(std::string_view text) {
   return __builtin_bswap64(number);
 }
 
+size_t SizeOfFolder(std::string_view path) noexcept { return path.find_last_of(kSeparators) + 1; }
+
+// A document to be put in order by the bytes of this, which is the order of Sessions::IsBefore. Its key comes
+// first, its path last.
+std::string LineOf(const Document& document, std::string_view key, int32_t index, uint32_t folder) {
+  const FileName& name = document.name;
+  std::array<char, 32> numbers{};
+  std::string line(key);
+  std::snprintf(numbers.data(), numbers.size(), "%08x", static_cast<unsigned>(index));
+  line.append(1, '\0').append(numbers.data()).append(name.stem).append(1, '\0');
+  std::snprintf(numbers.data(), numbers.size(), "%d%d%08x", static_cast<int>(name.ending), name.isPacked,
+                folder);
+  return line.append(numbers.data()).append(1, '\0').append(document.Path());
+}
+
 FileName NameOfAny(std::string_view file) {
   if (const auto parsed = ParseFileName(file)) return *parsed;
   FileName name{};
@@ -40,37 +56,31 @@ Sessions::Sessions(std::vector<std::string> inputs, Complaint complain, std::str
     : inputs_(std::move(inputs)), complain_(std::move(complain)), beginning_(std::move(beginning)) {}
 
 bool Sessions::Next() {
-  if (!hasMore_) return false;
-  if (!entries_.empty()) before_ = KeyOf(entries_.back());
   entries_.clear();
   paths_.clear();
-  last_.reset();
-  folders_ = 0;
-  hasMore_ = false;
-  for (const std::string& input : inputs_) Add(input);
-  Sort();
-  PackPaths();
+  if (!isListed_) {
+    for (const std::string& input : inputs_) Add(input);
+    isListed_ = true;
+    if (others_) PassOn();
+  }
+  if (others_) {
+    TakeLot();
+  } else {
+    Sort();
+    PackPaths();
+  }
   sessions_.clear();
   for (size_t i = 0; i < entries_.size(); ++i) {
     if (i == 0 || !IsSame(entries_[i], entries_[i - 1])) sessions_.push_back(static_cast<uint32_t>(i));
   }
-  isFirst_ = false;
-  if (!overfull_.empty())
-    complain_(std::exchange(overfull_, {}),
-              "it has too many documents; only the first " + std::to_string(entries_.size()) + " are read");
   return !entries_.empty();
-}
-
-// What is wrong with an input is reported once.
-void Sessions::Complain(std::string_view path, std::string_view reason) const {
-  if (isFirst_) complain_(path, reason);
 }
 
 void Sessions::Add(const std::string& input) {
   if (IsFolder(input)) return AddFolder(input);
-  if (!file_.Open(input)) return Complain(input, file_.Error());
-  const size_t separator = input.find_last_of(kSeparators);
-  const size_t folder = separator == std::string::npos ? 0 : separator + 1;
+  if (IsDevice(input)) return complain_(input, "it is a pipe or a device, and no file");
+  if (!file_.Open(input)) return complain_(input, file_.Error());
+  const size_t folder = SizeOfFolder(input);
   const std::string_view file = std::string_view(input).substr(folder);
   ++folders_;
   AddFile(std::string_view(input).substr(0, folder), file, NameOfAny(file));
@@ -87,7 +97,7 @@ void Sessions::AddFolder(std::string path) {
     else if (const auto parsed = ParseFileName(name))
       AddFile(path, name, *parsed);
   };
-  if (!ListFolder(path, add, error)) Complain(path, error);
+  if (!ListFolder(path, add, error)) complain_(path, error);
   for (size_t at = 0; at < below.size(); at = below.find('\0', at) + 1) AddFolder(path + (below.data() + at));
 }
 
@@ -104,29 +114,24 @@ std::string Sessions::SessionIn(const std::string& path) {
   return {};
 }
 
-bool Sessions::IsInLot(std::string_view key) noexcept {
-  if (key <= before_ && !isFirst_) return false;
-  if (!last_ || key <= *last_) return true;
-  hasMore_ = true;
-  return false;
-}
-
 void Sessions::AddFile(std::string_view folder, std::string_view file, const FileName& name) {
-  const auto placeOf = [file](std::string_view part) {
-    return static_cast<uint16_t>(part.empty() ? 0 : part.data() - file.data());
-  };
   const bool isOfSession = !name.session.empty() && name.session != kNilGuid;
   const std::string found =
       name.session.empty() ? SessionIn(std::string(folder).append(file)) : std::string();
   const bool isFound = !found.empty() && found != kNilGuid;
   const std::string_view key = isFound ? found : isOfSession ? name.session : name.stem;
   if (!key.starts_with(beginning_)) return;
-  if (isFirst_) ++documents_;
-  if (!IsInLot(key)) return;
-  if (paths_.size() + entries_.size() * sizeof(Entry) > kMostBytes) {
-    Trim();
-    if (!IsInLot(key)) return;
-  }
+  ++documents_;
+  Keep(folder, file, name, key);
+  if (Bytes() > kMostBytes) PassOn();
+}
+
+void Sessions::Keep(std::string_view folder, std::string_view file, const FileName& name,
+                    std::string_view key) {
+  const auto placeOf = [file](std::string_view part) {
+    return static_cast<uint16_t>(part.empty() ? 0 : part.data() - file.data());
+  };
+  const bool isInName = key == name.session || key == name.stem;
   entries_.push_back({.order = FirstBytes(key),
                       .path = static_cast<uint32_t>(paths_.size()),
                       .folderSize = static_cast<uint32_t>(folder.size()),
@@ -134,14 +139,49 @@ void Sessions::AddFile(std::string_view folder, std::string_view file, const Fil
                       .index = name.index.value_or(kLast),
                       .size = static_cast<uint16_t>(file.size()),
                       .stemSize = static_cast<uint16_t>(name.stem.size()),
-                      .keyAt = isFound ? static_cast<uint16_t>(file.size()) : placeOf(key),
+                      .keyAt = !isInName             ? static_cast<uint16_t>(file.size())
+                               : key == name.session ? placeOf(name.session)
+                                                     : uint16_t{0},
                       .keySize = static_cast<uint16_t>(key.size()),
                       .sessionAt = placeOf(name.session),
                       .userAt = placeOf(name.user),
                       .ending = name.ending,
                       .isPacked = name.isPacked});
   paths_.append(folder).append(file);
-  if (isFound) paths_ += key;
+  if (!isInName) paths_ += key;
+}
+
+void Sessions::PassOn() {
+  if (!others_) others_.emplace();
+  for (const Entry& entry : entries_) {
+    const Document document = DocumentOf(entry);
+    others_->Add(LineOf(document, KeyOf(entry), entry.index, entry.folder));
+  }
+  entries_.clear();
+  paths_.clear();
+}
+
+void Sessions::TakeLot() {
+  std::string overfull;
+  for (;; nextLine_ = {}) {
+    if (nextLine_.empty()) nextLine_ = others_->Next();
+    if (nextLine_.empty()) return;
+    const std::string_view key = nextLine_.substr(0, nextLine_.find('\0'));
+    const bool goesOn = !entries_.empty() && KeyOf(entries_.back()) == key;
+    if (!goesOn && Bytes() > kMostBytes / 2) return;
+    if (goesOn && Bytes() > kMostBytes) {
+      if (overfull != key)
+        complain_(key, "it has too many documents; only the first " +
+                           std::to_string(std::ranges::count(
+                               entries_, key, [this](const Entry& entry) { return KeyOf(entry); })) +
+                           " are read");
+      overfull = key;
+      continue;
+    }
+    const std::string_view path = nextLine_.substr(nextLine_.rfind('\0') + 1);
+    const std::string_view file = path.substr(SizeOfFolder(path));
+    Keep(path.substr(0, SizeOfFolder(path)), file, NameOfAny(file), key);
+  }
 }
 
 std::string_view Sessions::NameOf(const Entry& entry) const noexcept {
@@ -176,24 +216,7 @@ void Sessions::Sort() {
   std::ranges::sort(entries_, [this](const Entry& a, const Entry& b) { return IsBefore(a, b); });
 }
 
-void Sessions::Trim() {
-  Sort();
-  size_t kept = entries_.size() / 2;
-  const auto first = [&] { return entries_.begin() + static_cast<ptrdiff_t>(kept); };
-  const Entry& split = entries_[kept];
-  while (kept != 0 && IsSame(entries_[kept - 1], split)) --kept;
-  // A session that fills the lot alone keeps its place, and its first documents.
-  if (kept == 0) {
-    overfull_ = KeyOf(split);
-    kept = entries_.size() / 2;
-  }
-  entries_.erase(first(), entries_.end());
-  last_ = KeyOf(entries_.back());
-  hasMore_ = true;
-  PackPaths();
-}
-
-// Keeps only the paths that are needed, in the order in which they will be used.
+// Puts the paths in the order in which they are asked for, so that they are at hand then.
 void Sessions::PackPaths() {
   std::string paths;
   paths.reserve(paths_.size());

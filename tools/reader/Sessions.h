@@ -11,6 +11,7 @@
 #include "reader/DocumentReader.h"
 #include "reader/FileName.h"
 #include "reader/Files.h"
+#include "reader/SortedTexts.h"
 
 namespace vantra::reader {
 
@@ -37,7 +38,7 @@ struct Session {
 using Complaint = std::function<void(std::string_view path, std::string_view reason)>;
 
 // The sessions of any number of inputs, in the order of their identifiers, one lot at a time. Memory is
-// bounded whatever the inputs hold, since they are searched again for each lot.
+// bounded whatever the inputs hold: the names of many documents are put in order in a temporary file.
 //
 //   while (sessions.Next()) {
 //     for (size_t i = 0; i < sessions.Count(); ++i) Use(sessions[i]);
@@ -49,7 +50,8 @@ class Sessions {
   explicit Sessions(std::vector<std::string> inputs, Complaint complain, std::string beginning = {});
 
   // Goes on to the next lot of whole sessions. False when there is none. Of a session with more documents
-  // than a lot holds, some ten thousand, only the first ones are there, and a complaint says so.
+  // than a lot holds, some ten thousand, only the first ones are there, and a complaint says so. Throws
+  // std::runtime_error when there is no room for the temporary file.
   [[nodiscard]] bool Next();
 
   // Of this lot.
@@ -75,13 +77,14 @@ class Sessions {
   void Add(const std::string& input);
   void AddFolder(std::string path);
   void AddFile(std::string_view folder, std::string_view file, const FileName& name);
+  void Keep(std::string_view folder, std::string_view file, const FileName& name, std::string_view key);
+  // Passes the documents of the lot on to others_.
+  void PassOn();
+  void TakeLot();
   [[nodiscard]] std::string SessionIn(const std::string& path);
-  [[nodiscard]] bool IsInLot(std::string_view key) noexcept;
   void Sort();
-  // Cuts a lot that has become too large down to its first sessions.
-  void Trim();
   void PackPaths();
-  void Complain(std::string_view path, std::string_view reason) const;
+  [[nodiscard]] size_t Bytes() const noexcept { return paths_.size() + entries_.size() * sizeof(Entry); }
   [[nodiscard]] static size_t SizeOf(const Entry& entry) noexcept;
   [[nodiscard]] std::string_view NameOf(const Entry& entry) const noexcept;
   [[nodiscard]] std::string_view KeyOf(const Entry& entry) const noexcept;
@@ -100,11 +103,10 @@ class Sessions {
   std::vector<uint32_t> sessions_;  // the first entry of each
   uint32_t folders_ = 0;
   size_t documents_ = 0;
-  std::string before_;               // key of the last session of the lots before
-  std::optional<std::string> last_;  // key of the last session that still belongs to this lot
-  std::string overfull_;             // a session that fills the lot alone
-  bool isFirst_ = true;
-  bool hasMore_ = true;
+  bool isListed_ = false;
+  // When there are too many documents for one lot: those of the lots to come, as LineOf writes them.
+  std::optional<SortedTexts> others_;
+  std::string_view nextLine_;  // the first of the next lot
 };
 
 }  // namespace vantra::reader

@@ -14,8 +14,8 @@ class Source {
   Source& operator=(const Source&) = delete;
   virtual ~Source() = default;
 
-  // Reads up to size bytes and returns how many were read. Fewer than size mean the end or a failure: see
-  // Error.
+  // Reads up to size bytes and returns how many were read. Zero means the end or a failure: see Error. Fewer
+  // than size are mostly the last ones.
   [[nodiscard]] virtual size_t Read(char* to, size_t size) = 0;
 
   // Why the rest cannot be read, in a few words; empty if nothing has failed.

@@ -143,9 +143,14 @@ FreeScan ScanFree(const char* at) noexcept {
 }
 
 void AppendUtf8(std::string_view text, std::string& out) {
+  using NotAscii = util::ByteRange<'\x80', '\xFF'>;
   const char* at = text.data();
   const char* const end = at + text.size();
-  while (at != end) {
+  for (;;) {
+    const size_t ascii = util::FindFirst<NotAscii>(at, static_cast<size_t>(end - at));
+    out.append(at, ascii);
+    at += ascii;
+    if (at == end) return;
     const Character character = ReadCharacter(at, end);
     out += character.size != 0 ? std::string_view(at, character.size) : kReplacement;
     at += character.size + character.invalid;

@@ -26,7 +26,7 @@
     return characters.length > size ? characters.slice(0, size - 1).join('') + '\u2026' : text;
   };
   // Writes control characters, and those that change the reading order, as escapes.
-  const visible = (text) => String(text).replace(/[\u0000-\u001f\u007f-\u009f\u202a-\u202e\u2066-\u2069]/g,
+  const visible = (text) => String(text).replace(/[\u0000-\u001f\u007f-\u009f\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069]/g,
     (c) => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0'));
 
   // A table's rows as objects, with the texts of their product.
