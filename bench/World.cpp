@@ -16,9 +16,6 @@ namespace {
 
 using stage::Overwrite;
 
-constexpr wchar_t kUsageKey[] = L"Software\\Tolvex\\CommonFiles\\Usage";
-constexpr wchar_t kShellFolders[] =
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
 constexpr char kUsage[] = "VantraBench";
 
 std::atomic<size_t> allocations{0};
@@ -26,11 +23,6 @@ std::atomic<size_t> allocations{0};
 void* CountedMalloc(size_t size) {
   ++allocations;
   return std::malloc(size);
-}
-
-void SetText(const wchar_t* key, const wchar_t* name, const std::wstring& text) {
-  RegSetKeyValueW(HKEY_CURRENT_USER, key, name, REG_SZ, text.c_str(),
-                  static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
 }
 
 BOOL WINAPI ReportFullDisk(LPCWSTR, PULARGE_INTEGER available, PULARGE_INTEGER, PULARGE_INTEGER) {
@@ -59,29 +51,11 @@ fs::path ReadyToLoad(bool withLog) {
 
 }  // namespace
 
-World::World() {
-  const std::wstring name = L"vantra-bench-" + std::to_wstring(GetCurrentProcessId());
-  folder_ = fs::temp_directory_path() / name;
-  fs::create_directories(Logs());
-  std::ofstream(folder_ / "Sendrix2.exe") << "found, never started";
-  keyName_ = L"Software\\" + name;
-  HKEY key = nullptr;
-  RegCreateKeyW(HKEY_CURRENT_USER, keyName_.c_str(), &key);
-  RegOverridePredefKey(HKEY_CURRENT_USER, key);
-  RegCloseKey(key);
-  SetText(kShellFolders, L"AppData", (folder_ / "AppData").wstring());
-  SetText(kUsageKey, L"send", L"0");
-  SetObfuscation(false);
-}
+World::World() : testkit::World(kUsage) {}
 
-World::~World() {
-  RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
-  RegDeleteTreeW(HKEY_CURRENT_USER, keyName_.c_str());
-  std::error_code ignored;
-  fs::remove_all(folder_, ignored);
+void World::SetObfuscation(bool on) const {
+  stage::SetValue(stage::kUsage, "obfuscate", on ? "sz:1" : "sz:0");
 }
-
-void World::SetObfuscation(bool on) const { SetText(kUsageKey, L"obfuscate", on ? L"1" : L"0"); }
 
 void World::EmptyLogs() const {
   std::error_code ignored;

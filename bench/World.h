@@ -9,30 +9,21 @@
 #include <filesystem>
 #include <string>
 
-#include "stage/Library.h"
+#include "stage/Host.h"
 
 namespace vantra::bench {
 
 namespace fs = std::filesystem;
 
-// Create one per process; it is removed on destruction. Sending is off, so that no agent is started.
-class World {
+// The test kit's: nothing is sent, so no agent is started. Create one per process; it is removed on destruction.
+class World : public testkit::World {
  public:
   World();
-  ~World();
-  World(const World&) = delete;
-  World& operator=(const World&) = delete;
 
-  [[nodiscard]] const fs::path& Folder() const { return folder_; }
-  [[nodiscard]] fs::path AgentFolder() const { return folder_ / "AppData" / "Tolvex" / "Sendrix2"; }
-  [[nodiscard]] fs::path Logs() const { return AgentFolder() / "Logs"; }
+  [[nodiscard]] fs::path AgentFolder() const { return Logs().parent_path(); }
   void SetObfuscation(bool on) const;
   // Deletes the files that no session has open.
   void EmptyLogs() const;
-
- private:
-  fs::path folder_;
-  std::wstring keyName_;
 };
 
 // The loaded library in a host whose user has opted in.

@@ -80,6 +80,11 @@ class World {
   World(const World&) = delete;
   World& operator=(const World&) = delete;
 
+  /** The folder that is removed in the end: AppData and the agent lie in it. */
+  [[nodiscard]] std::filesystem::path Folder() const {
+    return std::filesystem::temp_directory_path() / name_;
+  }
+
   /** The folder of the documents. */
   [[nodiscard]] std::filesystem::path Logs() const { return AppData() / "Tolvex" / "Sendrix2" / "Logs"; }
 
@@ -212,9 +217,6 @@ class World {
     return lines.str();
   }
 
-  [[nodiscard]] std::filesystem::path Folder() const {
-    return std::filesystem::temp_directory_path() / name_;
-  }
   [[nodiscard]] std::filesystem::path AppData() const { return Folder() / "AppData"; }
 
   void Set(const std::wstring& path, const wchar_t* name, const std::wstring& text) const {

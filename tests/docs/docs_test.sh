@@ -27,6 +27,7 @@ code() {
     $(compiler "${file##*.}") -Wall -Wextra -Werror -I"$source/include" -c "$file" -o compiled.o || fail "$file"
   done
   [ "$(ls -- *.c *.cpp | wc -l)" -ge 20 ] || fail "code is missing"
+  awk '/^```$/ { isHost = 0 } isHost { print } /^```c$/ { isHost = 1 }' "$source/README.md" | cmp - "$source/examples/ten_lines.c"
 }
 
 # Documents of the worked example, of a split, of an obfuscated session and of a changed choice.

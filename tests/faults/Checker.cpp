@@ -1,11 +1,9 @@
-#include "Checker.h"
-
 #include <algorithm>
+
+#include "Campaign.h"
 
 namespace vantra::faults {
 namespace {
-
-using stage::Record;
 
 constexpr size_t kNever = SIZE_MAX;
 
@@ -17,152 +15,133 @@ std::string HostsText(const Record& record) {
   return text.starts_with('@') ? text : std::string();
 }
 
-// Judges one session of a host.
-class SessionJudge {
- public:
-  SessionJudge(const Plan& plan, int host, int session, Made made, const Journal::Host& journal,
-               const std::vector<Call>& script, Verdict& verdict)
-      : plan_(plan),
-        fault_(Faults()[plan.fault]),
-        host_(host),
-        session_(session),
-        made_(made),
-        begun_(journal.begun),
-        returned_(journal.returned),
-        isRefused_((journal.refused >> session & 1) != 0),
-        script_(script),
-        verdict_(verdict) {
-    for (size_t i = 0; i < begun_; ++i) {
-      const Call& call = script[i];
-      if (call.act == Act::kFaultBegins) begins_ = i;
-      if (call.act == Act::kFaultEnds) ends_ = i;
-      if (call.session != session) continue;
-      if (call.act == Act::kStart) start_ = i;
-      if (call.act == Act::kClose) close_ = i;
-    }
-    if (fault_.begin == nullptr || host != 0) begins_ = 0;
-    const bool isStruck =
-        start_ <= ends_ && (begins_ <= close_ || fault_.loss == Loss::kEverything) && begins_ != kNever;
-    loss_ = isStruck ? fault_.loss : Loss::kNothing;
-  }
+// One session of a host, and the judge of it.
+struct Session {
+  const Plan& plan;
+  const int host, session;
+  const Made made;
+  const std::vector<Call>& script;
+  Verdict& verdict;
+  const size_t begun, returned;
+  const bool isRefused;
+
+  const Fault& fault = FaultOf(plan);
+  const size_t start = Find(Act::kStart), close = Find(Act::kClose), ends = Find(Act::kFaultEnds),
+               begins = fault.begin == nullptr || host != 0 ? 0 : Find(Act::kFaultBegins);
+  const bool isStruck =
+      start <= ends && begins != kNever && (begins <= close || fault.loss == Loss::kEverything);
+  const Loss loss = isStruck ? fault.loss : Loss::kNothing;
+  std::vector<const Document*> documents = {}, crashes = {};
+  bool isMissing = false, isMissingInside = false;  // a record; one that others follow
 
   void Judge(const std::vector<Document>& all) {
-    const std::string user = FamilyOf(host_) + "_" + NameOf(session_);
     for (const Document& each : all) {
-      if (each.user == user) (each.index < 0 ? crashes_ : documents_).push_back(&each);
+      if (each.user == FamilyOf(host) + "_" + NameOf(session))
+        (each.index < 0 ? crashes : documents).push_back(&each);
     }
     JudgeStart();
-    if (start_ == kNever || isRefused_) return;
+    if (start == kNever || isRefused) return;
     JudgeRecords();
     JudgeCrash();
-    if (loss_ == Loss::kNothing && !isNameless_ && start_ < returned_) JudgeShape();
+    const bool isNameless = made == Made::kNoNames && documents.empty();
+    if (loss == Loss::kNothing && !isNameless && start < returned) JudgeShape();
   }
 
  private:
-  void Complain(const std::string& what) {
-    verdict_.faults.push_back(FamilyOf(host_) + " " + NameOf(session_) + ": " + what);
+  [[nodiscard]] size_t Find(Act act) const {
+    const auto fits = [&](const Call& call) {
+      return call.act == act && (call.session == session || act >= Act::kFaultBegins);
+    };
+    const auto found = std::find_if(script.begin(), script.begin() + static_cast<ptrdiff_t>(begun), fits);
+    const auto at = static_cast<size_t>(found - script.begin());
+    return at == begun ? kNever : at;
   }
-  [[nodiscard]] bool IsInFlight() const { return begun_ != returned_; }
+  void Complain(bool isWrong, const std::string& what) {
+    if (isWrong) verdict.faults.push_back(FamilyOf(host) + " " + NameOf(session) + ": " + what);
+  }
 
   void JudgeStart() {
-    if (made_ == Made::kRefuses && !documents_.empty()) Complain("bytes where nothing may be recorded");
-    if (start_ == kNever || start_ >= returned_) return;
-    const bool isLate = fault_.loss == Loss::kEverything && host_ == 0 && start_ > begins_;
-    const bool isUnsure = made_ == Made::kMayRefuse || (fault_.loss == Loss::kEverything && host_ != 0);
-    if (!isUnsure && isRefused_ != (made_ == Made::kRefuses || isLate)) {
-      Complain(isRefused_ ? "refused" : "started where it may not");
-    }
-    if (isRefused_ && !documents_.empty()) Complain("refused, and recorded");
+    Complain(made == Made::kRefuses && !documents.empty(), "bytes where nothing may be recorded");
+    if (start >= returned) return;
+    const bool isWithdrawn = fault.loss == Loss::kEverything;
+    const bool isUnsure = made == Made::kMayRefuse || (isWithdrawn && host != 0);
+    const bool mustRefuse = made == Made::kRefuses || (isWithdrawn && host == 0 && start > begins);
+    Complain(!isUnsure && isRefused != mustRefuse, isRefused ? "refused" : "started where it may not");
+    Complain(isRefused && !documents.empty(), "refused, and recorded");
   }
 
   // Each record is what its call said, in order, and takes a number of its own.
   void JudgeRecords() {
     std::vector<size_t> wanted;
-    for (size_t i = 0; i < begun_; ++i) {
-      const Call& call = script_[i];
-      if (call.session == session_ && call.act >= Act::kAdd && call.act <= Act::kAddToGroup)
-        wanted.push_back(i);
+    for (size_t i = 0; i < begun; ++i) {
+      const Act act = script[i].act;
+      if (script[i].session == session && act >= Act::kAdd && act <= Act::kAddToGroup) wanted.push_back(i);
     }
     size_t next = 0;
-    int64_t seq = -1;
-    int64_t textSeq = -1;  // of the last record of the host's
-    std::string group = "1";
-    for (const Document* document : documents_) {
+    int64_t seq = -1, textSeq = -1;  // of the last record, and of the last of the host's
+    for (const Document* document : documents) {
       for (const Record& record : document->records) {
         if (record.element == "/") continue;
         const int64_t number = std::stoll("0" + record["seq"]);
-        if (number <= seq) return Complain("number " + record["seq"] + " comes again or late");
-        if (loss_ == Loss::kNothing && number != seq + 1)
-          Complain("numbers are missing before " + record["seq"]);
+        if (number <= seq) return Complain(true, "number " + record["seq"] + " comes again or late");
+        Complain(loss == Loss::kNothing && number != seq + 1, "numbers are missing before " + record["seq"]);
         seq = number;
         const std::string text = HostsText(record);
         if (text.empty()) continue;
         const size_t from = next;
-        while (next < wanted.size() && script_[wanted[next]].text != text) Miss(wanted[next++]);
-        if (next == wanted.size()) return Complain("not recorded by the host, or twice, or late: " + text);
-        if (static_cast<int64_t>(next - from) >= number - textSeq)
-          Complain("missing without a gap before " + text);
+        while (next < wanted.size() && script[wanted[next]].text != text) Miss(wanted[next++]);
+        if (next == wanted.size())
+          return Complain(true, "not recorded by the host, or twice, or late: " + text);
+        Complain(static_cast<int64_t>(next - from) >= number - textSeq,
+                 "missing without a gap before " + text);
+        Complain(loss == Loss::kEverything && host == 0 && document->IsFinal() && wanted[next] > begins,
+                 "finished without consent: " + text);
         textSeq = number;
-        if (loss_ == Loss::kEverything && host_ == 0 && document->IsFinal() && wanted[next] > begins_)
-          Complain("finished without consent: " + text);
-        const Call& call = script_[wanted[next++]];
-        if (call.act == Act::kGroup) group = record["group"];
-        const bool isOfGroup = call.act == Act::kAddToGroup && loss_ == Loss::kNothing;
-        if (isOfGroup && record["group"] != group) Complain("in another group: " + text);
-        hasMissedBefore_ |= isMissing_;
+        ++next;
+        isMissingInside |= isMissing;
       }
     }
     while (next < wanted.size()) Miss(wanted[next++]);
-    isNameless_ = made_ == Made::kNoNames && documents_.empty();
-    if (loss_ == Loss::kRestOfSession && isMissing_ && !IsInFlight()) JudgeSilence();
+    if (loss != Loss::kRestOfSession || !isMissing || begun != returned) return;
+    Complain(isMissingInside, "goes on after a failed write");
+    Complain(!std::ranges::all_of(documents, &Document::IsEnded), "a document is left after a failed write");
   }
 
-  // A call that has returned, and whose record is not there.
+  // The record of a call is not there; one that has not returned has not promised it.
   void Miss(size_t call) {
-    if (call >= returned_) return;
-    const bool isLawful = loss_ == Loss::kEverything || loss_ == Loss::kRestOfSession ||
-                          (loss_ == Loss::kWhileItLasts && call >= begins_ && call <= ends_) ||
-                          (made_ == Made::kNoNames && documents_.empty());
-    if (!isLawful) Complain("lost: " + script_[call].text);
-    ++verdict_.lost;
-    isMissing_ = true;
-  }
-
-  // Nothing follows a failed write, and the document it happened in is gone.
-  void JudgeSilence() {
-    if (hasMissedBefore_) Complain("goes on after a failed write");
-    for (const Document* document : documents_) {
-      if (!document->IsEnded()) Complain("a document is left after a failed write");
-    }
+    if (call >= returned) return;
+    const bool isLawful = loss == Loss::kEverything || loss == Loss::kRestOfSession ||
+                          (loss == Loss::kWhileItLasts && call >= begins && call <= ends) ||
+                          (made == Made::kNoNames && documents.empty());
+    Complain(!isLawful, "lost: " + script[call].text);
+    isMissing = true;
   }
 
   void JudgeCrash() {
-    const bool isCrashed = host_ == 0 && plan_.end == End::kCrash && plan_.isWatched && close_ == kNever;
-    if (!isCrashed && !crashes_.empty()) Complain("a crash that was none");
-    if (!isCrashed || loss_ != Loss::kNothing || made_ != Made::kAllows) return;
-    if (crashes_.size() != 1) return Complain(std::to_string(crashes_.size()) + " documents of its crash");
+    const bool isCrashed = host == 0 && plan.end == End::kCrash && plan.isWatched && close == kNever;
+    Complain(!isCrashed && !crashes.empty(), "a crash that was none");
+    if (!isCrashed || loss != Loss::kNothing || made != Made::kAllows) return;
+    if (crashes.size() != 1)
+      return Complain(true, std::to_string(crashes.size()) + " documents of its crash");
     std::string values;
-    for (const Record& record : crashes_[0]->records) {
+    for (const Record& record : crashes[0]->records) {
       if (record.element == "DataRec" && record["name"] != "UserID") values += record["data"] + " ";
     }
-    if (values != "Skylamp AppCrash Crash " + NameOf(session_) + " " + FamilyOf(host_) + " ") {
-      Complain("its crash tells " + values);
-    }
+    const std::string wanted = "Skylamp AppCrash Crash " + NameOf(session) + " " + FamilyOf(host) + " ";
+    Complain(values != wanted, "its crash tells " + values);
   }
 
   // Whole documents, one after the other, of which only the last may be open.
   void JudgeShape() {
-    const bool isClosed = close_ < returned_;
+    const bool isClosed = close < returned, mayBeOpen = fault.hindersFinish, isInFlight = begun != returned;
     std::string shape;  // a letter for each opening and closing, in order
     int optIns = 0;
-    for (size_t i = 0; i < documents_.size(); ++i) {
-      const Document& document = *documents_[i];
-      const bool isLast = i + 1 == documents_.size();
-      if (document.index != static_cast<int>(i)) Complain("documents are missing or double");
-      if (!isLast && !document.IsFinal() && !fault_.hindersFinish)
-        Complain("an open document that is not the last");
-      if (isClosed && !document.IsFinal() && !fault_.hindersFinish)
-        Complain("closed, and a document is open");
+    for (size_t i = 0; i < documents.size(); ++i) {
+      const Document& document = *documents[i];
+      const bool mustBeFinal = (isClosed || i + 1 != documents.size()) && !mayBeOpen;
+      Complain(document.index != static_cast<int>(i), "documents are missing or double");
+      Complain(mustBeFinal && !document.IsFinal(),
+               "a document is open that is not the last, or after its close");
       for (const Record& record : document.records) {
         if (record.element == "/" || record.element.ends_with("Session")) shape += record.element[0];
         if (record["name"] == "OptedIn") optIns += record["data"] != "FALSE";
@@ -172,55 +151,28 @@ class SessionJudge {
     while (wanted.size() < shape.size() && shape.compare(wanted.size(), 3, "S/R") == 0) wanted += "S/R";
     if (isClosed) wanted += "E/";
     // The last record may fill the document, whose successor is then empty.
-    if (shape != wanted && shape != wanted + "S/R" && !IsInFlight())
-      Complain("documents begin and end as " + shape);
-    if (isClosed && optIns != 1) Complain("no consent is recorded at its end");
-    if (close_ == kNever && !IsInFlight() && (documents_.empty() || documents_.back()->IsFinal())) {
-      Complain("not closed, and no document is open");
-    }
+    Complain(shape != wanted && shape != wanted + "S/R" && !isInFlight,
+             "documents begin and end as " + shape);
+    Complain(isClosed && optIns != 1, "no consent is recorded at its end");
+    Complain(close == kNever && !isInFlight && (documents.empty() || documents.back()->IsFinal()),
+             "not closed, and no document is open");
   }
-
-  const Plan& plan_;
-  const Fault& fault_;
-  const int host_;
-  const int session_;
-  const Made made_;
-  const size_t begun_;
-  const size_t returned_;
-  const bool isRefused_;
-  const std::vector<Call>& script_;
-  Verdict& verdict_;
-  size_t begins_ = kNever;
-  size_t ends_ = kNever;
-  size_t start_ = kNever;
-  size_t close_ = kNever;
-  Loss loss_ = Loss::kNothing;
-  std::vector<const Document*> documents_;
-  std::vector<const Document*> crashes_;
-  bool isNameless_ = false;
-  bool isMissing_ = false;
-  bool hasMissedBefore_ = false;
 };
 
 // When the last session of the only host was closed after consent or agent had gone, or has crashed with it,
 // nothing is left.
-void JudgeDeletion(const Plan& plan, const Journal::Host& journal, const std::vector<Call>& script,
-                   const std::vector<Document>& documents, Verdict& verdict) {
-  if (Faults()[plan.fault].loss != Loss::kEverything || plan.hosts != 1 || journal.returned != script.size())
-    return;
-  const auto isAct = [](Act act) { return [act](const Call& call) { return call.act == act; }; };
-  const auto begins = std::ranges::find_if(script, isAct(Act::kFaultBegins));
-  const auto started = [&](auto from, auto to, Act act) {
+bool MustBeEmpty(const Plan& plan, const Journal::Host& journal, const std::vector<Call>& script) {
+  if (FaultOf(plan).loss != Loss::kEverything || plan.hosts != 1 || journal.returned != script.size())
+    return false;
+  const auto begins = std::ranges::find(script, Act::kFaultBegins, &Call::act);
+  const auto count = [&](auto from, auto to, Act act) {
     return std::count_if(from, to, [&](const Call& call) {
       return call.act == act && (journal.refused >> call.session & 1) == 0;
     });
   };
-  const auto open =
-      started(script.begin(), begins, Act::kStart) - started(script.begin(), begins, Act::kClose);
-  const auto closed = started(begins, script.end(), Act::kClose);
-  const bool isLast =
-      open == closed || (begins != script.end() && Faults()[plan.fault].others != Others::kNone);
-  if (open != 0 && isLast && !documents.empty()) verdict.faults.push_back("documents outlive the consent");
+  const auto open = count(script.begin(), begins, Act::kStart) - count(script.begin(), begins, Act::kClose);
+  const bool isCrashed = begins != script.end() && FaultOf(plan).others != Others::kNone;
+  return open != 0 && (isCrashed || open == count(begins, script.end(), Act::kClose));
 }
 
 }  // namespace
@@ -228,13 +180,15 @@ void JudgeDeletion(const Plan& plan, const Journal::Host& journal, const std::ve
 void JudgeHost(const Plan& plan, int host, Made made, const Journal::Host& journal,
                const std::vector<Document>& documents, Verdict& verdict) {
   const std::vector<Call> script = ScriptOf(plan, host);
-  for (int session = 0; session < kMostSessions; ++session) {
-    SessionJudge(plan, host, session, made, journal, script, verdict).Judge(documents);
+  for (int i = 0; i < kMostSessions; ++i) {
+    const bool isRefused = (journal.refused >> i & 1) != 0;
+    Session{plan, host, i, made, script, verdict, journal.begun, journal.returned, isRefused}.Judge(
+        documents);
   }
-  if (journal.unexpected != 0) {
+  if (journal.unexpected != 0)
     verdict.faults.push_back(FamilyOf(host) + ": " + std::to_string(journal.unexpected) + " calls failed");
-  }
-  JudgeDeletion(plan, journal, script, documents, verdict);
+  if (MustBeEmpty(plan, journal, script) && !documents.empty())
+    verdict.faults.emplace_back("documents outlive the consent");
 }
 
 }  // namespace vantra::faults

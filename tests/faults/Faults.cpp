@@ -1,20 +1,13 @@
-#include "Faults.h"
-
-#include <windows.h>
-
-#include <chrono>
+// The faults: how each is made, and what may be lost by it.
 #include <thread>
 #include <utility>
 
-#include "Actor.h"
-#include "stage/Disk.h"
-#include "stage/Document.h"
+#include "Campaign.h"
 
 namespace vantra::faults {
 namespace {
 
 namespace fs = std::filesystem;
-using namespace vantra::stage;  // NOLINT: the campaign's own language
 
 Path Agent() { return CaseFolder() / "Sendrix2.exe"; }
 Path Config() { return AgentFolder() / "Sendrix2.cfg"; }
@@ -22,11 +15,10 @@ Path Moved() { return AgentFolder() / "Moved"; }
 Path Ballast() { return Logs() / "ballast"; }
 std::string KeyOfProduct() { return std::string(kUsage) + "\\" + kUsageKey; }
 
-HANDLE Hold(const Path& path, DWORD sharing, DWORD disposition = OPEN_ALWAYS) {
-  return CreateFileW(path.c_str(), GENERIC_READ, sharing, nullptr, disposition, 0, nullptr);
-}
-
 std::vector<HANDLE> held;
+void Hold(const Path& path, DWORD sharing, DWORD disposition = OPEN_ALWAYS) {
+  held.push_back(CreateFileW(path.c_str(), GENERIC_READ, sharing, nullptr, disposition, 0, nullptr));
+}
 void LetGo() {
   for (HANDLE file : std::exchange(held, {})) CloseHandle(file);
 }
@@ -37,20 +29,14 @@ Made Consent(const Plan& plan, std::wstring_view optIn) {
 }
 
 Made WithoutConsent(const Plan& plan) {
-  RemoveKey(Hive::kUser, KeyOfProduct());
-  if (plan.choice % 2 == 0) SetValue(Hive::kUser, KeyOfProduct(), "OptIn", "dword:0");
-  return Consent(plan, plan.choice % 2 == 0 ? L"0" : L"");
+  RemoveKey(KeyOfProduct());
+  if (plan.choice % 2 != 0) return Consent(plan, L"");
+  return SetValue(KeyOfProduct(), "OptIn", "dword:0"), Made::kRefuses;
 }
 
 bool Withdraw(const Plan& plan) {
-  SetValue(Hive::kUser, KeyOfProduct(), "OptIn",
-           plan.isPreRelease || plan.choice % 2 == 0 ? "dword:0" : "sz:no");
-  return true;
-}
-
-Made Forbid(const Plan& plan) {
-  SetValue(Hive::kMachine, kPolicy, "enabled", plan.choice % 2 == 0 ? "dword:0" : "sz:0");
-  return Made::kRefuses;
+  const bool isChoice = plan.isPreRelease || plan.choice % 2 == 0;
+  return SetValue(KeyOfProduct(), "OptIn", isChoice ? "dword:0" : "sz:no"), true;
 }
 
 Made WithoutAgent(const Plan& plan) {
@@ -59,13 +45,12 @@ Made WithoutAgent(const Plan& plan) {
   return Made::kRefuses;
 }
 
-bool RemoveAgent(const Plan&) { return Remove(Agent()); }
-
-Made SendTo(const Path& agent) {
-  CopyFileW(agent.c_str(), Agent().c_str(), FALSE);
-  SetValue(Hive::kUser, kUsage, "send", "sz:1");
-  return Made::kAllows;
+template <const char* agent>
+Made SendTo(const Plan&) {
+  CopyFileW((CaseFolder() / agent).c_str(), Agent().c_str(), FALSE);
+  return SetValue(kUsage, "send", "sz:1"), Made::kAllows;
 }
+constexpr char kCollects[] = "Collects.exe", kStays[] = "host.exe", kBroken[] = "Broken.exe";
 
 std::string RandomBytes(Random& random, uint32_t size) {
   std::string bytes(size, '\0');
@@ -76,33 +61,26 @@ std::string RandomBytes(Random& random, uint32_t size) {
 Made BreakConfig(const Plan& plan) {
   Random random(plan.choice);
   const std::string off = "[settings]\nurl=https://localhost/skylamp\n[ulog]\nstatus=Disabled";
-  const size_t cut = random.Below(static_cast<uint32_t>(off.size() + 1));
+  const size_t cut = random.Below(off.size() + 1);
+  const Path shipped = CaseFolder() / "Sendrix2.cfg";
   switch (random.Below(8)) {
     case 0:
-      WriteFile(Config(), off.substr(0, cut));
-      return cut == off.size() ? Made::kRefuses : Made::kAllows;
+      return WriteFile(Config(), off.substr(0, cut)), cut == off.size() ? Made::kRefuses : Made::kAllows;
     case 1: {
       std::string huge = "[x]\n";
       for (int i = 0; i < 200; ++i) huge.append("k" + std::to_string(i) + "=\n# ").append(4000, 'c') += '\n';
-      WriteFile(Config(), huge + off);
-      return Made::kRefuses;
+      return WriteFile(Config(), huge + off), Made::kRefuses;
     }
     case 2:
       return WriteFile(Config(), RandomBytes(random, random.Below(100'000))), Made::kAllows;
     case 3:
-      WriteFile(Config(), off);
-      held.push_back(Hold(Config(), 0));
-      return Made::kAllows;
+      return WriteFile(Config(), off), Hold(Config(), 0), Made::kAllows;
     case 4:
-      fs::remove(Config());
-      fs::create_directories(Config() / "x");
-      return Made::kAllows;
+      return fs::remove(Config()), fs::create_directories(Config() / "x"), Made::kAllows;
     case 5:  // what is shipped is taken only when there is none yet
-      fs::remove_all(Config());
-      WriteFile(CaseFolder() / "Sendrix2.cfg", off);
-      return Made::kRefuses;
+      return fs::remove_all(Config()), WriteFile(shipped, off), Made::kRefuses;
     case 6:
-      return fs::create_directories(CaseFolder() / "Sendrix2.cfg"), Made::kAllows;
+      return fs::create_directories(shipped), Made::kAllows;
     default:
       return fs::remove(Config()), Made::kAllows;
   }
@@ -119,40 +97,31 @@ std::wstring AsText(DWORD type, std::string bytes) {
 
 Made BreakRegistry(const Plan& plan) {
   Random random(plan.choice);
-  constexpr uint32_t kSizes[] = {0, 1, 2, 3, 4, 5, 8, 72, 1022, 1023, 1024, 1025, 1026, 4096, 65'536};
-  constexpr std::wstring_view kTexts[] = {L"1", L"0", L"2", L"", L"00", L"1 "};
   const DWORD type = random.Below(REG_QWORD + 1);
-  std::string bytes = RandomBytes(random, kSizes[random.Below(std::size(kSizes))]);
+  constexpr uint32_t kSizes[] = {0, 1, 2, 3, 4, 5, 8, 72, 1022, 1023, 1024, 1025, 1026, 4096, 65'536};
+  std::string bytes = RandomBytes(random, random.One(kSizes));
   if (random.OneIn(2)) {
-    const std::wstring text(kTexts[random.Below(std::size(kTexts))]);
+    const std::wstring text(random.One({L"1", L"0", L"2", L"", L"00", L"1 "}));
     bytes.assign(reinterpret_cast<const char*>(text.c_str()),
                  (text.size() + random.Below(2)) * sizeof(wchar_t));
   } else if (random.OneIn(4)) {
     bytes.assign({static_cast<char>(random.Below(3)), 0, 0, 0});
   }
   const std::wstring text = AsText(type, bytes);
-  const auto set = [&](Hive hive, const std::string& key, const char* name) {
-    SetBytes(hive, key, name, type, bytes);
-  };
-  constexpr const char* kOthers[] = {"obfuscate", "send", "UserType", "Agent"};
+  const auto set = [&](std::string_view key, const char* name) { SetBytes(key, name, type, bytes); };
   switch (random.Below(5)) {
     case 0:
-      set(Hive::kUser, KeyOfProduct(), "OptIn");
-      return Consent(plan, text);
+      return set(KeyOfProduct(), "OptIn"), Consent(plan, text);
     case 1:
-      set(Hive::kMachine, std::string(kPolicy), "enabled");
-      return text == L"0" ? Made::kRefuses : Made::kAllows;
+      return set(kPolicy, "enabled"), text == L"0" ? Made::kRefuses : Made::kAllows;
     case 2:
-      set(Hive::kUser, std::string(kUsage), "GUID");
-      return Made::kNoNames;
+      return set(kUsage, "GUID"), Made::kNoNames;
     case 3:
-      set(Hive::kUser, KeyOfProduct() + "\\Demographic", random.OneIn(2) ? "Age" : "");
-      set(Hive::kUser, KeyOfProduct() + "_F0_S0_1", "OptIn");
-      set(Hive::kUser, KeyOfProduct(), "Date");
-      return Made::kAllows;
+      set(KeyOfProduct() + "\\Demographic", random.OneIn(2) ? "Age" : "");
+      set(KeyOfProduct() + "_F0_S0_1", "OptIn");
+      return set(KeyOfProduct(), "Date"), Made::kAllows;
     default:
-      set(Hive::kUser, std::string(kUsage), kOthers[random.Below(std::size(kOthers))]);
-      return Made::kAllows;
+      return set(kUsage, random.One({"obfuscate", "send", "UserType", "Agent"})), Made::kAllows;
   }
 }
 
@@ -167,37 +136,22 @@ void BringLogsBack(const Plan& plan) {
   plan.choice % 2 == 0 ? fs::rename(Moved(), Logs()) : static_cast<void>(fs::create_directory(Logs()));
 }
 
-bool LockLogs(const Plan&) { return SetWritable(Logs(), false); }
-void UnlockLogs(const Plan&) { static_cast<void>(SetWritable(Logs(), true)); }
-Made OnAVolume(const Plan&) { return MountVolume(Logs(), uint64_t{1} << 24) ? Made::kAllows : Made::kCannot; }
-
 // Leaves a few pages.
 bool FillVolume(const Plan& plan) {
   ULARGE_INTEGER left;
   GetDiskFreeSpaceExW(Logs().c_str(), &left, nullptr, nullptr);
-  WriteFile(Ballast(),
-            std::string(left.QuadPart - std::min(left.QuadPart, ULONGLONG{plan.choice % 16} * 4096), 'x'));
-  return true;
-}
-
-// The files that sessions have open, or will open next.
-template <class Visit>
-void ForOpenFiles(uint32_t next, Visit visit) {
-  for (const std::string& name : Documents()) {
-    if (!name.ends_with(".tmp")) continue;
-    const size_t index = name.rfind('_') + 1;
-    visit(Logs() / (name.substr(0, index) + std::to_string(std::stoul(name.substr(index)) + next) + ".tmp"));
-  }
+  const ULONGLONG kept = std::min(left.QuadPart, ULONGLONG{plan.choice % 16} * 4096);
+  return WriteFile(Ballast(), std::string(left.QuadPart - kept, 'x')), true;
 }
 
 bool HoldNext(const Plan& plan) {
-  ForOpenFiles(1, [&](const Path& path) {
-    if (plan.choice % 2 == 0) {
-      held.push_back(Hold(path, 0));
-    } else {
-      fs::create_directory(path);
-    }
-  });
+  for (const std::string& name : Documents()) {
+    if (!name.ends_with(".tmp")) continue;
+    const size_t index = name.rfind('_') + 1;
+    const Path next =
+        Logs() / (name.substr(0, index) + std::to_string(std::stoul(name.substr(index)) + 1) + ".tmp");
+    plan.choice % 2 == 0 ? Hold(next, 0) : static_cast<void>(fs::create_directory(next));
+  }
   return true;
 }
 
@@ -211,14 +165,9 @@ void FreeNext(const Plan&) {
 
 bool HoldOpen(const Plan&) {
   // By now the file may be finished, by another host: nothing must take its place.
-  ForOpenFiles(0, [](const Path& path) {
-    held.push_back(Hold(path, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING));
-  });
+  for (const std::string& name : Documents())
+    if (name.ends_with(".tmp")) Hold(Logs() / name, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING);
   return true;
-}
-
-bool LimitTheFiles(const Plan& plan) {
-  return LimitFiles(plan.choice % 3 == 0 ? plan.choice % 2000 : plan.choice % 120'000);
 }
 
 void PutConfig(std::string_view text) {
@@ -247,9 +196,9 @@ void HoldConfig(const Plan& plan, const std::stop_token& stop) {
   using Clock = std::chrono::steady_clock;
   for (Random random(plan.choice); !stop.stop_requested(); Sleep(random.Below(4))) {
     const auto begin = Clock::now();
-    const HANDLE file = Hold(Config(), 0, OPEN_EXISTING);
+    Hold(Config(), 0, OPEN_EXISTING);
     Sleep(1);
-    CloseHandle(file);
+    LetGo();
     if (Clock::now() - begin > std::chrono::milliseconds(10)) Shared<Journal>().isHeldLong = true;
   }
 }
@@ -260,13 +209,13 @@ constexpr Fault kFaults[] = {
     {.name = "nothing"},
     {.name = "no consent", .prepare = WithoutConsent},
     {.name = "consent withdrawn", .loss = kEverything, .begin = Withdraw},
-    {.name = "policy forbids", .prepare = Forbid},
+    {.name = "policy forbids", .prepare = [](const Plan& plan) {
+       return SetValue(kPolicy, "enabled", plan.choice % 2 == 0 ? "dword:0" : "sz:0"), Made::kRefuses; }},
     {.name = "agent missing", .prepare = WithoutAgent},
-    {.name = "agent removed", .loss = kEverything, .begin = RemoveAgent},
-    {.name = "agent collects", .prepare = [](const Plan&) { return SendTo(CaseFolder() / "Collects.exe"); }},
-    {.name = "agent never ends", .prepare = [](const Plan&) { return SendTo(CaseFolder() / "host.exe"); }},
-    {.name = "agent does not start",
-     .prepare = [](const Plan&) { return SendTo(CaseFolder() / "Broken.exe"); }},
+    {.name = "agent removed", .loss = kEverything, .begin = [](const Plan&) { return Remove(Agent()); }},
+    {.name = "agent collects", .prepare = SendTo<kCollects>},
+    {.name = "agent never ends", .prepare = SendTo<kStays>},
+    {.name = "agent does not start", .prepare = SendTo<kBroken>},
     {.name = "configuration broken", .status = Switch::kAny, .prepare = BreakConfig, .cleanUp = LetGo},
     {.name = "configuration replaced", .status = Switch::kDisabled,
      .prepare = [](const Plan&) { return Made::kMayRefuse; }, .meanwhile = ReplaceConfig},
@@ -277,15 +226,19 @@ constexpr Fault kFaults[] = {
     {.name = "Logs missing or a file", .loss = kWhileItLasts,
      .prepare = [](const Plan& plan) { return TakeLogsAway(plan) ? Made::kAllows : Made::kCannot; }},
     {.name = "Logs vanishes and returns", .loss = kWhileItLasts, .begin = TakeLogsAway, .end = BringLogsBack},
-    {.name = "Logs read-only", .loss = kWhileItLasts, .begin = LockLogs, .end = UnlockLogs,
-     .cleanUp = [] { UnlockLogs({}); }},
+    {.name = "Logs read-only", .loss = kWhileItLasts,
+     .begin = [](const Plan&) { return SetWritable(Logs(), false); },
+     .end = [](const Plan&) { static_cast<void>(SetWritable(Logs(), true)); },
+     .cleanUp = [] { static_cast<void>(SetWritable(Logs(), true)); }},
     {.name = "next file held", .loss = kWhileItLasts, .begin = HoldNext, .end = FreeNext},
     {.name = "open file held", .hindersFinish = true, .begin = HoldOpen,
      .end = [](const Plan&) { LetGo(); }},
-    {.name = "file size limit", .loss = kRestOfSession, .begin = LimitTheFiles,
+    {.name = "file size limit", .loss = kRestOfSession,
+     .begin = [](const Plan& plan) { return LimitFiles(plan.choice % (plan.choice % 3 == 0 ? 2000 : 120'000)); },
      .end = [](const Plan&) { static_cast<void>(LimitFiles(~uint64_t{0})); }},
-    {.name = "volume full", .loss = kRestOfSession, .prepare = OnAVolume, .begin = FillVolume,
-     .end = [](const Plan&) { fs::remove(Ballast()); }, .cleanUp = [] { Unmount(Logs()); }},
+    {.name = "volume full", .loss = kRestOfSession,
+     .prepare = [](const Plan&) { return MountVolume(Logs(), uint64_t{1} << 24) ? Made::kAllows : Made::kCannot; },
+     .begin = FillVolume, .end = [](const Plan&) { fs::remove(Ballast()); }, .cleanUp = [] { Unmount(Logs()); }},
     {.name = "crash without consent, busy", .loss = kEverything, .begin = Withdraw, .others = Others::kRecord},
     {.name = "crash while sessions close", .others = Others::kOpenAndClose},
     {.name = "crash of threads together", .others = Others::kCrash},

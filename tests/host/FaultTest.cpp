@@ -2,7 +2,6 @@
 #include <cstdlib>
 
 #include "HostTest.h"
-#include "stage/Disk.h"
 
 namespace vantra::test {
 namespace {
@@ -12,9 +11,8 @@ namespace fs = std::filesystem;
 class Fault : public HostTest {
  protected:
   Fault() {
-    SetValue(Hive::kUser, kUsage, "obfuscate", "sz:0");
     for (const char* product : {"Draw", "Other"}) {  // whose opt-in is not to be reported
-      SetValue(Hive::kUser, std::string(kUsage) + "\\MyProduct_Acme_" + product + "_3.1", "OptIn", "dword:1");
+      SetValue(std::string(kUsage) + "\\MyProduct_Acme_" + product + "_3.1", "OptIn", "dword:1");
     }
   }
 };
@@ -31,7 +29,6 @@ uint32_t UseSession(Library& ut, void* session) {
 
 // A session whose files cannot be named records nothing, anywhere, and the host does not notice.
 TEST_F(Fault, NamesThatNoFileCanHave) {
-  SetValue(Hive::kUser, kUsage, "send", "sz:0");
   RunHost([](Library& ut) {
     const std::string tooLong(200, 'x');
     const std::pair<const char*, const char*> rows[] = {
@@ -54,6 +51,7 @@ TEST_F(Fault, NamesThatNoFileCanHave) {
 
 // A document that cannot get its final name stays as it is, and the agent starts.
 TEST_F(Fault, FinalNameTaken) {
+  SetValue(kUsage, "send", "sz:1");
   RunHost([](Library& ut) {
     void* session = ut.Open();
     const Path open = OpenFile();
@@ -62,6 +60,27 @@ TEST_F(Fault, FinalNameTaken) {
     EXPECT_EQ(Records(ReadFile(open)).back().element, "EndSession");
   });
   EXPECT_EQ(AgentStarts().size(), 1u);
+}
+
+// Without consent a full document is deleted. One that somebody reads cannot be, and nothing of it is left in
+// its successor.
+TEST_F(Fault, DeletedWhileItIsRead) {
+  RunHost([](Library& ut) {
+    void* session = ut.Open();
+    WriteFile(Logs() / "other.xml", "x");
+    fs::permissions(Logs() / "other.xml", fs::perms::owner_read);
+    SetValue(std::string(kUsage) + "\\MyProduct", "OptIn", "sz:0");
+    const HANDLE reader = CreateFileW(OpenFile().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                      nullptr, OPEN_EXISTING, 0, nullptr);
+    for (uintmax_t size = 0; fs::file_size(OpenFile()) >= size;) {
+      size = fs::file_size(OpenFile());
+      EXPECT_EQ(ut.AddToSession(session, "filler", std::string(500, 'x').c_str()), 0);
+    }
+    EXPECT_EQ(Records(ReadFile(OpenFile())).size(), 1u);
+    CloseHandle(reader);
+    EXPECT_EQ(ut.CloseSession(&session), 0);
+    EXPECT_EQ(FilesIn(Logs()), Lines());
+  });
 }
 
 // A session that has no file, or is silent, heeds a withdrawal at its close all the same.
@@ -103,7 +122,6 @@ void* Allocate(size_t size) { return allocations-- == 0 ? nullptr : std::malloc(
 
 // Whatever memory a start does not get, it ends as a refusal or well, and so do all others.
 TEST_F(Fault, MemoryRunsOut) {
-  SetValue(Hive::kUser, kUsage, "send", "sz:0");
   RunHost([](Library& ut) {
     ut.Initialize("MyProduct", false, nullptr);
     ut.SetOptIn(1);

@@ -1,4 +1,5 @@
-// Tests that act through hosts, each case on a stage of its own.
+// Tests that act through hosts, each case on a stage of its own. Whatever documents a case leaves must be as
+// docs/document-format.md has them.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,7 +20,10 @@ void RunHost(Body body) {
 class HostTest : public testing::Test {
  protected:
   HostTest() { EnterNewCase(); }
-  ~HostTest() override { EXPECT_TRUE(LeaveCase()) << "the case's folder is still in use"; }
+  ~HostTest() override {
+    EXPECT_EQ(Findings(), Lines());
+    EXPECT_TRUE(LeaveCase()) << "the case's folder is still in use";
+  }
 };
 
 // A HostTest once for each row of a table. Rows have a name.

@@ -1,6 +1,4 @@
 // What the header blocks tell of machine, user and host, in a world prepared for it.
-#include <windows.h>
-
 #include <algorithm>
 
 #include "HostTest.h"
@@ -10,123 +8,130 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class Probes : public HostTest {
- protected:
-  Probes() {
-    SetValue(Hive::kUser, kUsage, "obfuscate", "sz:0");
-    SetValue(Hive::kUser, kUsage, "send", "sz:0");
-  }
-};
-
-// "name=data" for each entry of the block in the only document, sorted.
-Lines Block(std::string_view name) {
+// "name=data" for each entry of the block of the session that this opens and closes, sorted.
+Lines BlockOf(Library& ut, std::string_view name) {
   Lines lines;
   std::string group;
+  void* session = ut.Open();
   for (const Record& record : Records(OnlyDocument())) {
     if (record.element == "NewGroup" && record["name"] == name) group = record["group"];
     if (record.element == "DataRec" && record["group"] == group)
       lines.push_back(record["name"] + "=" + record["data"]);
   }
+  ut.CloseSession(&session);
+  fs::remove(Logs() / Documents().at(0));
   std::sort(lines.begin(), lines.end());
   return lines;
 }
 
 bool Has(const Lines& lines, const std::string& line) { return std::ranges::count(lines, line) == 1; }
 
-TEST_F(Probes, RegistryValues) {
-  const std::string processor = "HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0";
+TEST_F(HostTest, ProbesOfTheRegistry) {
+  const std::string processor = "HKLM\\HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0";
   const std::string mine = std::string(kUsage) + "\\MyProduct\\Demographic";
-  SetValue(Hive::kMachine, processor, "ProcessorNameString", "sz:Test <CPU>  ");
-  SetValue(Hive::kMachine, processor, "Identifier", "sz:Family 6");
-  SetValue(Hive::kMachine, processor, "~MHz", "dword:2400");
-  SetValue(Hive::kUser, mine, "Age", "dword:42");
-  SetValue(Hive::kUser, mine, "Long", "sz:" + std::string(512, 'x'));
-  SetValue(Hive::kUser, mine, "Role", "sz:R&D \xE2\x82\xAC");
-  SetValue(Hive::kUser, std::string(kUsage) + "\\Demographic", "Common", "sz:unseen");
-  RunHost([](Library& ut) { EXPECT_NE(ut.Open(), nullptr); });
-  const Lines system = Block("SystemInfo");
-  EXPECT_TRUE(Has(system, "ProcessorName=Test <CPU>  ") && Has(system, "ProcessorModel=Family 6") &&
-              Has(system, "Speed=2400 MHz"))
-      << testing::PrintToString(system);
-  EXPECT_EQ(Block("Demographics"), (Lines{"Age=42", "Role=R&D \xE2\x82\xAC"}));
-}
-
-TEST_F(Probes, UserTypeIdentifierAndUpdate) {
+  SetValue(processor, "ProcessorNameString", "sz:Test <CPU>  ");
+  SetValue(processor, "Identifier", "sz:Family 6");
+  SetValue(processor, "~MHz", "dword:2400");
+  SetValue(mine, "Age", "dword:42");
+  SetValue(mine, "Long", "sz:" + std::string(512, 'x'));
+  SetValue(mine, "Role", "sz:R&D \xE2\x82\xAC");
+  SetValue(std::string(kUsage) + "\\Demographic", "Common", "sz:unseen");
   RunHost([](Library& ut) {
+    const Lines system = BlockOf(ut, "SystemInfo");
+    for (const char* line : {"ProcessorName=Test <CPU>  ", "ProcessorModel=Family 6", "Speed=2400 MHz"})
+      EXPECT_TRUE(Has(system, line)) << testing::PrintToString(system);
+    EXPECT_EQ(BlockOf(ut, "Demographics"), (Lines{"Age=42", "Role=R&D \xE2\x82\xAC"}));
     const std::string text(511, 'x');
-    const std::pair<std::string, std::string> rows[] = {{"sz:", ""},
-                                                        {"dword:7", "7"},
-                                                        {"sz:A & <B>", "A & <B>"},
-                                                        {"sz:" + text, text},
-                                                        {"sz:" + text + "x", ""}};
-    for (const auto& [stored, wanted] : rows) {
-      SetValue(Hive::kUser, kUsage, "UserType", stored);
-      void* session = ut.Open();
-      const Lines block = Block("Session");
+    for (const auto& [stored, wanted] : {std::pair<std::string, std::string>{"sz:", ""},
+                                         {"dword:7", "7"},
+                                         {"sz:A & <B>", "A & <B>"},
+                                         {"sz:" + text, text},
+                                         {"sz:" + text + "x", ""}}) {
+      SetValue(kUsage, "UserType", stored);
+      const Lines block = BlockOf(ut, "Session");
       EXPECT_EQ(block.size(), wanted.empty() ? 6u : 7u);
       EXPECT_TRUE(wanted.empty() || Has(block, "UserType=" + wanted)) << stored;
-      EXPECT_TRUE(Has(block, "User=" + GetValue(Hive::kUser, kUsage, "GUID").substr(3)));
-      ut.CloseSession(&session);
-      fs::remove(Logs() / Documents().at(0));
+      EXPECT_TRUE(Has(block, "User=" + GetValue(kUsage, "GUID").substr(3)));
     }
-    // The agent may be updated while a host runs.
-    fs::remove(CaseFolder() / "Sendrix2.exe");
-    fs::copy_file(CaseFolder() / "host.exe", CaseFolder() / "Sendrix2.exe");
-    EXPECT_NE(ut.Open(), nullptr);
-    EXPECT_TRUE(Has(Block("UsageVersionInfo"), "Sendrix2.exe=12.34"));
   });
-  EXPECT_EQ(Normalised(GetValue(Hive::kUser, kUsage, "GUID")), "sz:ID1");
+  EXPECT_EQ(Normalised(GetValue(kUsage, "GUID")), "sz:ID1");
 }
 
 // The browser is a copy of the stand-in agent, whose resource names it.
-TEST_F(Probes, DefaultBrowser) {
+TEST_F(HostTest, DefaultBrowser) {
   SwitchLogOn();
   fs::create_directories(CaseFolder() / "My Browser");
   fs::copy_file(CaseFolder() / "Sendrix2.exe", CaseFolder() / "My Browser" / "fire.exe");
   RunHost([](Library& ut) {
     const std::string key = "Software\\Clients\\StartMenuInternet",
-                      user = "Failt to read: HKEY_CURRENT_USER\\",
-                      machine = "Failt to read: HKEY_LOCAL_MACHINE\\",
-                      open = "Failt to open: HKEY_LOCAL_MACHINE\\", command = "\\shell\\open\\command",
+                      user = "DEBUG Failt to read: HKEY_CURRENT_USER\\",
+                      machine = "DEBUG Failt to read: HKEY_LOCAL_MACHINE\\",
+                      open = "DEBUG Failt to open: HKEY_LOCAL_MACHINE\\", command = "\\shell\\open\\command",
                       noUser = user + key + ", wsData is:", noMachine = machine + key + ", wsData is:",
                       found = "Stand-in 5.6.7";
     const std::string program = (CaseFolder() / "My Browser" / "fire.exe").string();
     SetEnvironmentVariableW(L"FIRE", (CaseFolder() / "My Browser").c_str());
     // clang-format off
-    const struct { Hive hive; std::string subkey, value, wanted; Lines log; } steps[] = {
-        {Hive::kUser, "\\Fire" + command, "sz:" + program, " ", {noUser, noMachine, open + key + "\\" + command}},
-        {Hive::kMachine, "", "sz:Fire", " ", {noUser, open + key + "\\Fire" + command}},
-        {Hive::kMachine, "\\Fire" + command, "sz:" + program, found, {noUser}},
-        {Hive::kMachine, "\\Fire" + command, "sz:\"\"" + program + "\"", found, {noUser}},
-        {Hive::kMachine, "\\Fire" + command, "sz:\"" + program + "\" -new", " ", {noUser}},
-        {Hive::kMachine, "\\Fire" + command, "expand:\"%FIRE%\\fire.exe\"", found, {noUser}},
-        {Hive::kUser, "", "sz:Gone", " ", {open + key + "\\Gone" + command}},
-        {Hive::kMachine, "", "sz:Other", " ", {open + key + "\\Gone" + command}},
-        {Hive::kUser, "", "sz:Fire", found, {}}};
+    const struct { std::string hive, subkey, value, wanted; Lines log; } steps[] = {
+        {"HKCU\\", "\\Fire" + command, "sz:" + program, " ", {noUser, noMachine, open + key + "\\" + command}},
+        {"HKLM\\", "", "sz:Fire", " ", {noUser, open + key + "\\Fire" + command}},
+        {"HKLM\\", "\\Fire" + command, "sz:" + program, found, {noUser}},
+        {"HKLM\\", "\\Fire" + command, "sz:\"\"" + program + "\"", found, {noUser}},
+        {"HKLM\\", "\\Fire" + command, "sz:\"" + program + "\" -new", " ", {noUser}},
+        {"HKLM\\", "\\Fire" + command, "expand:\"%FIRE%\\fire.exe\"", found, {noUser}},
+        {"HKCU\\", "", "sz:Gone", " ", {open + key + "\\Gone" + command}},
+        {"HKLM\\", "", "sz:Other", " ", {open + key + "\\Gone" + command}},
+        {"HKCU\\", "", "sz:Fire", found, {}}};
     // clang-format on
     for (const auto& step : steps) {
-      SetValue(step.hive, key + step.subkey, "", step.value);
-      NewLog("DEBUG");
-      void* session = ut.Open();
-      EXPECT_TRUE(Has(Block("SystemInfo"), "DefaultBrowser=" + step.wanted)) << step.value;
-      Lines log = NewLog("DEBUG");
-      log.pop_back();  // the start's success
-      for (std::string& line : log) line.resize(line.find('@'));
+      SetValue(step.hive + key + step.subkey, "", step.value);
+      EXPECT_TRUE(Has(BlockOf(ut, "SystemInfo"), "DefaultBrowser=" + step.wanted)) << step.value;
+      Lines log = NewLog("DEBUG Failt to ");
+      for (std::string& line : log) line.resize(line.find(" @"));
       EXPECT_EQ(log, step.log) << step.value;
-      ut.CloseSession(&session);
-      fs::remove(Logs() / Documents().at(0));
     }
   });
 }
 
-// A host without a version resource has no name; the library and the agent still have theirs.
-TEST_F(Probes, HostWithoutVersionResource) {
+// A host without a version resource has no name; the library and the agent still have theirs. The agent may
+// be updated while a host runs.
+TEST_F(HostTest, VersionResources) {
   const HANDLE update = BeginUpdateResourceW((CaseFolder() / "host.exe").c_str(), TRUE);
   ASSERT_TRUE(EndUpdateResourceW(update, FALSE));
-  RunHost([](Library& ut) { EXPECT_NE(ut.Open(), nullptr); });
-  EXPECT_EQ(Block("ExecutableInfo"), (Lines{"ExecutableBuild=NOVALUE", "ExecutableLanguage=NOVALUE",
-                                            "ExecutableName=NOVALUE", "ExecutableVersion=NOVALUE"}));
-  EXPECT_EQ(Block("UsageVersionInfo"), (Lines{"Sendrix2.exe=5.6.7", "Vantra.dll=1.0.0"}));
+  RunHost([](Library& ut) {
+    EXPECT_EQ(BlockOf(ut, "ExecutableInfo"), (Lines{"ExecutableBuild=NOVALUE", "ExecutableLanguage=NOVALUE",
+                                                    "ExecutableName=NOVALUE", "ExecutableVersion=NOVALUE"}));
+    EXPECT_EQ(BlockOf(ut, "UsageVersionInfo"), (Lines{"Sendrix2.exe=5.6.7", "Vantra.dll=1.0.0"}));
+    fs::remove(CaseFolder() / "Sendrix2.exe");
+    fs::copy_file(CaseFolder() / "Vantra.dll", CaseFolder() / "Sendrix2.exe");
+    EXPECT_EQ(BlockOf(ut, "UsageVersionInfo"), (Lines{"Sendrix2.exe=1.0.0", "Vantra.dll=1.0.0"}));
+  });
+}
+
+// Where a host's demographics are stored, and what a reset takes along.
+TEST_F(HostTest, PlacesOfDemographics) {
+  RemoveKey(kUsage);
+  RunHost([](Library& ut) {
+    const std::string split = std::string(127, 'x') + "\xC3\xA9", tooLong(300, 'k');
+    EXPECT_EQ(ut.SetDemographic("a\\b", nullptr) + ut.SetDemographic("Split", split.c_str()) +
+                  ut.SetNonDefaultDemographic(nullptr, "Age", "4") +
+                  ut.SetNonDefaultDemographic("", "Role", "") +
+                  ut.SetNonDefaultDemographic("Mine", "Age", "5\xE2\x82\xAC") +
+                  ut.SetNonDefaultDemographic("Outer\\Inner", "Age", "6") +
+                  ut.SetNonDefaultDemographic("Gone\\Demographic", "Age", "7") + ut.OptInSet("Gone", -1) +
+                  ut.OptInSet("Gone", -1),
+              0);
+    // The registry takes no key of that length.
+    EXPECT_EQ(ut.SetNonDefaultDemographic(tooLong.c_str(), "Age", "7"), 1);
+  });
+  Surroundings seen = ValuesBelow(kUsage);
+  EXPECT_EQ(seen.erase("Gone\\Date"), 1u);
+  EXPECT_EQ(seen, (Surroundings{{"Demographic\\Age", "sz:4"},
+                                {"Demographic\\Role", "sz:NOVALUE"},
+                                {"Demographic\\Split", "sz:" + std::string(127, 'x') + "\xEF\xBF\xBD"},
+                                {"Demographic\\a\\b", "sz:NOVALUE"},
+                                {"Mine\\Demographic\\Age", "sz:5\xE2\x82\xAC"},
+                                {"Outer\\Inner\\Demographic\\Age", "sz:6"}}));
 }
 
 }  // namespace

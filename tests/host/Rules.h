@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <map>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,53 +15,58 @@
 #include <bcrypt.h>
 // clang-format on
 
+#include "TextRules.h"
+
 namespace vantra::test {
 
 using std::to_string;
-using Text = std::optional<std::string>;  // none for NULL
 
 inline const std::string kUser = "0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9", kDate = "2011-03-04T05:06:07Z";
+inline constexpr size_t kSplitSize = 102'400;
 inline const std::string kPrologue =
     "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<UsageDoc version=\"0.5.4\">\n";
 
-struct Rule {
-  size_t limit;
-  bool isIdentifier = false, mayBeMissing = false, mayHoldBackslash = true;
-};
-inline constexpr Rule kIdentifier{128, true}, kUsageKey{64, false, false, false}, kDemographicKey{64};
-inline constexpr Rule kOptional128{128, false, true}, kOptional512{512, false, true}, kNeeded512{512};
+// What the registry holds, as stage::ValuesBelow lists it, in small letters.
+struct Registry {
+  std::map<std::string, std::string> values;
 
-inline bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-
-struct Checked {
-  std::string value;
-  bool isRefused = false, isCut = false;
-};
-
-inline Checked Check(const Text& text, const Rule& rule) {
-  if (!text || text->empty()) {
-    if (rule.mayBeMissing) return {"NOVALUE"};
-    return {text ? "SK_STR_EMPTY" : "SK_STR_NULL", true};
+  void Store(const std::string& path, const std::string& value) {
+    for (size_t end = path.find('\\'); end < path.size() - 1; end = path.find('\\', end))
+      values.erase(path.substr(0, ++end));
+    values[path] = value;
   }
-  if (!rule.mayHoldBackslash && text->find('\\') != text->npos) return {*text, true};
-  const std::string whole = (rule.isIdentifier && !IsLetter(text->front()) ? "SK_" : "") + *text;
-  std::string value = whole.substr(0, rule.limit);
-  for (char& c : value) {
-    if (rule.isIdentifier && !IsLetter(c) && !(c >= '0' && c <= '9')) c = '_';
+  // Makes a key, which is listed as long as it is empty.
+  void Touch(const std::string& key) {
+    const auto next = values.lower_bound(key + "\\");
+    if (next == values.end() || !next->first.starts_with(key + "\\")) Store(key + "\\", "");
   }
-  return {value, false, value.size() < whole.size()};
+  // The date of its first use.
+  void Stamp(const std::string& key) {
+    if (!values.contains(key + "\\date")) Store(key + "\\date", "sz:TIME");
+  }
+  [[nodiscard]] std::string operator[](const std::string& path) const {
+    const auto found = values.find(path);
+    return found == values.end() ? "" : found->second;
+  }
+};
+
+// The first thing that is not as it should be.
+inline std::string Difference(const std::map<std::string, std::string>& wanted,
+                              const std::map<std::string, std::string>& seen) {
+  const auto [want, see] = std::ranges::mismatch(wanted, seen);
+  const auto tell = [](auto& at, auto& all) {
+    return at == all.end() ? "nothing" : at->first + " = " + at->second;
+  };
+  return want == wanted.end() && see == seen.end() ? ""
+                                                   : tell(see, seen) + " instead of " + tell(want, wanted);
 }
 
 using Named = std::initializer_list<std::pair<const char*, std::string>>;
 
 inline std::string Attributes(Named attributes) {
-  static const std::map<char, std::string> kReferences = {{'&', "&#38;"}, {'<', "&#60;"},  {'>', "&#62;"},
-                                                          {'"', "&#34;"}, {'\'', "&#39;"}, {'\\', "&#92;"}};
   std::string text;
   for (const auto& [name, value] : attributes) {
-    text.append(" ").append(name).append("=\"").append(value.empty() ? "NOVALUE" : "");
-    for (const char c : value) text += kReferences.contains(c) ? kReferences.at(c) : std::string(1, c);
-    text += '"';
+    text.append(" ").append(name).append("=\"").append(Escaped(value)).append("\"");
   }
   return text;
 }
@@ -86,12 +91,15 @@ struct Log {
   int call = 0;
   std::vector<std::pair<std::string, int>> lines;
 
-  void Add(const std::string& level, const std::string& message, int line) {
-    lines.emplace_back(level + " " + message + " @WrapperUTLogData:" + to_string(line), call);
+  void Add(const std::string& level, const std::string& message, int line,
+           const std::string& unit = "WrapperUTLogData") {
+    lines.emplace_back(level + " " + message + " @" + unit + ":" + to_string(line), call);
   }
   // The first line of the written log that is not as wanted.
   [[nodiscard]] std::string Difference(std::vector<std::string> written) const {
-    std::erase_if(written, [](auto& line) { return line.find(" @WrapperUTLogData:") == line.npos; });
+    std::erase_if(written, [](auto& line) {
+      return line.find(" @WrapperUTLogData:") == line.npos && line.find(" @SendrixUtilsWin:") == line.npos;
+    });
     written.resize(std::max(written.size(), lines.size()));
     for (size_t i = 0; i < written.size(); ++i) {
       const auto& [wanted, from] = i < lines.size() ? lines[i] : std::pair("nothing", call);
@@ -103,29 +111,33 @@ struct Log {
   int Debug(const std::string& message, int line) { return Add("DEBUG", message, line), 1; }
 };
 
-// A session, and what its documents must hold.
+// A session, and what those of its documents that are left must hold, with TIME for each time.
 struct Session {
   Log& log;
-  void* handle = nullptr;
-  std::string files, id, product, start;
-  int seq = 0, groups = 0, documents = 1;
+  std::function<bool()>
+      isDelivered;  // whether a document that ends is; else it is deleted, and all before it
+  std::string id, product, start;
+  int seq = 0, groups = 0;
   size_t bytes = 0;
-  struct Wanted {
-    std::string beforeTime, afterTime;
-    int call;
-  };
-  std::vector<Wanted> records;
+  std::vector<std::pair<std::string, int>> records;  // with the numbers of their calls
 
   void Append(const std::string& before, const std::string& after, const std::string& end = "") {
-    records.push_back(
-        {before + " time=\"", "\"" + after + " seq=\"" + to_string(seq++) + "\" />\n" + end, log.call});
-    bytes += records.back().beforeTime.size() + kDate.size() + records.back().afterTime.size();
+    records.emplace_back(before + " time=\"TIME\"" + after + " seq=\"" + to_string(seq++) + "\" />\n" + end,
+                         log.call);
+    bytes += records.back().first.size() + kDate.size() - std::string_view("TIME").size();
+  }
+  // A deleted document's bytes count for the next one, which so is full at its first record.
+  void Finish() {
+    if (isDelivered())
+      bytes = 0;
+    else
+      records.clear();
   }
   void Write(const std::string& element, Named before, Named after = {}, const std::string& end = "") {
     Append("<" + element + Attributes(before), Attributes(after), end);
-    if (bytes < 102'400) return;
+    if (bytes < kSplitSize) return;
     Append("<SplitSession id=\"" + id + "\"", "", "</UsageDoc>\n");
-    bytes = 0, ++documents;
+    Finish();
     Append(kPrologue + "<ResumeSession id=\"" + id + "\"" + product + " SessionStartTime=\"" + start +
                "\" User=\"" + kUser + "\"",
            "");
@@ -182,13 +194,14 @@ struct Session {
     Error("SK_INVALID_GROUPID", to_string(Group("Skylamp", "", "ValidationErrors", "0")));
     return 1;
   }
-  void CloseSession() {
-    log.Info("UTCloseSession", 620);
-    log.Debug("UTCloseSession has valid session", 631);
+  void CloseSession(const std::string& key, int optIn, const std::string& date) {
+    const char* const words[] = {"UNKNOWN", "FALSE", "TRUE"};
     const int group = Group("Skylamp", "", "OptInInfo", "0");
-    Data(group, "Key", "MyProduct"), Data(group, "OptedIn", "TRUE"), Data(group, "Date", kDate);
+    Data(group, "Key", key), Data(group, "OptedIn", words[optIn + 1]);
+    if (!date.empty()) Data(group, "Date", date);
     log.Debug("UTCloseSession Before EndSession: ", 638);
     Write("EndSession", {{"id", id}}, {}, "</UsageDoc>\n");
+    Finish();
     log.Debug("UTCloseSession Success: ", 656);
   }
 };

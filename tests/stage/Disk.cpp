@@ -1,6 +1,6 @@
-#include "stage/Disk.h"
-
 #include <windows.h>
+
+#include "stage/World.h"
 
 namespace vantra::stage {
 namespace {

@@ -1,19 +1,20 @@
-// Reading what the library left behind.
+// Reading what the library left behind: documents by the inspector's reader, the diagnostic log, starts of
+// the agent.
 #pragma once
 
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include "stage/Case.h"
+#include "stage/World.h"
 
 namespace vantra::stage {
 
 using testkit::Record;
 
-// The text of a document, made plain when it is obfuscated. Throws when it starts with the marker and does
-// not end in .rdy, or the other way round; an open .tmp may be either.
+// The text of a document, made plain when it is obfuscated.
 [[nodiscard]] std::string ReadDocument(const Path& path);
+// Its records as a host's tests see them.
+[[nodiscard]] std::vector<Record> Records(std::string_view document);
+// What in the documents of Logs is against their format, but for what a host may make of them: bytes that are
+// no text, records that are too long, documents left open.
+[[nodiscard]] Lines Findings();
 
 // Names of what lies in Logs, without the reports of a changed opt-in.
 [[nodiscard]] Lines Documents();
@@ -21,10 +22,6 @@ using testkit::Record;
 [[nodiscard]] Path OpenFile();
 // The text of the only one of them; throws when there are more, or none.
 [[nodiscard]] std::string OnlyDocument();
-
-[[nodiscard]] std::vector<Record> Records(std::string_view document);
-// The same, with "/" for each end tag. Throws at what is no record, or has something unescaped.
-[[nodiscard]] std::vector<Record> WholeRecords(std::string_view document);
 
 // The text with TIME for every time stamp, and ID1, ID2, ... for GUIDs, numbered as they first appear.
 [[nodiscard]] std::string Normalised(std::string_view text);
@@ -35,8 +32,8 @@ using testkit::Record;
 // The diagnostic log as it is, and as lines "LEVEL message @unit:line".
 [[nodiscard]] std::string RawLog();
 [[nodiscard]] Lines LogLines();
-// The lines of one level since this process last asked for them, as "message@line".
-Lines NewLog(const std::string& level);
+// Those that begin so, of the ones since this process last asked.
+Lines NewLog(std::string_view beginning);
 void SwitchLogOn(std::string_view config = "");
 
 }  // namespace vantra::stage

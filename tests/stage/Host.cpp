@@ -1,22 +1,34 @@
 #include "stage/Host.h"
 
-#include <windows.h>
-
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
-#include <string_view>
-#include <utility>
 
 namespace vantra::stage {
 namespace {
 
-constexpr std::string_view kHostSwitch = "--host";
+void Require(bool holds, const std::string& what) {
+  if (!holds) throw std::runtime_error(what);
+}
 
-struct CloseAny {
-  void operator()(HANDLE handle) const { CloseHandle(handle); }
-};
-using Handle = std::unique_ptr<void, CloseAny>;
+// The place where the module keeps the address of a function that it imports.
+void** FindImport(HMODULE module, const char* function) {
+  auto* const base = reinterpret_cast<char*>(module);
+  const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+  const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+  const DWORD imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+  for (auto* from = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports); from->Name != 0;
+       ++from) {
+    const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + from->OriginalFirstThunk);
+    auto** addresses = reinterpret_cast<void**>(base + from->FirstThunk);
+    for (; names->u1.AddressOfData != 0; ++names, ++addresses) {
+      if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
+      const auto* import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
+      if (std::strcmp(import->Name, function) == 0) return addresses;
+    }
+  }
+  throw std::runtime_error("the library does not import " + std::string(function));
+}
 
 bool HasProcesses(HANDLE job) {
   JOBOBJECT_BASIC_ACCOUNTING_INFORMATION account{};
@@ -26,14 +38,41 @@ bool HasProcesses(HANDLE job) {
 
 }  // namespace
 
-// host.exe --host <case> <address of the body> <the bytes of its state>
+void Overwrite(void* at, const void* bytes, size_t size) {
+  DWORD protection = 0;
+  VirtualProtect(at, size, PAGE_EXECUTE_READWRITE, &protection);
+  std::memcpy(at, bytes, size);
+  VirtualProtect(at, size, protection, &protection);
+}
+
+Library::Library(const Path& file) : module_(LoadLibraryW(file.c_str())) {
+  Require(module_ != nullptr, file.string() + " does not load, error " + std::to_string(GetLastError()));
+  vantra::detail::ForEachFunction(*this, [&](auto& function, const char* name, auto...) {
+    Require(vantra::detail::Take(function, GetProcAddress(module_, name)),
+            std::string(name) + " is not exported");
+  });
+}
+
+void Library::ReplaceImport(const char* name, void* by) {
+  Overwrite(FindImport(module_, name), &by, sizeof by);
+}
+
+void* Library::Open(const char* family, const char* name) {
+  void* session = nullptr;
+  Require(Initialize("MyProduct", false, nullptr) == 0 && SetOptIn(1) == 0 &&
+              StartSession(&session, family, name, "3.1", "412", "en-US") == 0 && session != nullptr,
+          std::string("no session of ") + family + " " + name);
+  return session;
+}
+
+// host.exe --host <address of the body> <the bytes of its state>
 std::optional<int> RunAsHost(int count, char** arguments) {
-  if (count < 4 || arguments[1] != kHostSwitch) return {};
+  if (count < 3 || arguments[1] != std::string_view("--host")) return {};
   try {
-    EnterCaseAsHost(arguments[2]);
+    EnterCaseAsHost();
     std::string state;
-    for (int i = 4; i < count; ++i) state += static_cast<char>(std::stoi(arguments[i]));
-    reinterpret_cast<void (*)(const void*)>(std::stoull(arguments[3]))(state.data());
+    for (int i = 3; i < count; ++i) state += static_cast<char>(std::stoi(arguments[i]));
+    reinterpret_cast<void (*)(const void*)>(std::stoull(arguments[2]))(state.data());
     return 0;
   } catch (const std::exception& failure) {
     std::cerr << "host: " << failure.what() << "\n";
@@ -41,66 +80,43 @@ std::optional<int> RunAsHost(int count, char** arguments) {
   }
 }
 
-struct Host::Handles {
-  Handle process;
-  Handle job;
-};
-
-Host::Host(std::unique_ptr<Handles> handles) : handles_(std::move(handles)) {}
-Host::Host(Host&&) noexcept = default;
-Host::~Host() {
-  if (handles_) TerminateJobObject(handles_->job.get(), 1);
-}
-
-void Host::Kill() { TerminateProcess(handles_->process.get(), 1); }
-
-bool Host::HasEnded() const { return WaitForSingleObject(handles_->process.get(), 0) == WAIT_OBJECT_0; }
-
-uint32_t Host::Wait(std::chrono::seconds limit) {
-  const auto end = std::chrono::steady_clock::now() + limit;
-  while (HasProcesses(handles_->job.get())) {
-    if (std::chrono::steady_clock::now() > end) {
-      TerminateJobObject(handles_->job.get(), 1);
-      throw std::runtime_error("a host has not ended in time");
-    }
-    WaitForSingleObject(handles_->process.get(), 1);
-  }
-  DWORD code = 0;
-  GetExitCodeProcess(handles_->process.get(), &code);
-  return code;
-}
-
-Host LaunchHost(void (*body)(const void*), const void* state, size_t size) {
+Host::Host(void (*body)(const void*), const void* state, size_t size) {
   std::ostringstream command;
-  command << '"' << (CaseFolder() / "host.exe").string() << "\" " << kHostSwitch << ' ' << CaseName() << ' '
-          << reinterpret_cast<uintptr_t>(body);
-  for (size_t i = 0; i < size; ++i)
-    command << ' ' << static_cast<unsigned>(static_cast<const unsigned char*>(state)[i]);
+  command << '"' << (CaseFolder() / "host.exe").string() << "\" --host " << reinterpret_cast<uintptr_t>(body);
+  for (size_t i = 0; i < size; ++i) command << ' ' << int{static_cast<const unsigned char*>(state)[i]};
   STARTUPINFOA startup{.cb = sizeof startup, .dwFlags = STARTF_USESTDHANDLES};
-  for (const auto& [number, handle] :
-       {std::pair{STD_OUTPUT_HANDLE, &startup.hStdOutput}, std::pair{STD_ERROR_HANDLE, &startup.hStdError}}) {
-    *handle = GetStdHandle(number);
-    SetHandleInformation(*handle, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
-  }
+  startup.hStdOutput = GetStdHandle(STD_OUTPUT_HANDLE), startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+  for (const HANDLE output : {startup.hStdOutput, startup.hStdError})
+    SetHandleInformation(output, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
   PROCESS_INFORMATION process{};
   const auto start = [&] {
     return CreateProcessA(nullptr, command.str().data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
                           nullptr, &startup, &process) != FALSE;
   };
   // Once in thousands of times Wine fails to start a process while others end.
-  if (!start() && (GetLastError() != ERROR_INTERNAL_ERROR || (Sleep(100), !start()))) {
-    throw std::runtime_error("host.exe does not start, error " + std::to_string(GetLastError()));
-  }
+  Require(start() || (GetLastError() == ERROR_INTERNAL_ERROR && (Sleep(100), start())),
+          "host.exe does not start");
+  process_.reset(process.hProcess);
   // The job holds the agents too. What serves the desktop must not be in it: it would never end.
   GetSystemMetrics(SM_CMONITORS);
-  Handle job(CreateJobObjectW(nullptr, nullptr));
-  if (!AssignProcessToJobObject(job.get(), process.hProcess)) {
-    TerminateProcess(process.hProcess, 1);
-    throw std::runtime_error("host.exe gets no job, error " + std::to_string(GetLastError()));
-  }
+  job_.reset(CreateJobObjectW(nullptr, nullptr));
+  if (!AssignProcessToJobObject(job_.get(), process.hProcess)) Kill();
   ResumeThread(process.hThread);
   CloseHandle(process.hThread);
-  return Host(std::unique_ptr<Host::Handles>(new Host::Handles{Handle(process.hProcess), std::move(job)}));
+}
+
+uint32_t Host::Wait(std::chrono::seconds limit) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (HasProcesses(job_.get()) || !HasEnded()) {
+    if (std::chrono::steady_clock::now() > end) {
+      TerminateJobObject(job_.get(), 1);
+      throw std::runtime_error("a host has not ended in time");
+    }
+    WaitForSingleObject(process_.get(), 1);
+  }
+  DWORD code = 0;
+  GetExitCodeProcess(process_.get(), &code);
+  return code;
 }
 
 }  // namespace vantra::stage

