@@ -1,4 +1,5 @@
 // vantra-inspect: shows, checks and exports what was recorded.
+#include <algorithm>
 #include <exception>
 
 #include "Entries.h"
@@ -15,8 +16,9 @@ int vantra::Main(std::vector<std::string> arguments) {
   Run chosen;
   for (const AddVerb add : {AddList, AddShow, AddCheck, AddExport, AddReport, AddDoctor, AddPrivacy})
     add(app, chosen);
+  const auto isCalledSo = [&](const CLI::App* verb) { return verb->check_name(arguments.back()); };
   if (!arguments.empty() && !arguments.back().starts_with('-') &&
-      app.get_subcommand_no_throw(arguments.back()) == nullptr) {
+      std::ranges::none_of(app.get_subcommands({}), isCalledSo)) {
     Say("no verb is called " + Visible(arguments.back()) + "; --help lists them");
     return kUnreadable;
   }
