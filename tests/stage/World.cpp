@@ -78,6 +78,8 @@ void EnterNewCase() {
   HKEY providers = nullptr;
   RegOpenKeyW(HKEY_LOCAL_MACHINE, kProviders, &providers);
   Enter(world->Folder());
+  SetValue("HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
+           "Common AppData", "sz:" + (folder / "ProgramData").string());
   HKEY copy = nullptr;
   RegCreateKeyW(HKEY_LOCAL_MACHINE, kProviders, &copy);
   RegCopyTreeW(providers, nullptr, copy);
