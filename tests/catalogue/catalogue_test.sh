@@ -119,16 +119,18 @@ same_code() {
 # The page and the comparison of two versions; a file is written whole, or not at all, and only when it changes.
 files() {
   run 0 document "$here/host.toml" -o page.md
-  grep -q '^- Kept: 13 \\| months$' page.md && grep -q '^| IsBig | boolean | p | Drawing | 1.0 | 2026-05-28 | 13 \\| months |$' page.md || fail "$(cat page.md)"
+  grep -q '^- Kept: 13 \\| months$' page.md && grep -q '^| Circles | integer | p | Drawing | 1.0 | 2099-01-01 |' page.md &&
+    grep -q '^| IsBig | boolean | p | Drawing | 1.0 | 2026-05-28 | 13 \\| months |$' page.md || fail "$(cat page.md)"
   run 0 document "$source/tools/demo/events.toml"
   diff output "$source/tools/demo/telemetry.md" || fail "the demo's page is of another catalogue"
   touch -d 2001-01-01 page.md
   run 0 document "$here/host.toml" -o page.md
   [ "$(date -r page.md +%Y)" = 2001 ] || fail "written anew"
   run 0 diff "$here/host.toml" "$here/host.toml"
-  sed 's/type = "boolean"/type = "text"/; s/"dark", //; s/owner = "Drawing"/owner = "UI"/' "$here/host.toml" >host.toml
+  sed 's/type = "boolean"/type = "text"/; s/"dark", //; s/owner = "Drawing"/owner = "UI"/; s/AcmeDraw/AcmePaint/' "$here/host.toml" >host.toml
   run 1 diff "$here/host.toml" host.toml
   says 'removed (breaking): option Theme / dark'
+  says 'changed (breaking): product: usage-key was "AcmeDraw", is "AcmePaint"'
   says 'changed (breaking): value Drawing / <Theme> / Shapes / IsBig: type was "boolean", is "text"'
   says 'changed: event File / Open: owner was "Drawing", is "UI"'
   "$catalog" document host.toml >/dev/full 2>output && fail "a full disk is no failure"
@@ -161,6 +163,7 @@ END
   sed 's/^name = "Draw"/name = "Paint"/' "$here/host.toml" >other.toml
   run 0 check other.toml documents
   says 'others, left out: 2'
+  [ "$(grep -c ^missing: output)" = 4 ] || fail "other things missing"
 }
 
 "$1"

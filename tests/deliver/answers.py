@@ -54,6 +54,10 @@ def case_answers():
     configure(idle.url)
     agent(code=0)
     check(len(idle.requests) == 1 and not said(), "another server does not wait, and nothing is said")
+    configure(busy.url, retries=0)
+    make_documents(1)
+    agent(code=1)
+    check(len(busy.requests) == 3, "an answer ends the wait")
 
 
 def case_connections():

@@ -78,7 +78,9 @@ def case_queue():
     # Each byte of a request stands in the page on privacy.
     configure((server := Server(answer(201))).url, authorization="Basic YTpi")
     make_documents(1)
+    (DATA / "Sendrix2.state.9.tmp").touch()  # of an agent that was killed
     agent(code=0)
+    check(not list(DATA.glob("*.tmp")), "a temporary file stays")
     check(re.fullmatch(page_lines("PUT"), server.requests[0][0]), server.requests[0][0])
     check(server.requests[0][1][3:8] == bytes(5), "a name or a time is in the gzip header")
 
@@ -103,9 +105,9 @@ def case_queue():
     check(waiting() == before, "the policy is not kept")
     registry(policy, "enabled", "1", "REG_DWORD")
     old.unlink()
-    crash, *_ = others
-    server = sends([crash, others[1], crash], act(lambda: (LOGS / crash).write_bytes(b"another crash")))
-    check(gzip.decompress(server.requests[2][1]) == b"another crash" and not waiting(), "a new crash document is lost")
+    crash, anew = others[0], documents[others[0]][::-1]
+    server = sends([crash, others[1], crash], act(lambda: (LOGS / crash).write_bytes(anew)))
+    check(gzip.decompress(server.requests[2][1]) == anew and not waiting(), "a new crash document is lost")
 
     # One agent at a time, which looks once more before it ends.
     one, two = list(make_documents(1)), []

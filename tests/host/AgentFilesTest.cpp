@@ -44,6 +44,12 @@ std::string Date(int day) {
   return std::to_string(local.wYear) + "-" + std::to_string(local.wMonth) + "-" + std::to_string(local.wDay);
 }
 
+BOOL WINAPI TellOldFolders(const wchar_t* path, GET_FILEEX_INFO_LEVELS level, void* info) {
+  const BOOL isThere = GetFileAttributesExW(path, level, info);
+  static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(info)->ftCreationTime = {};
+  return isThere;
+}
+
 TEST_F(HostTest, ConfigIsSynchronisedCheckedAndWrittenBack) {
   WriteFile(AgentFolder() / "Sendrix2.cfg.4294967280.tmp", "of a process that was killed");
   RunHost([](Library& ut) {
@@ -69,6 +75,10 @@ TEST_F(HostTest, ConfigIsSynchronisedCheckedAndWrittenBack) {
       EXPECT_EQ(Starts(ut), row.starts) << row.user;
       EXPECT_EQ(fs::is_directory(UserFile()) ? kFolder : ReadFile(UserFile()), row.left) << row.user;
     }
+    // A file that comes into an old host folder makes no new installation.
+    Put(CaseFolder() / "Sendrix2.cfg", x, 3), Put(UserFile(), kOff, 2);
+    ut.Replace("GetFileAttributesExW", &TellOldFolders);
+    EXPECT_FALSE(Starts(ut));
   });
   EXPECT_EQ(FilesIn(AgentFolder()), (Lines{"Logs", "Sendrix2.cfg"}));
 }
@@ -150,6 +160,7 @@ TEST_F(HostTest, ProtectedMode) {
   for (const char* name : {"1.log", "2.log", "3.txt"}) WriteFile(logs / name, std::string(6 << 20, 'x'));
   fs::last_write_time(logs / "2.log", fs::last_write_time(logs / "1.log") - std::chrono::hours(1));
   SetValue(kUsage, "send", "sz:1");
+  WriteFile(CaseFolder() / "ieframe.dll", "in the place of the platform's");
   RunHost([](Library& ut) {
     ut.Replace("GetProcAddress", &FindFunction);
     void* session = ut.Open();
@@ -162,23 +173,30 @@ TEST_F(HostTest, ProtectedMode) {
   EXPECT_EQ(AgentStarts(), Lines());
 }
 
+// The path of a host beside an agent, cut off.
+DWORD WINAPI TellCutName(HMODULE, wchar_t* name, DWORD size) {
+  return name[(CaseFolder() / "host").wstring().copy(name, size)] = L'\0', size;
+}
+
 TEST_F(HostTest, AgentIsTheFirstHit) {
   SwitchLogOn();
   fs::remove(CaseFolder() / "Sendrix2.exe");
-  for (const char* folder : {"A", "B", "C\\Sendrix2.exe"}) fs::create_directories(CaseFolder() / folder);
+  for (const char* folder : {"Ä", "B", "C\\Sendrix2.exe"})
+    fs::create_directories(CaseFolder() / Wide(folder));
   SetValue(kUsage, "Agent", "sz:" + (CaseFolder() / "B").string());
   SetValue(kUsage, "send", "sz:1");
   SetValue(std::string(kUsage) + "\\Agent", "OptIn", "dword:0");  // a usage key, and no trace of an agent
   RunHost([](Library& ut) {
     // clang-format off
     const struct { const char *folder, *added, *found; } rows[] = {
-        {nullptr, nullptr, nullptr}, {nullptr, "B", "B"}, {nullptr, ".", "."}, {"A", nullptr, "."}, {nullptr, "A", "A"},
-        {"", nullptr, "."}, {"A\\", nullptr, "A"}, {"C", nullptr, "."}};
+        {nullptr, nullptr, nullptr}, {nullptr, "B", "B"}, {nullptr, ".", "."}, {"Ä", nullptr, "."}, {nullptr, "Ä", "Ä"},
+        {"", nullptr, "."}, {"Ä\\", nullptr, "Ä"}, {"C", nullptr, "."}};
     // clang-format on
     for (const auto& [folder, added, found] : rows) {
-      if (added) WriteFile(CaseFolder() / added / "Sendrix2.exe", "no program");
+      if (added) WriteFile(CaseFolder() / Wide(added) / "Sendrix2.exe", "no program");
       fs::current_path(CaseFolder());
       ut.Initialize("MyProduct", false, folder);
+      EXPECT_EQ(ut.Initialize("a\\b", false, "C"), 1);  // changes nothing
       fs::current_path(AppData());
       ut.SetOptIn(1);
       void* session = nullptr;
@@ -188,10 +206,15 @@ TEST_F(HostTest, AgentIsTheFirstHit) {
       const Lines log = NewLog("INFO Sendrix2 Path: ");
       EXPECT_EQ(log.empty(), found == nullptr);
       for (const std::string& line : log) {
-        const Path path = (CaseFolder() / found / "Sendrix2.exe").lexically_normal();
-        EXPECT_EQ(line, "INFO Sendrix2 Path: \"" + path.string() + "\" @SendrixUtilsWin:182");
+        const Path path = (CaseFolder() / Wide(found) / "Sendrix2.exe").lexically_normal();
+        EXPECT_EQ(line, "INFO Sendrix2 Path: \"" + Utf8(path.wstring()) + "\" @SendrixUtilsWin:182");
       }
     }
+    ut.Replace("GetModuleFileNameW", &TellCutName);
+    ut.Initialize("MyProduct", false, "");
+    NewLog("");
+    EXPECT_NE(ut.Open(), nullptr);
+    EXPECT_NE(NewLog("INFO Sendrix2 Path: ").at(0).find("\\B\\Sendrix2.exe\""), std::string::npos);
   });
   EXPECT_EQ(GetValue(std::string(kUsage) + "\\Agent", "OptIn"), "dword:0");
 }

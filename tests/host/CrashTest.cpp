@@ -36,14 +36,17 @@ void* OpenWatched(Library& ut, const char* name = "Draw", int isWatched = 0xFE) 
   return session;
 }
 
-using Entry = std::array<unsigned char, 16>;
+using Entry = std::array<unsigned char, 17>;  // the first bytes, and the protection of their page
 
 void* EntryOfTheSetter() {
   return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32"), "SetUnhandledExceptionFilter"));
 }
 Entry EntryBytes() {
   Entry bytes;
-  std::memcpy(bytes.data(), EntryOfTheSetter(), bytes.size());
+  std::memcpy(bytes.data(), EntryOfTheSetter(), bytes.size() - 1);
+  MEMORY_BASIC_INFORMATION page;
+  VirtualQuery(EntryOfTheSetter(), &page, sizeof page);
+  bytes.back() = static_cast<unsigned char>(page.Protect);
   return bytes;
 }
 
@@ -118,7 +121,8 @@ struct CrashRow {
 // clang-format off
 const CrashRow kCrashes[] = {
     {"MainThread", [] { CrashIn([](auto& ut, auto*) { OpenWatched(ut, "Paint"); }); }, kBoth},
-    {"OtherThread", [] { CrashIn([](auto& ut, auto*) { OpenWatched(ut, "Paint"), std::thread(WriteNowhere).join(); }); },
+    {"OtherThread", [] { CrashIn([](auto& ut, auto*) { OpenWatched(ut, "Paint");
+       SetValue(kUsage, "obfuscate", "sz:0"), std::thread(WriteNowhere).join(); }); },
      {"Draw.rdy", "Draw_0.tmp", "Paint.rdy", "Paint_0.tmp", "other.xml"}, kViolation, "sz:1"},
     {"InsideACall", [] { CrashIn([](auto& ut, auto* session) {
        ut.AddToSession(session, reinterpret_cast<const char*>(uintptr_t{16}), "value"); }); }, kDraw},

@@ -49,6 +49,23 @@ TEST_F(Fault, NamesThatNoFileCanHave) {
   });
 }
 
+HRESULT WINAPI TellNoFolder(HWND, int, HANDLE, DWORD, wchar_t*) { return E_FAIL; }
+
+// Without a known folder nothing is written, reported or deleted, least of all at the root of the drive.
+TEST_F(Fault, FolderUnknown) {
+  RunHost([](Library& ut) {
+    fs::current_path("C:\\");
+    WriteFile("kept", "x");
+    const Lines before = FilesIn("C:\\");
+    ut.Replace("SHGetFolderPathW", &TellNoFolder);
+    void* session = ut.Open("Acme", "Report");
+    UseSession(ut, session);
+    ut.SetOptIn(0);
+    EXPECT_EQ(ut.CloseSession(&session), 0);
+    EXPECT_EQ(FilesIn("C:\\"), before);
+  });
+}
+
 // A document that cannot get its final name stays as it is, and the agent starts.
 TEST_F(Fault, FinalNameTaken) {
   SetValue(kUsage, "send", "sz:1");
@@ -70,8 +87,12 @@ TEST_F(Fault, DeletedWhileItIsRead) {
     WriteFile(Logs() / "other.xml", "x");
     fs::permissions(Logs() / "other.xml", fs::perms::owner_read);
     SetValue(std::string(kUsage) + "\\MyProduct", "OptIn", "sz:0");
-    const HANDLE reader = CreateFileW(OpenFile().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                      nullptr, OPEN_EXISTING, 0, nullptr);
+    const auto open = [](DWORD access) {
+      return CreateFileW(OpenFile().c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                         nullptr, OPEN_EXISTING, 0, nullptr);
+    };
+    EXPECT_TRUE(open(GENERIC_WRITE) == INVALID_HANDLE_VALUE && open(DELETE) == INVALID_HANDLE_VALUE);
+    const HANDLE reader = open(GENERIC_READ);
     for (uintmax_t size = 0; fs::file_size(OpenFile()) >= size;) {
       size = fs::file_size(OpenFile());
       EXPECT_EQ(ut.AddToSession(session, "filler", std::string(500, 'x').c_str()), 0);
@@ -115,6 +136,19 @@ TEST_F(Fault, SmallVolume) {
     EXPECT_EQ(Documents().size(), size == 10'485'760 ? 0u : 1u);
     EXPECT_TRUE(Unmount(Logs()));
   }
+}
+
+LSTATUS WINAPI RefuseValue(HKEY, const wchar_t*, DWORD, DWORD, const BYTE*, DWORD) {
+  return ERROR_ACCESS_DENIED;
+}
+
+TEST_F(Fault, RegistryRefuses) {
+  SwitchLogOn();
+  RunHost([](Library& ut) {
+    ut.Replace("RegSetValueExW", &RefuseValue);
+    EXPECT_EQ(ut.OptInSet("Key", 1), 1);
+    EXPECT_EQ(NewLog("DEBUG "), Lines{"DEBUG OptInSet failed Key @WrapperUTLogData:951"});
+  });
 }
 
 size_t allocations;  // that go well until one fails

@@ -1,5 +1,6 @@
 // What a session leaves on disk.
 #include "HostTest.h"
+#include "reader/Files.h"
 
 namespace vantra::test {
 namespace {
@@ -95,7 +96,7 @@ TEST_F(HostTest, WholeDocumentPlainAndObfuscated) {
       EXPECT_EQ(ut.NewDataGroup(session, "Drawing", "Size", "Shapes", &group, nullptr, 0), 0);
       EXPECT_EQ(group, 7u);
       EXPECT_EQ(ut.AddToGroup(session, group, "Circles", ""), 0);
-      EXPECT_TRUE(OpenFile().string().ends_with("_0.tmp"));
+      EXPECT_TRUE(OpenFile().string().ends_with("_0.tmp") && reader::IsBeingWritten(OpenFile().string()));
       EXPECT_EQ(ut.CloseSession(&session), 0);
       EXPECT_EQ(session, nullptr);
     });

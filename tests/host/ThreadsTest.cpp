@@ -2,6 +2,7 @@
 #include <windows.h>
 // After windows.h.
 #include <tlhelp32.h>
+#include <wincrypt.h>
 
 #include <algorithm>
 #include <atomic>
@@ -74,18 +75,25 @@ ptrdiff_t CountThreads() {
   return count;
 }
 
-// Blocks of memory that the library has from the C runtime.
-std::atomic<ptrdiff_t> blocks;
-void* Allocate(size_t size) { return ++blocks, std::malloc(size); }
-void* AllocateZeros(size_t count, size_t size) { return ++blocks, std::calloc(count, size); }
+// Bytes that the library has from the C runtime, and its hash objects.
+std::atomic<ptrdiff_t> bytes;
+void* Count(void* block) { return bytes += static_cast<ptrdiff_t>(_msize(block)), block; }
+void* Allocate(size_t size) { return Count(std::malloc(size)); }
+void* AllocateZeros(size_t count, size_t size) { return Count(std::calloc(count, size)); }
 void Free(void* block) {
-  blocks -= block != nullptr;
+  if (block != nullptr) bytes -= static_cast<ptrdiff_t>(_msize(block));
   std::free(block);
 }
+
+BOOL WINAPI CreateHash(HCRYPTPROV provider, ALG_ID kind, HCRYPTKEY key, DWORD flags, HCRYPTHASH* hash) {
+  return ++bytes, CryptCreateHash(provider, kind, key, flags, hash);
+}
+BOOL WINAPI DestroyHash(HCRYPTHASH hash) { return --bytes, CryptDestroyHash(hash); }
 
 struct CountedLibrary : Library {
   CountedLibrary() {
     Replace("malloc", &Allocate), Replace("calloc", &AllocateZeros), Replace("free", &Free);
+    Replace("CryptCreateHash", &CreateHash), Replace("CryptDestroyHash", &DestroyHash);
   }
 };
 
@@ -108,10 +116,10 @@ TEST_F(HostTest, LoadAndUnload) {
     size_t handles = 0;
     ptrdiff_t threads = 0;
     CountedLibrary();
-    const ptrdiff_t loading = blocks.exchange(0);
+    const ptrdiff_t loading = bytes.exchange(0);
     for (int i = 0; i < 30; ++i) {
       if (i == 6) handles = Handles().size(), threads = CountThreads();
-      EXPECT_EQ(blocks.exchange(0), i == 0 ? 0 : loading);
+      EXPECT_EQ(bytes.exchange(0), i == 0 ? 0 : loading);
       WriteFile(AgentFolder() / "Sendrix2.cfg", "#");
       CountedLibrary ut;
       ut.Initialize("MyProduct", true, nullptr);
@@ -120,6 +128,10 @@ TEST_F(HostTest, LoadAndUnload) {
       void* session = nullptr;
       if (ut.StartSession(&session, "Acme", "Draw", "3.1", nullptr, nullptr) != 0) continue;
       EXPECT_EQ(ut.LogEvent(session, "a", "b", "c", "document", 8), 0);
+      // A text that is cut is recorded whole, and no longer kept.
+      const ptrdiff_t before = bytes;
+      EXPECT_EQ(ut.AddToSession(session, std::string(1 << 20, 'x').c_str(), "value"), 0);
+      EXPECT_LT(bytes - before, 1 << 16);
       EXPECT_NE(std::string(setter, 32), entry);
       EXPECT_EQ(ut.CloseSession(&session), 0);
     }
@@ -130,17 +142,41 @@ TEST_F(HostTest, LoadAndUnload) {
   });
 }
 
+BOOL WINAPI NoteInheritance(const wchar_t*, wchar_t*, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*,
+                            BOOL inherits, DWORD, void*, const wchar_t*, STARTUPINFOW*,
+                            PROCESS_INFORMATION*) {
+  return Progress() += inherits ? 100 : 1, FALSE;
+}
+
 // A program that the host starts gets nothing that the library holds: it would keep the document from its
-// name.
+// name. The agent gets nothing of the host.
 TEST_F(HostTest, NothingIsInherited) {
   SwitchLogOn();
+  SetValue(kUsage, "send", "sz:1");
   RunHost([](Library& ut) {
+    ut.Replace("CreateProcessW", &NoteInheritance);
     const auto inheritable = [] {
       return std::ranges::count(Handles(), true, &std::pair<size_t, bool>::second);
     };
     const auto before = inheritable();
     EXPECT_NE(ut.Open(), nullptr);
     EXPECT_EQ(inheritable(), before);
+    EXPECT_EQ(Progress(), 1);
+  });
+}
+
+// At the end of a process others may still call, when the library has nothing any more.
+TEST_F(HostTest, CallsAfterTheEnd) {
+  RunHost([](Library& ut) {
+    EXPECT_NE(ut.Open(), nullptr);
+    auto* const base = reinterpret_cast<char*>(GetModuleHandleW(L"Vantra.dll"));
+    const auto* const header =
+        reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    reinterpret_cast<BOOL(WINAPI*)(void*, DWORD, void*)>(base + header->OptionalHeader.AddressOfEntryPoint)(
+        base, DLL_PROCESS_DETACH, base);
+    EXPECT_EQ(ut.OptInGet("MyProduct"), -1);
+    EXPECT_EQ(ut.SetDemographic("Age", "7"), 1);
+    TerminateProcess(GetCurrentProcess(), HasFailure());
   });
 }
 

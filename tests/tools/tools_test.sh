@@ -28,9 +28,9 @@ holds() { [ "$(cat "$1")" = "$2" ] || fail "$1 does not hold $2"; }
 demo_documents() { ls "$data/Logs"/ulog_Vantra_Demo_* "$outbox"/ulog_Vantra_Demo_* 2>/dev/null || true; }
 decoded() { tail -c +21 "$1" | tr '!-~' 'P-~!-O'; }
 make_tree() {
-  mkdir -p tree/sub tree/.git tree/Build
-  printf 'a\n\n \t\nb' >tree/private.cpp
-  printf 'c\n' | tee tree/sub/x.CPP tree/.git/skipped.cpp tree/Build/skipped.cpp >/dev/null
+  mkdir -p tree/sub tree/.git tree/Build tree/out
+  printf 'a\n\n \t\r\nb' >tree/private.cpp
+  printf 'c\n' | tee tree/sub/x.CPP tree/.git/skipped.cpp tree/Build/skipped.cpp tree/out/skipped.cpp >/dev/null
   printf 'd\0\n' >tree/data.txt
 }
 
@@ -67,14 +67,18 @@ demo_records() {
   make_tree
   run 0 Sendrix2.exe
   run 0 vantra-demo.exe --consent yes tree
-  says '^C++  *2  *5  *2  *9$'
+  says '^C++  *2  *5  *2  *10$'
   says '^Binary  *1  *0  *0  *3$'
   says '^Total  *3 '
   says '<EndSession '
   decoded "$(demo_documents)" >document
+  says "^  \.\.\. $(($(wc -l <document) - 14)) more lines"
+  grep -q '<DataRec .*group="1" name="Files" data="3"' document || fail "not three files"
   grep -q '<DataRec .*name="Lines" data="4"' document || fail "no record of four lines"
   grep -q '<EventRec doc="[0-9a-f]\{32\}" category="File" subcategory="C++"' document || fail "no event"
   ! grep -q private document || fail "a file's name is in the document"
+  age=$(($(date +%s) - $(date -d "$(sed -n 's/^<EndSession .* time="\([^"]*\)".*/\1/p' document)" +%s)))
+  [ "$age" -ge 0 ] && [ "$age" -lt 600 ] || fail "ended $age s ago"
 }
 demo_declines() {
   make_tree
@@ -82,6 +86,8 @@ demo_declines() {
   says 'no Logs folder'
   run 0 Sendrix2.exe
   run 0 vantra-demo.exe --consent no tree
+  run 0 vantra-demo.exe tree </dev/null
+  ! grep -q 'Your answer' output || fail "asked again"
   says '^Total  *3 '
   says 'SKLog.config'
   [ -z "$(demo_documents)" ] || fail "a document was written"
@@ -119,8 +125,9 @@ inspect_tells() {
   run 1 vantra-inspect.exe check --json in
   says '_2.rdy".*"rule":"name"'
   says '"offset":4425,"rule":"open"'
+  head -n 20 "$example" >"in/sub/${a}_0.tmp" # an older copy
   run 0 vantra-inspect.exe list in
-  says 'incomplete .*ba75520a-'
+  says 'incomplete *2 *88 .*ba75520a-'
   head -c 100000000 /dev/zero | gzip >in/bomb.xml.gz
   gzip -c "$example" | head -c 900 >in/sub/cut.xml.gz
   status=0
@@ -132,8 +139,16 @@ inspect_tells() {
     says '^vantra-inspect: .* rows of .* documents, 2 malformed records left out'
   done
   cmp rows1.csv rows3.csv
-  run 0 vantra-inspect.exe export --partition day -o days "in/${a}_0.xml" "in/${b}_0.tmp"
-  [ "$(cat days/day=2026-11-24/records.ndjson | wc -l)/$(ls days | wc -l)" = 44/2 ] || fail "not two days of rows"
+  run 0 vantra-inspect.exe export --to csv --partition day -o days "in/${a}_0.xml" "in/${b}_0.tmp" "in/sub/$b.xml"
+  [ "$(wc -l <days/day=2026-11-24/records.csv)/$(ls days | wc -l)" = 47/2 ] || fail "not two days of rows"
+  # What a damaged document lacks, the next one tells.
+  mkdir damaged
+  sed 4,30d "$example" >"damaged/${a}_0.xml"
+  cp "$example" "damaged/${a}_1.xml"
+  run 0 vantra-inspect.exe export damaged
+  ! grep -q '"family":null' output || fail "rows without a product"
+  cp "$example" odd.txt
+  run 2 vantra-inspect.exe export -o ./odd.txt odd.txt
   run 2 vantra-inspect.exe check nothing.xml NUL
   says 'vantra-inspect: cannot read nothing.xml: File not found'
   says 'cannot read NUL: it is a pipe or a device'
@@ -150,9 +165,9 @@ inspect_shows() {
   says '"group":1,.*"name":"Session",.*"values":\[{"name":"Theme","value":"dark"},'
   run 0 vantra-inspect.exe show --json --since 2026-11-25 "Z:$example"
   [ ! -s output ] || fail "a day without records has some"
-  printf '<EventRec doc="0" category="a\033[2J" subcategory="NOVALUE" name="\342\200\256x" time="2026-11-24T22:02:41Z" seq="0" />\n' >odd.xml
+  printf '<EventRec doc="0" category="a\033[2J" subcategory="NOVALUE" name="\342\200\256x\342\201\251" time="2026-11-24T22:02:41Z" seq="0" />\n' >odd.xml
   run 0 vantra-inspect.exe show odd.xml
-  says 'event  *a\\x1b\[2J / \\xe2\\x80\\xaex$'
+  says 'event  *a\\x1b\[2J / \\xe2\\x80\\xaex\\xe2\\x81\\xa9$'
   run 2 vantra-inspect.exe show --until tomorrow odd.xml
   run 2 vantra-inspect.exe show dead odd.xml
   # While a host records, and the agent takes what is finished.
@@ -167,10 +182,12 @@ inspect_shows() {
 inspect_reports() {
   hostile='\&#60;/script\&#62;\&#60;!--\&#60;script\&#62;'  # as a replacement of sed's
   sed "s|\"File\"|\"$hostile\"|; s|\"Draw\"|\"$hostile\"|; s|\"en-US\"|\"$hostile\"|g" "$source/docs/usage-document-example.xml" >in.xml
+  echo damage >>in.xml
   run 0 vantra-inspect.exe report --json in.xml
   says '{"table":"events",.*"product":"</script><!--<script>",.*"category":"</script>.*"name":"Save","count":1}'
   says '{"table":"machines",.*"entry":"Memory","value":"24 GiB","sessions":1}'
   run 0 vantra-inspect.exe report -o page.html in.xml
+  grep -q '"malformed":1,' page.html || fail "the damage is not told"
   [ "$(grep -c '<script' page.html)/$(grep -c '</script' page.html)" = 2/2 ] || fail "a text has become a script"
   sed -n '/^<script>/,/^<\/script>/p' page.html | sed '1s/<script>//' | head -c -1 >script
   digest=$(head -c "$(($(wc -c <script) - 9))" script | sha256sum | cut -c-64 | tr a-f A-F | basenc --base16 -d | base64)
@@ -190,13 +207,14 @@ inspect_diagnoses() {
     cmp before after || fail "the doctor changed something"
     says "$line"
   }
-  mkdir -p "$data"
-  finds 1 '^drops  *Logs' --key VantraDemo
   wine Sendrix2.exe
   finds 1 '^refuses  *consent  *the user has not chosen' --key VantraDemo
   finds 0 'Sessions start and are written' --key VantraDemo --release-state 0
   wine reg add "$usage\\VantraDemo" /v OptIn /t REG_SZ /d 1 /f
   finds 0 '^open  *identifier  *none yet' --key VantraDemo
+  rmdir "$data/Logs"
+  finds 1 '^drops  *Logs' --key VantraDemo
+  mkdir "$data/Logs"
   finds 1 'the log says "gsPrefx: "' --key 'a\b'
   finds 0 '^unknown  *consent'
   printf '[ULOG]\nStatus=Disabled\n' >Sendrix2.cfg
@@ -222,6 +240,7 @@ inspect_erases() {
   run 0 vantra-demo.exe --consent yes tree
   mkdir -p "$low/Tolvex/Sendrix2/Logs"
   cp "$(demo_documents)" "$low/Tolvex/Sendrix2/Logs"
+  chmod 444 "$low"/Tolvex/Sendrix2/Logs/*
   # What the documents promise is what the program looks at, and what is on disk.
   run 0 vantra-inspect.exe privacy --json
   sed 's/.*"place":"\([^"]*\)".*/\1/; s/\\\\/\\/g; s/C:\\users\\[^\\]*\\AppData\\Roaming/%APPDATA%/; s/C:\\users\\[^\\]*/%USERPROFILE%/' output | sort -u >places

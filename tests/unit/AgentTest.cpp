@@ -132,6 +132,7 @@ TEST(Agent, ReadsRetryAfter) {
     for (const char* const text : texts)
       EXPECT_EQ(ParseRetryAfter(text, kNow).value_or(seconds(kNone)).count(), wanted) << text;
   }
+  EXPECT_EQ(ParseRetryAfter("Sunday, 06-Nov-94 08:49:37 GMT", 1'800'000'000), seconds(0));
 }
 
 TEST(Agent, Pauses) {
