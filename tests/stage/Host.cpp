@@ -94,13 +94,16 @@ Host::Host(void (*body)(const void*), const void* state, size_t size) {
                           nullptr, &startup, &process) != FALSE;
   };
   // Once in thousands of times Wine fails to start a process while others end.
-  Require(start() || (GetLastError() == ERROR_INTERNAL_ERROR && (Sleep(100), start())),
-          "host.exe does not start");
+  if (!start() && (GetLastError() != ERROR_INTERNAL_ERROR || (Sleep(100), !start())))
+    throw std::runtime_error("host.exe does not start, error " + std::to_string(GetLastError()));
   process_.reset(process.hProcess);
   // The job holds the agents too. What serves the desktop must not be in it: it would never end.
   GetSystemMetrics(SM_CMONITORS);
   job_.reset(CreateJobObjectW(nullptr, nullptr));
-  if (!AssignProcessToJobObject(job_.get(), process.hProcess)) Kill();
+  if (!AssignProcessToJobObject(job_.get(), process.hProcess)) {
+    Kill();
+    throw std::runtime_error("host.exe gets no job, error " + std::to_string(GetLastError()));
+  }
   ResumeThread(process.hThread);
   CloseHandle(process.hThread);
 }
