@@ -13,6 +13,11 @@ ROWS = """SELECT DISTINCT session, user, product, version, kind, category, subca
 WHERE origin = 'session' AND cityHash64(document, arrived) IN (SELECT * FROM usage.latest_local)
 ORDER BY session, seq"""
 
+LONGER = b"""<EventRec doc="" category="a" subcategory="b" name="c" time="2026-11-24T22:02:41Z" seq="9997" />
+<NewGroup category="Skylamp" subcategory="NOVALUE" name="ValidationErrors" time="2026-11-24T22:02:41Z" group="999" doc="" seq="9998" />
+<DataRec time="2026-11-24T22:02:41Z" group="999" name="ErrorType" data="a" seq="9999" />
+"""
+
 
 def inspect(*arguments):
     return engines.run("vantra-inspect", *arguments, env=engines.ENVIRONMENT, stderr=subprocess.DEVNULL)
@@ -37,12 +42,12 @@ def arrive(root, paths, day):
         shutil.copy(path, folder)
 
 
-def change(path):
+def change(path, folder):
     """Another, longer text under the same name, which the one that arrives later replaces."""
     lines = gzip.decompress(path.read_bytes()).translate(documents.ROTATED).splitlines(keepends=True)
-    lines.insert(-2, b'<EventRec doc="" category="a" subcategory="b" name="c" time="2026-11-24T22:02:41Z" seq="9999" />\n')
-    text = b"".join(lines).replace(b'"ProductVersion" data="3.', b'"ProductVersion" data="9.')
-    path.write_bytes(gzip.compress(text.translate(documents.ROTATED)))
+    lines.insert(-2, LONGER)
+    text = b"".join(lines).replace(b'ProductVersion" data="3.', b'ProductVersion" data="9.')
+    (folder / path.name).write_bytes(gzip.compress(text.translate(documents.ROTATED)))
 
 
 def compare_sessions(shards, *folders):
@@ -125,7 +130,8 @@ def play(hosts, root, say):
             engines.run("clickhouse-client", "--port", shards.ports[shard], "--query", "SYSTEM STOP MERGES")
         # In the wrong order, late, and some of them twice.
         arrive(root, paths[:len(paths) // 2], "2026-11-26")
-        change(next((root / "usage").rglob("*_0.rdy.gz")))
+        for pattern in ("*_0.rdy.gz", "*Optin*.rdy.gz"):
+            change(next(arrived.rglob(pattern)), root / "usage/2026-11-26")
         load(shards, root)
         compare_sessions(shards, root / "load/loaded")
         arrive(root, paths, "2026-11-25")
