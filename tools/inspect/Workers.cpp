@@ -55,9 +55,10 @@ void PageOrder::Put(size_t share, std::unique_ptr<Page>& page, bool isLast) {
   }
   place.isComplete = isLast;
   Drain(lock);
-  if (page == nullptr && !spare_.empty()) {
-    page = std::move(spare_.back());
-    spare_.pop_back();
+  const auto own = std::ranges::find(spare_, std::this_thread::get_id(), &Page::Filler);
+  if (page == nullptr && own != spare_.end()) {
+    page = std::move(*own);
+    spare_.erase(own);
   }
   if (page == nullptr) page = std::make_unique<Page>();
   page->Clear();

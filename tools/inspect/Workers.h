@@ -12,6 +12,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "reader/Sessions.h"
@@ -47,6 +48,8 @@ class Page {
   [[nodiscard]] bool IsSmall() const noexcept { return size_ < kFull / 4; }
   // Whether it can be filled once more. One that a long row has stretched would keep its memory.
   [[nodiscard]] bool IsReusable() const noexcept { return hasRoom_ && size_ < kFull + kFull / 4; }
+  // The thread that fills it, in whose processor's cache it is.
+  [[nodiscard]] std::thread::id Filler() const noexcept { return filler_; }
   // The same with no more room than it needs. What remains here is to be cleared.
   [[nodiscard]] std::unique_ptr<Page> Pack();
   // What it takes in memory while it waits, about. A page with room may have been full before.
@@ -73,6 +76,7 @@ class Page {
  private:
   std::unique_ptr<char[]> text_;
   bool hasRoom_;
+  std::thread::id filler_ = std::this_thread::get_id();
   size_t size_ = 0;
   std::vector<std::string> sentences_;
 };
