@@ -15,7 +15,8 @@ namespace vantra::bench {
 
 namespace fs = std::filesystem;
 
-// The test kit's: nothing is sent, so no agent is started. Create one per process; it is removed on destruction.
+// The test kit's: nothing is sent, so no agent is started. Create one per process; it is removed on
+// destruction.
 class World : public testkit::World {
  public:
   World();

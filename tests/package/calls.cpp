@@ -1,5 +1,5 @@
-// What calls through vantra.hpp record, by a program that needs nothing compiled of the standard library: for the
-// target of Microsoft's compiler there is none here.
+// What calls through vantra.hpp record, by a program that needs nothing compiled of the standard library: for
+// the target of Microsoft's compiler there is none here.
 #include <cstdio>
 #include <cstdlib>
 #include <vantra/vantra.hpp>
