@@ -71,7 +71,7 @@ class Page {
   std::vector<Part> parts;
 
   // A page stays in the processor's cache until it is written.
-  static constexpr size_t kFull = size_t{256} << 10;
+  static constexpr size_t kFull = size_t{128} << 10;
 
  private:
   std::unique_ptr<char[]> text_;
