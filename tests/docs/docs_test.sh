@@ -91,10 +91,28 @@ links() {
       [ -z "$heading" ] || anchors "$target" | grep -qx -- "${heading#?}" || fail "$page: no heading $link"
     done
   done
-  sed -n 's/^int32_t \(UT[A-Za-z]*\)(.*/\1/p' include/vantra/vantra.h | while read -r name; do
-    grep -qF "| [$name]($name.md) |" docs/reference/README.md || fail "no page of $name"
-    [ "$(grep -lw "$name" examples/csharp/Vantra.cs examples/python/vantra.py | wc -l)" = 2 ] || fail "an example declares no $name"
+}
+
+# What the code has and a document must name: each export, message of the log and value of the registry. Says all that
+# is missing.
+complete() {
+  cd "$source"
+  missing() { echo "failed: $*" | tee -a "$world/missing"; }
+  exports=$(sed -n 's/^int32_t \(UT[A-Za-z]*\)(.*/\1/p' include/vantra/vantra.h)
+  messages=$(grep -rhoE '", [0-9]+[)}]' src | tr -cd '0-9\n')
+  values=$(sed -nE 's/.*(Query\(|IsOn\(|\] = )L"([A-Za-z]+)".*/\2/p' src/settings/UsageSettings.*)
+  [ -n "$exports" ] && [ -n "$messages" ] && [ -n "$values" ] || fail "the code looks otherwise"
+  for name in $exports; do
+    grep -qF "| [$name]($name.md) |" docs/reference/README.md || missing "docs/reference/README.md: no page of $name"
+    for file in examples/csharp/Vantra.cs examples/python/vantra.py; do
+      grep -qw "$name" $file || missing "$file: no declaration of $name"
+    done
   done
+  for line in $messages; do grep -qw "$line" docs/troubleshooting.md || missing "docs/troubleshooting.md: no line $line"; done
+  for name in $values; do
+    sed -n '/^## Registry/,/^## SKLog/p' docs/deployment.md | grep -q "[\`\\]$name\`" || missing "docs/deployment.md: no value $name"
+  done
+  [ ! -e "$world/missing" ]
 }
 
 "$1"

@@ -28,7 +28,7 @@ headers() {
   done
   # A new import joins the list once Windows 7 is known to have it; what it has not is looked up at run time.
   $tool-objdump -p "$build/Vantra.dll" | sed -n 's/^\t[0-9a-f]*\t *[0-9]*  \([A-Za-z_]\)/\1/p' | sort >imported
-  newer=$(comm -23 imported "$source/tests/package/windows-7.txt")
+  newer=$(tr " " "\n" <"$source/tests/package/windows-7.txt" | comm -23 imported -)
   [ -s imported ] && [ -z "$newer" ] || fail "Vantra.dll imports $newer: is it in Windows 7?"
   $tool-objdump -p "$build/Vantra.dll" | sed -n 's/^\t\[ *[0-9]*\] \([A-Za-z_].*\)$/\1/p' | sort >exported
   sed -n 's/^.*[ *]\(UT[A-Za-z]*\)(.*$/\1/p' "$source/include/vantra/vantra.h" | sort -u >declared
