@@ -78,19 +78,17 @@ templates() {
   grep -q 'key="SOFTWARE\\Policies\\Tolvex\\ORPIX" valueName="enabled"' "$docs/admx/vantra.admx" || fail "another value"
 }
 
-# Links within the repository lead to files, and to headings where they name one. Each function has a page.
+# Links within the repository lead to files, and to headings where they name one.
 links() {
-  anchors() { sed -n 's/^##* //p' "$1" | tr 'A-Z ' 'a-z-' | tr -cd 'a-z0-9_\n-'; }
   cd "$source"
   for page in *.md docs/*.md docs/reference/*.md; do
-    grep -o '](\([^):]*\))' "$page" | sed 's/^](//; s/)$//' | while read -r link; do
-      file=${link%%#*} heading=${link#"${link%%#*}"}
-      target=$(dirname "$page")/$file
-      [ -n "$file" ] || target=$page
-      [ -e "$target" ] || fail "$page: no $link"
-      [ -z "$heading" ] || anchors "$target" | grep -qx -- "${heading#?}" || fail "$page: no heading $link"
-    done
-  done
+    sed -n 's/^##* //p' "$page" | tr 'A-Z ' 'a-z-' | tr -cd 'a-z0-9_\n-' | sed "s|^|$page#|"
+    grep -o '](\([^):]*\))' "$page" | sed "s|^](#|$page#|; t; s|^](|${page%"${page##*/}"}./|" | tr -d ')' >>"$world/links"
+  done | sort -u >"$world/headings"
+  sort -u "$world/links" | xargs realpath -m --relative-to=. | sort -u >"$world/targets"
+  lost=$(grep '#' "$world/targets" | comm -23 - "$world/headings"
+    grep -v '#' "$world/targets" | while read -r file; do [ -e "$file" ] || echo "$file"; done)
+  [ -s "$world/headings" ] && [ -z "$lost" ] || fail "links to what is not there: $lost"
 }
 
 # What the code has and a document must name: each export, message of the log and value of the registry. Says all that
