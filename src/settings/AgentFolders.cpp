@@ -1,8 +1,9 @@
 #include "settings/AgentFolders.h"
 
-#include <shlobj.h>
+#include <objbase.h>
 
 #include "log/Log.h"
+#include "util/Files.h"
 #include "util/Paths.h"
 #include "util/SystemModule.h"
 
@@ -40,12 +41,7 @@ std::wstring GetDataRoot() {
     log::Info(kProtectedMode);
     return GetLowIntegrityDataRoot();
   }
-  wchar_t root[MAX_PATH];
-  if (SHGetFolderPathW(nullptr, CSIDL_APPDATA | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, root) !=
-      S_OK) {
-    return {};
-  }
-  return root;
+  return util::RoamingDataFolder();
 }
 
 AgentFolders FoldersBelow(const std::wstring& root) {

@@ -119,6 +119,13 @@ std::optional<FileInfo> GetFileInfo(const std::wstring& path) {
                   Join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
 }
 
+std::wstring RoamingDataFolder() {
+  wchar_t path[MAX_PATH];
+  const HRESULT result = SHGetFolderPathW(nullptr, CSIDL_APPDATA | CSIDL_FLAG_CREATE, nullptr,
+                                          SHGFP_TYPE_CURRENT, path);
+  return result == S_OK ? path : std::wstring();
+}
+
 std::wstring FullPath(const std::wstring& path) {
   const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
   std::wstring full(size, L'\0');

@@ -21,6 +21,9 @@ struct FileInfo {
 // Empty when the path names neither a file nor a folder.
 [[nodiscard]] std::optional<FileInfo> GetFileInfo(const std::wstring& path);
 
+// The user's roaming application data, created when missing. Empty when the platform does not name it.
+[[nodiscard]] std::wstring RoamingDataFolder();
+
 // The absolute path; a relative one is resolved against the current folder. Empty on failure.
 [[nodiscard]] std::wstring FullPath(const std::wstring& path);
 
