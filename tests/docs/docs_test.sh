@@ -97,7 +97,7 @@ complete() {
   cd "$source"
   missing() { echo "failed: $*" | tee -a "$world/missing"; }
   exports=$(sed -n 's/^int32_t \(UT[A-Za-z]*\)(.*/\1/p' include/vantra/vantra.h)
-  messages=$(grep -rhoE '", [0-9]+[)}]' src | tr -cd '0-9\n')
+  messages=$(grep -rhoE '"[^"]+", [0-9]+[)}]' src | sed -E 's/^"(UT[A-Za-z]+ )?//; s/(: | - ).*"|"//; s/[)}]$//')
   values=$(sed -nE 's/.*(Query\(|IsOn\(|\] = )L"([A-Za-z]+)".*/\2/p' src/settings/UsageSettings.*)
   [ -n "$exports" ] && [ -n "$messages" ] && [ -n "$values" ] || fail "the code looks otherwise"
   for name in $exports; do
@@ -106,7 +106,9 @@ complete() {
       grep -qw "$name" $file || missing "$file: no declaration of $name"
     done
   done
-  for line in $messages; do grep -qw "$line" docs/troubleshooting.md || missing "docs/troubleshooting.md: no line $line"; done
+  echo "$messages" | while IFS= read -r message; do
+    grep -F "${message%, *}" docs/troubleshooting.md | grep -qw "${message##*, }" || missing "docs/troubleshooting.md: no line $message"
+  done
   for name in $values; do
     sed -n '/^## Registry/,/^## SKLog/p' docs/deployment.md | grep -q "[\`\\]$name\`" || missing "docs/deployment.md: no value $name"
   done
