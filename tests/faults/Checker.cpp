@@ -2,7 +2,6 @@
 // break, and judges what no reader can know: whether each record whose call has returned is there once, in
 // order and whole, or lost by a rule, and what has become of its document.
 #include <algorithm>
-#include <ranges>
 
 #include "Campaign.h"
 #include "stage/Document.h"
@@ -48,8 +47,10 @@ struct Session {
 
   void Judge(const std::vector<Document>& all) {
     const std::string beginning = "ulog_" + FamilyOf(host) + "_" + NameOf(session) + "_";
-    for (const Document& each : all)
-      if (each.name.starts_with(beginning)) (each.index ? documents : crashes).push_back(&each);
+    for (const Document& each : all) {
+      const bool isFaults = loss == Loss::kWhileItLasts && each.records.empty() && each.IsOpen();
+      if (each.name.starts_with(beginning) && !isFaults) (each.index ? documents : crashes).push_back(&each);
+    }
     JudgeStart();
     if (start == kNever || isRefused) return;
     JudgeRecords();
@@ -120,16 +121,14 @@ struct Session {
   void JudgeFormat() {
     const bool isSilenced = loss == Loss::kRestOfSession && isMissing && begun == returned;
     const bool mayBeCut = loss == Loss::kRestOfSession && plan.end == End::kKill;
-    bool isLast = true;
-    for (const Document* document : std::views::reverse(documents)) {
+    for (const Document* document : documents) {
       for (const auto& [rule, text] : document->findings) {
         const bool isOfLoss = rule == "gap" || rule == "no-prologue" || rule == "group";
         const bool isLawful =
-            rule == "open" ? isLast && !isClosed && !isSilenced
+            rule == "open" ? document == documents.back() && !isClosed && !isSilenced
                            : (loss == Loss::kWhileItLasts && isOfLoss) || (mayBeCut && !document->IsFinal());
         Complain(!isLawful, text);
       }
-      isLast &= document->records.empty();  // a file that the fault has made, or one just opened
     }
   }
 
