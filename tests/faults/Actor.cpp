@@ -1,4 +1,4 @@
-#include <algorithm>
+#include <latch>
 #include <thread>
 
 #include "Campaign.h"
@@ -46,14 +46,13 @@ int32_t Make(Library& ut, const Call& call, Session& session, const Plan& plan, 
 void Crash(Library& ut, const Session (&sessions)[kMostSessions], const Plan& plan) {
   const Others others = FaultOf(plan).others;
   const unsigned threads = others == Others::kNone ? 0 : 4;
-  std::atomic<unsigned> ready = 0;
+  std::latch ready(threads + 1);
   const auto act = [&](unsigned thread) {
     const std::string name = "T" + std::to_string(thread);
     void* own[8]{};
     for (void*& each : own) Start(ut, each, 0, name);
-    ++ready;
+    ready.arrive_and_wait();
     if (others == Others::kCrash) {
-      while (ready <= threads) std::this_thread::yield();
       std::this_thread::sleep_for(std::chrono::microseconds(thread * (plan.choice % 1000)));
       RaiseException(kCrashCode, 0, 0, nullptr);
     }
@@ -65,9 +64,8 @@ void Crash(Library& ut, const Session (&sessions)[kMostSessions], const Plan& pl
   };
   ut.GetOptIn();  // a choice that another process has made is known now
   for (unsigned i = 0; i < threads; ++i) std::thread(act, i).detach();
-  while (ready < threads) std::this_thread::yield();
+  ready.arrive_and_wait();
   if (others != Others::kCrash) Sleep(plan.choice % 20);
-  ++ready;
   RaiseException(kCrashCode, 0, 0, nullptr);
 }
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "stage/Document.h"
+#include "stage/World.h"
 
 namespace vantra::faults {
 
@@ -103,48 +103,28 @@ enum class Made {
 // What other threads of the first host do while it crashes.
 enum class Others { kNone, kRecord, kOpenAndClose, kCrash };
 
-// What the agent's configuration says after the round.
-enum class Switch { kActive, kDisabled, kAny };
-// As the library itself lays it out.
-[[nodiscard]] std::string ConfigText(Switch status);
-
 struct Fault {
   const char* name;
   Loss loss = Loss::kNothing;
-  bool hindersFinish = false;  // documents may keep their temporary names; else only by a loss
-  Switch status = Switch::kActive;
-  Made (*prepare)(const Plan&) = nullptr;                            // before the hosts
-  bool (*begin)(const Plan&) = nullptr;                              // between two calls of the first host
-  void (*end)(const Plan&) = nullptr;                                // between two later calls
+  bool hindersFinish = false;              // documents may keep their temporary names
+  bool isInConfig = false;                 // which the library may mend
+  Made (*prepare)(const Plan&) = nullptr;  // before the hosts
+  bool (*begin)(const Plan&) = nullptr;    // between two calls of the first host
+  void (*end)(const Plan&) = nullptr;      // between two later calls
   void (*meanwhile)(const Plan&, const std::stop_token&) = nullptr;  // by another process, while hosts act
   Others others = Others::kNone;  // other than none: the first host crashes
-  void (*cleanUp)() = nullptr;    // after everything has been checked
 };
 [[nodiscard]] std::span<const Fault> Faults();
 [[nodiscard]] inline const Fault& FaultOf(const Plan& plan) { return Faults()[plan.fault]; }
+// The agent's configuration with recording "Active" or "Disabled".
+[[nodiscard]] std::string ConfigText(const std::string& status);
+// After everything has been checked.
+void UndoFaults();
 
-struct Verdict {
-  Lines faults;          // of the library
-  uint64_t records = 0;  // read and checked
-};
-
-struct Document {
-  Path path;
-  std::string user;             // family and name: which host's and which session's it is
-  int index;                    // among the documents of its session; -1 for that of a crash
-  std::vector<Record> records;  // "/" stands for an end tag
-  [[nodiscard]] bool IsFinal() const { return path.extension() != ".tmp"; }
-  [[nodiscard]] bool IsEnded() const { return !records.empty() && records.back().element == "/"; }
-};
-// All documents of the round, each checked by itself.
-[[nodiscard]] std::vector<Document> ReadDocuments(const Plan& plan, Verdict& verdict);
-
-// What is not the library's must be the same after a round.
-void CompareSurroundings(const Plan& plan, const Surroundings& before, Verdict& verdict);
-
-// Whether each record whose call has returned is there once, in order and whole, or lost by a rule: judged by
-// the plan and the journal alone. Knows the documented rules, and nothing of the library.
-void JudgeHost(const Plan& plan, int host, Made made, const Journal::Host& journal,
-               const std::vector<Document>& documents, Verdict& verdict);
+// What the hosts should have recorded and did not, or the other way round: judged by the plan, the journal
+// and the documents. Knows the documented rules, and nothing of the library.
+[[nodiscard]] Lines Judge(const Plan& plan, Made made);
+// What is neither the library's nor the fault's, and must be the same after the round.
+[[nodiscard]] Surroundings Bystanders(const Plan& plan);
 
 }  // namespace vantra::faults

@@ -1,8 +1,8 @@
 // The faults: how each is made, and what may be lost by it.
-#include <thread>
 #include <utility>
 
 #include "Campaign.h"
+#include "stage/Document.h"
 
 namespace vantra::faults {
 namespace {
@@ -23,15 +23,10 @@ void LetGo() {
   for (HANDLE file : std::exchange(held, {})) CloseHandle(file);
 }
 
-// By the words of the documents: a yes, or no choice yet in a pre-release.
-Made Consent(const Plan& plan, std::wstring_view optIn) {
-  return optIn == L"1" || (optIn != L"0" && plan.isPreRelease) ? Made::kAllows : Made::kRefuses;
-}
-
 Made WithoutConsent(const Plan& plan) {
   RemoveKey(KeyOfProduct());
-  if (plan.choice % 2 != 0) return Consent(plan, L"");
-  return SetValue(KeyOfProduct(), "OptIn", "dword:0"), Made::kRefuses;
+  if (plan.choice % 2 == 0) SetValue(KeyOfProduct(), "OptIn", "dword:0");
+  return plan.choice % 2 != 0 && plan.isPreRelease ? Made::kAllows : Made::kRefuses;
 }
 
 bool Withdraw(const Plan& plan) {
@@ -45,84 +40,63 @@ Made WithoutAgent(const Plan& plan) {
   return Made::kRefuses;
 }
 
-template <const char* agent>
-Made SendTo(const Plan&) {
+Made SendTo(const char* agent) {
   CopyFileW((CaseFolder() / agent).c_str(), Agent().c_str(), FALSE);
   return SetValue(kUsage, "send", "sz:1"), Made::kAllows;
 }
-constexpr char kCollects[] = "Collects.exe", kStays[] = "host.exe", kBroken[] = "Broken.exe";
 
-std::string RandomBytes(Random& random, uint32_t size) {
+std::string RandomBytes(Random& random, size_t size) {
   std::string bytes(size, '\0');
   for (char& byte : bytes) byte = static_cast<char>(random.Below(256));
   return bytes;
 }
 
+// What such texts mean is the matter of tests/host and tests/fuzz.
 Made BreakConfig(const Plan& plan) {
   Random random(plan.choice);
-  const std::string off = "[settings]\nurl=https://localhost/skylamp\n[ulog]\nstatus=Disabled";
-  const size_t cut = random.Below(off.size() + 1);
+  const std::string off = ConfigText("Disabled");
   const Path shipped = CaseFolder() / "Sendrix2.cfg";
-  switch (random.Below(8)) {
+  fs::remove(Config());
+  switch (random.Below(6)) {
     case 0:
-      return WriteFile(Config(), off.substr(0, cut)), cut == off.size() ? Made::kRefuses : Made::kAllows;
-    case 1: {
-      std::string huge = "[x]\n";
-      for (int i = 0; i < 200; ++i) huge.append("k" + std::to_string(i) + "=\n# ").append(4000, 'c') += '\n';
-      return WriteFile(Config(), huge + off), Made::kRefuses;
-    }
-    case 2:
       return WriteFile(Config(), RandomBytes(random, random.Below(100'000))), Made::kAllows;
-    case 3:
+    case 1:
       return WriteFile(Config(), off), Hold(Config(), 0), Made::kAllows;
+    case 2:
+      return fs::create_directories(Config() / "x"), Made::kAllows;
+    case 3:  // what is shipped is taken only when there is none yet
+      return WriteFile(shipped, off), Made::kRefuses;
     case 4:
-      return fs::remove(Config()), fs::create_directories(Config() / "x"), Made::kAllows;
-    case 5:  // what is shipped is taken only when there is none yet
-      return fs::remove_all(Config()), WriteFile(shipped, off), Made::kRefuses;
-    case 6:
       return fs::create_directories(shipped), Made::kAllows;
     default:
-      return fs::remove(Config()), Made::kAllows;
+      return Made::kAllows;
   }
 }
 
-// What a value comes to by the rules: a number in decimal, anything else as text to its first NUL, and
-// nothing when it is longer than 1,024 bytes.
-std::wstring AsText(DWORD type, std::string bytes) {
-  if (bytes.size() > 1024) return L"(too long)";
-  bytes.resize(1024 + sizeof(wchar_t));
-  if (type == REG_DWORD) return std::to_wstring(*reinterpret_cast<const DWORD*>(bytes.data()));
-  return reinterpret_cast<const wchar_t*>(bytes.data());
-}
-
+// What such values mean is the matter of tests/host.
 Made BreakRegistry(const Plan& plan) {
+  struct Row {
+    std::string key;
+    const char* name;
+    Made made = Made::kAllows;
+  };
+  const Row rows[] = {{KeyOfProduct(), "OptIn", Made::kMayRefuse},
+                      {std::string(kPolicy), "enabled", Made::kMayRefuse},
+                      {std::string(kUsage), "GUID", Made::kNoNames},
+                      {KeyOfProduct() + "\\Demographic", "Age"},
+                      {KeyOfProduct() + "_F0_S0_1", "OptIn"},
+                      {KeyOfProduct(), "Date"},
+                      {std::string(kUsage), "obfuscate"},
+                      {std::string(kUsage), "send"},
+                      {std::string(kUsage), "UserType"},
+                      {std::string(kUsage), "Agent"}};
   Random random(plan.choice);
-  const DWORD type = random.Below(REG_QWORD + 1);
-  constexpr uint32_t kSizes[] = {0, 1, 2, 3, 4, 5, 8, 72, 1022, 1023, 1024, 1025, 1026, 4096, 65'536};
-  std::string bytes = RandomBytes(random, random.One(kSizes));
-  if (random.OneIn(2)) {
-    const std::wstring text(random.One({L"1", L"0", L"2", L"", L"00", L"1 "}));
-    bytes.assign(reinterpret_cast<const char*>(text.c_str()),
-                 (text.size() + random.Below(2)) * sizeof(wchar_t));
-  } else if (random.OneIn(4)) {
-    bytes.assign({static_cast<char>(random.Below(3)), 0, 0, 0});
-  }
-  const std::wstring text = AsText(type, bytes);
-  const auto set = [&](std::string_view key, const char* name) { SetBytes(key, name, type, bytes); };
-  switch (random.Below(5)) {
-    case 0:
-      return set(KeyOfProduct(), "OptIn"), Consent(plan, text);
-    case 1:
-      return set(kPolicy, "enabled"), text == L"0" ? Made::kRefuses : Made::kAllows;
-    case 2:
-      return set(kUsage, "GUID"), Made::kNoNames;
-    case 3:
-      set(KeyOfProduct() + "\\Demographic", random.OneIn(2) ? "Age" : "");
-      set(KeyOfProduct() + "_F0_S0_1", "OptIn");
-      return set(KeyOfProduct(), "Date"), Made::kAllows;
-    default:
-      return set(kUsage, random.One({"obfuscate", "send", "UserType", "Agent"})), Made::kAllows;
-  }
+  const Row row = random.One(rows);
+  std::string bytes =
+      RandomBytes(random, random.One<size_t>({0, 1, 3, 4, 72, 1022, 1023, 1024, 1026, 65'536}));
+  if (random.OneIn(2)) bytes.assign({random.One({'0', '1', '2'}), '\0', '\0', '\0'});
+  SetBytes(row.key, row.name, random.Below(REG_QWORD + 1), bytes);
+  return row.made;
 }
 
 bool TakeLogsAway(const Plan& plan) {
@@ -176,30 +150,35 @@ void PutConfig(std::string_view text) {
   while (!MoveFileExW(written.c_str(), Config().c_str(), MOVEFILE_REPLACE_EXISTING)) Sleep(0);
 }
 
-// An agent that changes its configuration again and again, and at last switches recording off.
+template <Made made>
+Made Disable(const Plan&) {
+  return WriteFile(Config(), ConfigText("Disabled")), made;
+}
+
+// An agent that changes its configuration again and again, and at last to what it was before the round.
 void ReplaceConfig(const Plan& plan, const std::stop_token& stop) {
   Journal& journal = Shared<Journal>();
+  std::string text = ConfigText("Active");
+  PutConfig(text);
   while (journal.hosts[plan.choice % kMostHosts].begun == 0 && !stop.stop_requested()) Sleep(0);
   for (uint32_t i = 0; i < plan.choice % 30; ++i) {
-    std::string text = ConfigText(Switch::kActive);
-    text.replace(text.find("10\nurl"), 2, std::to_string(11 + i));
+    text.replace(text.find("\nurl") - 2, 2, std::to_string(11 + i));
     PutConfig(text);
     Sleep(3);
     if (ReadFile(Config()) != text) return;  // and what is there is not what it must be after the round
   }
-  PutConfig(ConfigText(Switch::kDisabled));
+  PutConfig(ConfigText("Disabled"));
   journal.isDisabled = true;
 }
 
 // An agent that opens its configuration for itself alone, for a millisecond or two.
 void HoldConfig(const Plan& plan, const std::stop_token& stop) {
-  using Clock = std::chrono::steady_clock;
   for (Random random(plan.choice); !stop.stop_requested(); Sleep(random.Below(4))) {
-    const auto begin = Clock::now();
+    const ULONGLONG begin = GetTickCount64();
     Hold(Config(), 0, OPEN_EXISTING);
     Sleep(1);
     LetGo();
-    if (Clock::now() - begin > std::chrono::milliseconds(10)) Shared<Journal>().isHeldLong = true;
+    if (GetTickCount64() - begin > 10) Shared<Journal>().isHeldLong = true;
   }
 }
 
@@ -213,23 +192,19 @@ constexpr Fault kFaults[] = {
        return SetValue(kPolicy, "enabled", plan.choice % 2 == 0 ? "dword:0" : "sz:0"), Made::kRefuses; }},
     {.name = "agent missing", .prepare = WithoutAgent},
     {.name = "agent removed", .loss = kEverything, .begin = [](const Plan&) { return Remove(Agent()); }},
-    {.name = "agent collects", .prepare = SendTo<kCollects>},
-    {.name = "agent never ends", .prepare = SendTo<kStays>},
-    {.name = "agent does not start", .prepare = SendTo<kBroken>},
-    {.name = "configuration broken", .status = Switch::kAny, .prepare = BreakConfig, .cleanUp = LetGo},
-    {.name = "configuration replaced", .status = Switch::kDisabled,
-     .prepare = [](const Plan&) { return Made::kMayRefuse; }, .meanwhile = ReplaceConfig},
-    {.name = "configuration held", .status = Switch::kDisabled,
-     .prepare = [](const Plan&) { return WriteFile(Config(), ConfigText(Switch::kDisabled)), Made::kRefuses; },
-     .meanwhile = HoldConfig},
+    {.name = "agent collects", .prepare = [](const Plan&) { return SendTo("Collects.exe"); }},
+    {.name = "agent never ends", .prepare = [](const Plan&) { return SendTo("host.exe"); }},
+    {.name = "agent does not start", .prepare = [](const Plan&) { return SendTo("Broken.exe"); }},
+    {.name = "configuration broken", .isInConfig = true, .prepare = BreakConfig},
+    {.name = "configuration replaced", .prepare = Disable<Made::kMayRefuse>, .meanwhile = ReplaceConfig},
+    {.name = "configuration held", .prepare = Disable<Made::kRefuses>, .meanwhile = HoldConfig},
     {.name = "registry values of any type", .prepare = BreakRegistry},
     {.name = "Logs missing or a file", .loss = kWhileItLasts,
      .prepare = [](const Plan& plan) { return TakeLogsAway(plan) ? Made::kAllows : Made::kCannot; }},
     {.name = "Logs vanishes and returns", .loss = kWhileItLasts, .begin = TakeLogsAway, .end = BringLogsBack},
     {.name = "Logs read-only", .loss = kWhileItLasts,
      .begin = [](const Plan&) { return SetWritable(Logs(), false); },
-     .end = [](const Plan&) { static_cast<void>(SetWritable(Logs(), true)); },
-     .cleanUp = [] { static_cast<void>(SetWritable(Logs(), true)); }},
+     .end = [](const Plan&) { static_cast<void>(SetWritable(Logs(), true)); }},
     {.name = "next file held", .loss = kWhileItLasts, .begin = HoldNext, .end = FreeNext},
     {.name = "open file held", .hindersFinish = true, .begin = HoldOpen,
      .end = [](const Plan&) { LetGo(); }},
@@ -238,7 +213,7 @@ constexpr Fault kFaults[] = {
      .end = [](const Plan&) { static_cast<void>(LimitFiles(~uint64_t{0})); }},
     {.name = "volume full", .loss = kRestOfSession,
      .prepare = [](const Plan&) { return MountVolume(Logs(), uint64_t{1} << 24) ? Made::kAllows : Made::kCannot; },
-     .begin = FillVolume, .end = [](const Plan&) { fs::remove(Ballast()); }, .cleanUp = [] { Unmount(Logs()); }},
+     .begin = FillVolume, .end = [](const Plan&) { fs::remove(Ballast()); }},
     {.name = "crash without consent, busy", .loss = kEverything, .begin = Withdraw, .others = Others::kRecord},
     {.name = "crash while sessions close", .others = Others::kOpenAndClose},
     {.name = "crash of threads together", .others = Others::kCrash},
@@ -248,5 +223,16 @@ constexpr Fault kFaults[] = {
 }  // namespace
 
 std::span<const Fault> Faults() { return kFaults; }
+
+std::string ConfigText(const std::string& status) {
+  return "[settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\nurl=file:///" +
+         (AgentFolder() / "Outbox").generic_string() + "\n[ulog]\nstatus=" + status + "\n";
+}
+
+void UndoFaults() {
+  LetGo();
+  static_cast<void>(SetWritable(Logs(), true));
+  Unmount(Logs());
+}
 
 }  // namespace vantra::faults

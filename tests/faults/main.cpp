@@ -4,19 +4,14 @@
 #include <cstdio>
 #include <cstring>
 #include <list>
+#include <map>
 #include <thread>
 
 #include "Campaign.h"
+#include "stage/Document.h"
 #include "stage/Host.h"
 
 namespace vantra::faults {
-
-std::string ConfigText(Switch status) {
-  return "[settings]\nmaxdiskspace=10\nmaxretries=3\nretryinterval=10\nurl=file:///" +
-         (AgentFolder() / "Outbox").generic_string() +
-         "\n[ulog]\nstatus=" + (status == Switch::kActive ? "Active\n" : "Disabled\n");
-}
-
 namespace {
 
 namespace fs = std::filesystem;
@@ -46,7 +41,7 @@ void ResetTheStage(const Plan& plan) {
        {AppData(), AppData() / "Tolvex", AgentFolder(), Logs() / "sub", CaseFolder() / "Temp"})
     WriteFile(folder / "bystander.tmp", "somebody else's");
   CopyFileW((CaseFolder() / "Broken.exe").c_str(), (CaseFolder() / "Sendrix2.exe").c_str(), FALSE);
-  WriteFile(AgentFolder() / "Sendrix2.cfg", ConfigText(Switch::kActive));
+  WriteFile(AgentFolder() / "Sendrix2.cfg", ConfigText("Active"));
   if (plan.isLogged) SwitchLogOn();
   RemoveKey(kUsage), RemoveKey(kPolicy);
   SetValue(kUsage, "send", "sz:0");
@@ -87,72 +82,54 @@ void PlayHosts(const Plan& plan) {
   }
 }
 
-std::string Describe(const Plan& plan) {
-  constexpr const char* kEnds[] = {"closes", "leaves", "exits", "crashes", "is killed"};
-  std::string text = "seed " + std::to_string(plan.seed) + ": " + FaultOf(plan).name + " (" +
-                     std::to_string(plan.choice) + "), " + std::to_string(plan.hosts) + " hosts, the first " +
-                     kEnds[static_cast<int>(plan.end)];
-  if (plan.end != End::kKill) return text;
-  return text + " " + std::to_string(plan.killDelay) + " us after call " + std::to_string(plan.killAt);
-}
-
-Verdict Judge(const Plan& plan, Made made) {
-  const Surroundings before = LookAround();
-  Verdict verdict;
+// Nothing when the fault cannot be made here.
+std::optional<Lines> Play(const Plan& plan) {
+  const Fault& fault = FaultOf(plan);
+  ResetTheStage(plan);
+  Made made = fault.prepare == nullptr ? Made::kAllows : fault.prepare(plan);
+  if (made == Made::kCannot) return {};
+  Lines faults;
   try {
+    const Surroundings before = Bystanders(plan);
     PlayHosts(plan);
     if (Shared<Journal>().isHeldLong) made = Made::kMayRefuse;
-    const std::vector<Document> documents = ReadDocuments(plan, verdict);
-    for (int host = 0; host < plan.hosts; ++host)
-      JudgeHost(plan, host, made, Shared<Journal>().hosts[host], documents, verdict);
-    CompareSurroundings(plan, before, verdict);
+    faults = Judge(plan, made);
+    if (const std::string changed = Difference(before, Bystanders(plan)); !changed.empty())
+      faults.push_back(changed);
   } catch (const std::exception& failure) {
-    verdict.faults.emplace_back(failure.what());
+    faults.emplace_back(failure.what());
   }
-  return verdict;
+  UndoFaults();
+  return faults;
 }
 
-// What came of a kind of fault.
-struct Total {
-  uint64_t rounds = 0, failed = 0, records = 0, skipped = 0;
-
-  void Play(const Plan& plan) {
-    const Fault& fault = FaultOf(plan);
-    ResetTheStage(plan);
-    const Made made = fault.prepare == nullptr ? Made::kAllows : fault.prepare(plan);
-    if (made == Made::kCannot) return void(++skipped);
-    const Verdict verdict = Judge(plan, made);
-    if (fault.cleanUp != nullptr) fault.cleanUp();
-    ++rounds, failed += !verdict.faults.empty(), records += verdict.records;
-    if (!verdict.faults.empty()) std::printf("FAILED %s\n", Describe(plan).c_str());
-    for (size_t i = 0; i < std::min<size_t>(verdict.faults.size(), 5); ++i)
-      std::printf("  %.300s\n", verdict.faults[i].c_str());
-  }
-};
-
-int Run(uint64_t seed, int rounds, const std::string& kind) {
+int Run(uint64_t seed, int rounds, std::string_view kind) {
+  constexpr const char* kEnds[] = {"closes", "leaves", "exits", "crashes", "is killed"};
+  const auto isKind = [&](const Fault& fault) { return std::string_view(fault.name).starts_with(kind); };
+  if (std::ranges::none_of(Faults(), isKind)) throw std::runtime_error("there is no such fault");
   std::setvbuf(stdout, nullptr, _IONBF, 0);
-  std::vector<Total> totals(Faults().size());
+  int failed = 0;
+  std::map<std::string_view, int> played, leftOut;
   SetTheStage();
   for (int left = rounds; left > 0; ++seed) {
     const Plan plan = PlanOf(seed);
-    if (!std::string_view(FaultOf(plan).name).starts_with(kind)) continue;
-    if (rounds == 1) std::printf("%s\n", Describe(plan).c_str());
-    totals[plan.fault].Play(plan);
-    if (--left % 100 == 0) std::printf("%d rounds to go\n", left);
+    const char* const name = FaultOf(plan).name;
+    if (!isKind(FaultOf(plan))) continue;
+    const std::optional<Lines> faults = Play(plan);
+    ++(faults ? played : leftOut)[name];
+    if (faults && !faults->empty()) {
+      ++failed;
+      std::printf("FAILED seed %llu: %s, %d hosts, the first %s\n", seed, name, plan.hosts,
+                  kEnds[static_cast<int>(plan.end)]);
+      for (const std::string& fault : *faults) std::printf("  %.300s\n", fault.c_str());
+    }
+    if (--left % 100 == 0) std::printf("%d rounds to go, %d failed\n", left, failed);
   }
   fs::current_path(CaseFolder().parent_path());
   if (!LeaveCase()) std::printf("the stage's folder is still in use\n");
-
-  bool isGood = true;
-  std::printf("%-30s %7s %7s %9s\n", "fault", "rounds", "failed", "records");
-  for (size_t i = 0; i < totals.size(); ++i) {
-    const auto& [played, failed, records, skipped] = totals[i];
-    if (skipped != 0) std::printf("%-30s cannot be made here\n", Faults()[i].name);
-    if (played != 0) std::printf("%-30s %7llu %7llu %9llu\n", Faults()[i].name, played, failed, records);
-    isGood = isGood && failed == 0;
-  }
-  return isGood ? 0 : 1;
+  for (const auto& [name, count] : played) std::printf("%5d %s\n", count, name.data());
+  for (const auto& [name, count] : leftOut) std::printf("%5d %s: cannot be made here\n", count, name.data());
+  return failed == 0 ? 0 : 1;
 }
 
 // As an agent that the library must not wait for.
@@ -179,13 +156,7 @@ int main(int count, char** arguments) try {
   const auto* seedOption =
       app.add_option("--seed", seed, "Number of the first round (default: a random one)");
   app.add_option("--rounds", rounds, "How many (default: 2000, or 1 with --seed)");
-  app.add_option("--fault", kind, "Plays only the faults whose names begin so")
-      ->check([](const std::string& text) {
-        const auto isKind = [&](const Fault& fault) {
-          return std::string_view(fault.name).starts_with(text);
-        };
-        return std::ranges::any_of(Faults(), isKind) ? "" : "there is no such fault";
-      });
+  app.add_option("--fault", kind, "Plays only the faults whose names begin so");
   CLI11_PARSE(app, count, arguments);
   return Run(seed, rounds != 0 ? rounds : seedOption->count() != 0 ? 1 : 2000, kind);
 } catch (const std::exception& failure) {

@@ -50,17 +50,6 @@ struct Registry {
   }
 };
 
-// The first thing that is not as it should be.
-inline std::string Difference(const std::map<std::string, std::string>& wanted,
-                              const std::map<std::string, std::string>& seen) {
-  const auto [want, see] = std::ranges::mismatch(wanted, seen);
-  const auto tell = [](auto& at, auto& all) {
-    return at == all.end() ? "nothing" : at->first + " = " + at->second;
-  };
-  return want == wanted.end() && see == seen.end() ? ""
-                                                   : tell(see, seen) + " instead of " + tell(want, wanted);
-}
-
 using Named = std::initializer_list<std::pair<const char*, std::string>>;
 
 inline std::string Attributes(Named attributes) {

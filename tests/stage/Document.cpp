@@ -28,27 +28,45 @@ std::vector<Record> Records(std::string_view document) {
   return records;
 }
 
-Lines Findings() {
+std::vector<Document> ReadDocuments(const std::vector<Path>& folders) {
   using reader::Rule;
-  constexpr Rule kHosts[] = {Rule::Control, Rule::Utf8, Rule::NoCharacter,  Rule::RawMarkup,
-                             Rule::TooLong, Rule::Open, Rule::SplitAfterEnd};
-  Lines findings;
-  reader::Sessions sessions({Utf8(Logs().native())}, [](auto, auto) {});
+  constexpr Rule kHosts[] = {Rule::Control,   Rule::Utf8,    Rule::NoCharacter,
+                             Rule::RawMarkup, Rule::TooLong, Rule::SplitAfterEnd};
+  std::vector<std::string> inputs;
+  for (const Path& folder : folders) inputs.push_back(Utf8(folder.native()));
+  std::vector<Document> documents;
+  reader::Sessions sessions(inputs, [](auto, auto) {});
   reader::DocumentReader reader;
   reader::Checker checker;
   while (sessions.Next()) {
     for (size_t i = 0; i < sessions.Count(); ++i, checker.Reset()) {
-      for (const reader::Document& document : sessions[i].documents) {
-        const std::string bytes = ReadFile(Wide(document.Path()));
-        reader::TextSource file(bytes);
-        reader.Open(file);
-        checker.Check(document, reader, [&](const reader::Finding& finding) {
-          if (document.file.starts_with("ulog_") && std::ranges::count(kHosts, finding.rule) == 0)
-            findings.push_back(document.Path() + " " + std::string(TextOf(finding.rule).sentence) + ": " +
-                               std::string(finding.text));
+      for (const reader::Document& found : sessions[i].documents) {
+        if (!found.file.starts_with("ulog_")) continue;
+        Document& document = documents.emplace_back(std::string(found.file), found.name.index);
+        const std::string bytes = ReadFile(Wide(found.Path()));
+        reader::TextSource checked(bytes), read(bytes);
+        reader.Open(checked);
+        checker.Check(found, reader, [&](const reader::Finding& finding) {
+          const auto [name, sentence] = TextOf(finding.rule);
+          if (std::ranges::count(kHosts, finding.rule) == 0)
+            document.findings.push_back(
+                {name, found.Path().append(" ").append(sentence).append(": ").append(finding.text)});
         });
+        reader.Open(read);
+        for (reader::Piece piece; (piece = reader.Next()) != reader::Piece::Done;)
+          if (piece == reader::Piece::Record)
+            testkit::detail::AppendRecords(reader.Current().text, document.records);
       }
     }
+  }
+  return documents;
+}
+
+Lines Findings() {
+  Lines findings;
+  for (const Document& document : ReadDocuments({Logs()})) {
+    for (const Finding& finding : document.findings)
+      if (finding.rule != "open") findings.push_back(finding.text);
   }
   return findings;
 }

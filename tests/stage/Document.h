@@ -2,6 +2,9 @@
 // the agent.
 #pragma once
 
+#include <algorithm>
+#include <optional>
+
 #include "stage/World.h"
 
 namespace vantra::stage {
@@ -12,8 +15,24 @@ using testkit::Record;
 [[nodiscard]] std::string ReadDocument(const Path& path);
 // Its records as a host's tests see them.
 [[nodiscard]] std::vector<Record> Records(std::string_view document);
-// What in the documents of Logs is against their format, but for what a host may make of them: bytes that are
-// no text, records that are too long, documents left open.
+
+struct Finding {
+  std::string_view rule;  // its name, as vantra-inspect has it
+  std::string text;       // the document's path, what is wrong, and the record
+};
+// A document as the inspector's reader sees it.
+struct Document {
+  std::string name;               // of the file
+  std::optional<int32_t> index;   // among those of its session; none for a crash or a changed opt-in
+  std::vector<Record> records;    // those that can be read
+  std::vector<Finding> findings;  // against the format
+  [[nodiscard]] bool IsFinal() const { return !name.ends_with(".tmp"); }
+  [[nodiscard]] bool IsOpen() const { return std::ranges::count(findings, "open", &Finding::rule) != 0; }
+};
+// The documents in the folders and below them, those of a session in order. What a host may make of them is
+// no finding: bytes that are no text, records that are too long, a second end.
+[[nodiscard]] std::vector<Document> ReadDocuments(const std::vector<Path>& folders);
+// What is found in those of Logs, which a host may leave open.
 [[nodiscard]] Lines Findings();
 
 // Names of what lies in Logs, without the reports of a changed opt-in.

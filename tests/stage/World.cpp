@@ -183,6 +183,15 @@ Surroundings LookAround() {
   return found;
 }
 
+std::string Difference(const Surroundings& wanted, const Surroundings& seen) {
+  const auto tell = [](auto& at, auto& all) {
+    return at == all.end() ? "nothing" : at->first + " = " + at->second;
+  };
+  if (wanted == seen) return {};
+  const auto [want, see] = std::ranges::mismatch(wanted, seen);
+  return tell(see, seen) + " instead of " + tell(want, wanted);
+}
+
 std::string Utf8(std::wstring_view wide) {
   const int size = static_cast<int>(wide.size());
   std::string text(wide.size() * 3, '\0');

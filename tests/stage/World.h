@@ -66,6 +66,8 @@ using Surroundings = std::map<std::string, std::string>;
 // What lies in the case's folder and in its registry: each file with its content, or its size when that is
 // much, each folder as "path/", and the values. The platform's own values are left out.
 [[nodiscard]] Surroundings LookAround();
+// The first thing that is not as it should be; empty when there is none.
+[[nodiscard]] std::string Difference(const Surroundings& wanted, const Surroundings& seen);
 
 using testkit::detail::Wide;
 [[nodiscard]] std::string Utf8(std::wstring_view wide);  // what is no text becomes U+FFFD
