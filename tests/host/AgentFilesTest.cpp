@@ -173,51 +173,5 @@ TEST_F(HostTest, ProtectedMode) {
   EXPECT_EQ(AgentStarts(), Lines());
 }
 
-// The path of a host beside an agent, cut off.
-DWORD WINAPI TellCutName(HMODULE, wchar_t* name, DWORD size) {
-  return name[(CaseFolder() / "host").wstring().copy(name, size)] = L'\0', size;
-}
-
-TEST_F(HostTest, AgentIsTheFirstHit) {
-  SwitchLogOn();
-  fs::remove(CaseFolder() / "Sendrix2.exe");
-  for (const char* folder : {"Ä", "B", "C\\Sendrix2.exe"})
-    fs::create_directories(CaseFolder() / Wide(folder));
-  SetValue(kUsage, "Agent", "sz:" + (CaseFolder() / "B").string());
-  SetValue(kUsage, "send", "sz:1");
-  SetValue(std::string(kUsage) + "\\Agent", "OptIn", "dword:0");  // a usage key, and no trace of an agent
-  RunHost([](Library& ut) {
-    // clang-format off
-    const struct { const char *folder, *added, *found; } rows[] = {
-        {nullptr, nullptr, nullptr}, {nullptr, "B", "B"}, {nullptr, ".", "."}, {"Ä", nullptr, "."}, {nullptr, "Ä", "Ä"},
-        {"", nullptr, "."}, {"Ä\\", nullptr, "Ä"}, {"C", nullptr, "."}};
-    // clang-format on
-    for (const auto& [folder, added, found] : rows) {
-      if (added) WriteFile(CaseFolder() / Wide(added) / "Sendrix2.exe", "no program");
-      fs::current_path(CaseFolder());
-      ut.Initialize("MyProduct", false, folder);
-      EXPECT_EQ(ut.Initialize("a\\b", false, "C"), 1);  // changes nothing
-      fs::current_path(AppData());
-      ut.SetOptIn(1);
-      void* session = nullptr;
-      const int wanted = found == nullptr;
-      EXPECT_EQ(ut.StartSession(&session, "Acme", "Draw", "3.1", nullptr, nullptr), wanted);
-      EXPECT_EQ(ut.CloseSession(&session), wanted);
-      const Lines log = NewLog("INFO Sendrix2 Path: ");
-      EXPECT_EQ(log.empty(), found == nullptr);
-      for (const std::string& line : log) {
-        const Path path = (CaseFolder() / Wide(found) / "Sendrix2.exe").lexically_normal();
-        EXPECT_EQ(line, "INFO Sendrix2 Path: \"" + Utf8(path.wstring()) + "\" @SendrixUtilsWin:182");
-      }
-    }
-    ut.Replace("GetModuleFileNameW", &TellCutName);
-    ut.Initialize("MyProduct", false, "");
-    NewLog("");
-    EXPECT_NE(ut.Open(), nullptr);
-    EXPECT_NE(NewLog("INFO Sendrix2 Path: ").at(0).find("\\B\\Sendrix2.exe\""), std::string::npos);
-  });
-  EXPECT_EQ(GetValue(std::string(kUsage) + "\\Agent", "OptIn"), "dword:0");
-}
-
 }  // namespace
 }  // namespace vantra::test

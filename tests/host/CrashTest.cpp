@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "HostTest.h"
+#include "Rules.h"
 
 namespace vantra::test {
 namespace {
@@ -168,8 +169,6 @@ constexpr std::string_view kCrashDocument = R"(<?xml version="1.0" encoding="utf
 </UsageDoc>
 )";
 
-const std::string kUser = "0a1b2c3d-4e5f-6071-8293-a4b5c6d7e8f9";
-
 class Crash : public HostTable<CrashRow> {
  protected:
   Crash() {
@@ -204,22 +203,17 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Crash, testing::ValuesIn(kCrashes), kRowName);
 TEST_F(HostTest, CrashLog) {
   SwitchLogOn();
   SetValue(std::string(kUsage) + "\\MyProduct", "OptIn", "dword:1");
-  StartHost([] { CrashIn([](auto&...) {}); }).Wait();
-  Lines lines = NewLog("INFO ");
-  std::erase_if(lines, [](auto& line) { return line.find(" @WrapperUT") != line.npos; });
-  const std::string handler = " @CrashHandler:", mini = " @MiniSession:", info = "INFO CrashHandler::";
-  Lines wanted = {info + "SetCrashHandler" + handler + "58",
-                  "INFO PreventSetUnhandledExceptionFilter() - Enter" + handler + "82",
-                  "INFO PreventSetUnhandledExceptionFilter() - Exit" + handler + "118",
-                  info + "SetUnhandledExceptionFilter" + handler + "70",
-                  "INFO MiniSession::CreateOptInRateFile" + mini + "104"};
-  wanted.insert(wanted.end(), 14, "INFO MiniSession::Write" + mini + "172");
-  wanted.insert(wanted.end(),
-                {info + "CustomUnhandledExceptionFilter" + handler + "158",
-                 info + "LogCrashInfo" + handler + "183", info + "LogCrashInfo" + handler + "189",
-                 info + "LogCrashInfo" + handler + "194", "INFO MiniSession::CreateCrashFile" + mini + "61"});
-  wanted.insert(wanted.end(), 10, "INFO MiniSession::Write" + mini + "172");
-  EXPECT_EQ(lines, wanted);
+  StartHost([] {
+    CrashIn([](auto&...) { Progress() = GetCurrentProcessId(); });
+  }).Wait();
+  Log wanted{.process = static_cast<uint32_t>(Progress())};
+  wanted.Info("CrashHandler::CustomUnhandledExceptionFilter", 158, "CrashHandler");
+  for (const int line : {183, 189, 194}) wanted.Info("CrashHandler::LogCrashInfo", line, "CrashHandler");
+  wanted.Info("MiniSession::CreateCrashFile", 61, "MiniSession");
+  for (int records = 0; records < 10; ++records) wanted.Info("MiniSession::Write", 172, "MiniSession");
+  Lines lines = LogLines();
+  lines.erase(lines.begin(), std::ranges::find(lines, wanted.lines[0].first));
+  EXPECT_EQ(wanted.Difference(lines), "");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "HostTest.h"
+#include "reader/Files.h"
 
 namespace vantra::test {
 namespace {
@@ -25,28 +26,6 @@ uint32_t UseSession(Library& ut, void* session) {
   EXPECT_EQ(ut.NewDataGroup(session, "a", "b", "c", &group, nullptr, 0), 0);
   EXPECT_EQ(ut.AddToGroup(session, group, "key", "value"), group == UINT32_MAX ? 1 : 0);
   return group;
-}
-
-// A session whose files cannot be named records nothing, anywhere, and the host does not notice.
-TEST_F(Fault, NamesThatNoFileCanHave) {
-  RunHost([](Library& ut) {
-    const std::string tooLong(200, 'x');
-    const std::pair<const char*, const char*> rows[] = {
-        {"a\\b", "n"}, {"a/b", "n"},   {"a:b", "n"},  {"..\\..\\x", "n"},    {"a", "\\..\\x"},
-        {"a*", "n?"},  {"a", "\"n\""}, {"a\nb", "n"}, {tooLong.c_str(), "n"}};
-    void* session = ut.Open();
-    ut.CloseSession(&session);
-    fs::create_directories(Logs() / "ulog_a");
-    for (const auto& [family, name] : rows) {
-      SCOPED_TRACE(std::string(family) + " " + name);
-      EXPECT_EQ(ut.StartSession(&session, family, name, "3.1", nullptr, nullptr), 0);
-      const Surroundings before = LookAround();  // with the report of the new product
-      UseSession(ut, session);
-      EXPECT_EQ(ut.CloseSession(&session), 0);
-      EXPECT_TRUE(LookAround() == before);
-      EXPECT_EQ(Documents().size(), 2u);
-    }
-  });
 }
 
 HRESULT WINAPI TellNoFolder(HWND, int, HANDLE, DWORD, wchar_t*) { return E_FAIL; }
@@ -84,6 +63,7 @@ TEST_F(Fault, FinalNameTaken) {
 TEST_F(Fault, DeletedWhileItIsRead) {
   RunHost([](Library& ut) {
     void* session = ut.Open();
+    EXPECT_TRUE(reader::IsBeingWritten(OpenFile().string()));
     WriteFile(Logs() / "other.xml", "x");
     fs::permissions(Logs() / "other.xml", fs::perms::owner_read);
     SetValue(std::string(kUsage) + "\\MyProduct", "OptIn", "sz:0");
@@ -138,17 +118,32 @@ TEST_F(Fault, SmallVolume) {
   }
 }
 
-LSTATUS WINAPI RefuseValue(HKEY, const wchar_t*, DWORD, DWORD, const BYTE*, DWORD) {
-  return ERROR_ACCESS_DENIED;
+BOOL WINAPI TellTooLong(const void* resource, const wchar_t* name, void** value, UINT* length) {
+  const BOOL isThere = VerQueryValueW(resource, name, value, length);
+  return *length |= 1 << 30, isThere;
+}
+FARPROC WINAPI FindFunction(HMODULE module, const char* name) {
+  return std::string_view(name) == "VerQueryValueW"
+             ? reinterpret_cast<FARPROC>(reinterpret_cast<void*>(TellTooLong))
+             : GetProcAddress(module, name);
 }
 
-TEST_F(Fault, RegistryRefuses) {
-  SwitchLogOn();
+// Resources may lie about their lengths. A host without one has no name; the library and the agent still have
+// theirs. A user without an identifier gets one.
+TEST_F(Fault, NothingIsKnown) {
+  const HANDLE update = BeginUpdateResourceW((CaseFolder() / "host.exe").c_str(), TRUE);
+  ASSERT_TRUE(EndUpdateResourceW(update, FALSE));
   RunHost([](Library& ut) {
-    ut.Replace("RegSetValueExW", &RefuseValue);
-    EXPECT_EQ(ut.OptInSet("Key", 1), 1);
-    EXPECT_EQ(NewLog("DEBUG "), Lines{"DEBUG OptInSet failed Key @WrapperUTLogData:951"});
+    ut.Replace("GetProcAddress", &FindFunction);
+    EXPECT_NE(ut.Open(), nullptr);
   });
+  std::map<std::string, std::string> values;
+  for (const Record& record : Records(OnlyDocument())) values[record["name"]] = record["data"];
+  for (const char* entry : {"Name", "Version", "Build", "Language"})
+    EXPECT_EQ(values[std::string("Executable") + entry], "NOVALUE") << entry;
+  EXPECT_EQ("sz:" + values["User"], GetValue(kUsage, "GUID"));
+  EXPECT_EQ(Normalised(values["User"]), "ID1");
+  EXPECT_EQ(values["Sendrix2.exe"] + " " + values["Vantra.dll"], "5.6.7 1.0.0");
 }
 
 size_t allocations;  // that go well until one fails

@@ -77,18 +77,17 @@ inline Text DocumentId(const Text& text, uint32_t length) {
 
 // What the log must hold, each line with the number of its call.
 struct Log {
+  uint32_t process = GetCurrentProcessId();
   int call = 0;
   std::vector<std::pair<std::string, int>> lines;
 
-  void Add(const std::string& level, const std::string& message, int line,
-           const std::string& unit = "WrapperUTLogData") {
-    lines.emplace_back(level + " " + message + " @" + unit + ":" + to_string(line), call);
+  void Add(const std::string& level, const std::string& message, int line, const std::string& unit) {
+    lines.emplace_back("[" + level + "] | PID:" + to_string(process) + " | TIME:TIME | VALUE:" + message +
+                           " | DETAIL:File:..\\" + unit + " LINE:" + to_string(line),
+                       call);
   }
   // The first line of the written log that is not as wanted.
   [[nodiscard]] std::string Difference(std::vector<std::string> written) const {
-    std::erase_if(written, [](auto& line) {
-      return line.find(" @WrapperUTLogData:") == line.npos && line.find(" @SendrixUtilsWin:") == line.npos;
-    });
     written.resize(std::max(written.size(), lines.size()));
     for (size_t i = 0; i < written.size(); ++i) {
       const auto& [wanted, from] = i < lines.size() ? lines[i] : std::pair("nothing", call);
@@ -96,8 +95,12 @@ struct Log {
     }
     return {};
   }
-  void Info(const std::string& message, int line) { Add("INFO", message, line); }
-  int Debug(const std::string& message, int line) { return Add("DEBUG", message, line), 1; }
+  void Info(const std::string& message, int line, const std::string& unit = "WrapperUTLogData") {
+    Add("INFO", message, line, unit);
+  }
+  int Debug(const std::string& message, int line, const std::string& unit = "WrapperUTLogData") {
+    return Add("DEBUG", message, line, unit), 1;
+  }
 };
 
 // A session, and what those of its documents that are left must hold, with TIME for each time.

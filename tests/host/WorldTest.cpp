@@ -1,20 +1,21 @@
-// Starts and closes in random worlds: what registry, configuration, agent and earlier calls say decides
+// Starts and closes in random worlds: what registry, configuration, agents and earlier calls say decides
 // whether a session starts, what is logged, stored and started, and what becomes of the documents. After each
 // call the whole world is as the rules have it, and nothing else has changed in it.
-#include "Recorder.h"
+#include "Agents.h"
 
 namespace vantra::test {
 namespace {
 
-const std::string kLogs = "AppData/Tolvex/Sendrix2/Logs/", kDocument = kLogs + "ulog_Acme_Draw_USER_ID1_",
-                  kProduct = "_acme_draw_3.1";
+const std::string kLogs = "AppData/Tolvex/Sendrix2/Logs/", kFamily = "Acm\xC3\xA9 & Son's",
+                  kDocument = kLogs + "ulog_" + kFamily + "_Draw_USER_ID1_";
 
 // Without the contents of documents and of the log, and with USER for the user's identifier.
 Surroundings Seen() {
   Surroundings seen;
   for (const auto& [path, content] : LookAround()) {
     const size_t user = path.find(kUser);
-    const std::string name = user == path.npos ? path : std::string(path).replace(user, kUser.size(), "USER");
+    std::string name = user == path.npos ? path : std::string(path).replace(user, kUser.size(), "USER");
+    if (path == "Sendrix2.exe") name = "." + kAgent;
     if (!path.ends_with("SKLog-Vantra.txt"))
       seen[Normalised(path.starts_with("HK") ? name.substr(0, 4) + Lower(name.substr(4)) : name)] =
           path.starts_with(kLogs + "ulog_") ? "" : Normalised(content);
@@ -30,7 +31,7 @@ constexpr std::string_view kReport = R"(<?xml version="1.0" encoding="utf-8"?>
 <DataRec time="TIME" group="1" name="ProductFamily" data="SkylampOptinProductFamily" seq="2" />
 <DataRec time="TIME" group="1" name="ProductName" data="SkylampOptinProduct" seq="3" />
 <NewGroup category="Skylamp" subcategory="OptinRate" name="OptinProductInfo" time="TIME" group="2" doc="" seq="4" />
-<DataRec time="TIME" group="2" name="OptinProductFamily" data="Acme" seq="5" />
+<DataRec time="TIME" group="2" name="OptinProductFamily" data="{}" seq="5" />
 <DataRec time="TIME" group="2" name="OptinProductName" data="Draw" seq="6" />
 <DataRec time="TIME" group="2" name="OptinProductVersion" data="3.1" seq="7" />
 <DataRec time="TIME" group="2" name="OptinProductSerializationState" data="{}" seq="8" />
@@ -42,9 +43,9 @@ constexpr std::string_view kReport = R"(<?xml version="1.0" encoding="utf-8"?>
 </UsageDoc>
 )";
 
-class Worlds : public Recorder {
+class Worlds : public Agents {
  public:
-  using Recorder::Recorder;
+  using Agents::Agents;
 
   void Play(bool mayDeclare) {
     ++log.call;
@@ -67,25 +68,20 @@ class Worlds : public Recorder {
 
  private:
   [[nodiscard]] bool MayRecord(int optIn) const { return optIn == 1 || (optIn == -1 && state == 0); }
-  [[nodiscard]] bool HasAgent() const { return wanted.values.contains("Sendrix2.exe"); }
-
-  static void Put(const std::string& key, const char* name, const std::string& value) {
-    if (!value.empty()) SetValue(key, name, value);
-  }
+  [[nodiscard]] std::string Product() const { return "_" + family + "_Draw_3.1"; }
   // A world in which a session starts, but for some settings.
   void Make() {
     const auto usually = [&](const char* usual, std::initializer_list<const char*> others) {
       return chance.Below(6) != 0 ? usual : chance.One(others);
     };
     RemoveKey(kUsage), RemoveKey(kPolicy);
-    EXPECT_TRUE(Remove(Logs()) && Remove(CaseFolder() / "Sendrix2.exe"));
-    std::filesystem::create_directories(Logs() / "sub");
-    WriteFile(Logs() / "sub" / "kept", "x");
+    EXPECT_TRUE(Remove(Logs()));
+    std::filesystem::create_directories(Logs() / "ulog_a");
+    WriteFile(Logs() / "ulog_a" / "kept", "x");
     WriteFile(Logs() / chance.One({"x", "x.tmp", "x.xml", "x.rdy"}), "x");
-    if (chance.Below(8) != 0) WriteFile(CaseFolder() / "Sendrix2.exe", "starts nowhere");
     config = usually("[ulog]\nstatus=Active\n",
                      {"[ulog]\nstatus=Disabled\n", "[ulog]\nstatus=Hibernate\nwakeupdate=2099-1-1\n",
-                      "[hibernate]\nacme_draw=|2099-1-1\n"});
+                      "[hibernate]\nacm\xC3\xA9 & son's_draw=|2099-1-1\n"});
     WriteFile(AgentFolder() / "Sendrix2.cfg", config);
     const auto flag = [&] {
       return chance.One({"", "sz:0", "dword:0", "sz:", "sz:00", "dword:1", "expand:0"});
@@ -97,16 +93,17 @@ class Worlds : public Recorder {
     Put(std::string(kUsage), "obfuscate", obfuscate);
     Put(std::string(kPolicy), "enabled", policy);
     Put(std::string(kPolicy), "other", "dword:0");
-    const std::string longest(511, 'x');
-    Put(kKeys + "Demographic", "Mine",
-        chance.One<std::string>({"", "sz:", "sz:5\xE2\x82\xAC", "dword:4000000000", "expand:%x%",
-                                 "sz:" + longest, "sz:x" + longest}));
-    Put(kKeys + "Acme", "Date", chance.One({"", "sz:"}));
+    MakeAgents();
+    MakeBlocks();
+    family = chance.Below(8) != 0 ? kFamily
+                                  : chance.One<std::string>({"a\\b", "a/b", "a:b", "..\\..\\x", "a*", "\"a\"", "a\nb",
+                                                             std::string(200, 'x')});
+    Put(kKeys + family, "Date", chance.One({"", "sz:"}));
     for (const std::string key : {"Key", "Other"}) {
       Put(kKeys + key, "OptIn",
           chance.One({"dword:1", "sz:1", "", "dword:0", "sz:0", "sz:01", "sz:", "dword:2", "expand:1"}));
       Put(kKeys + key, "Date", chance.One({"", "sz:", "sz:the first"}));
-      Put(kKeys + key + kProduct, "OptIn", chance.One({"", "dword:0", "dword:1", "sz:1"}));
+      Put(kKeys + key + Product(), "OptIn", chance.One({"", "dword:0", "dword:1", "sz:1"}));
     }
     wanted.values = Seen();
   }
@@ -117,7 +114,7 @@ class Worlds : public Recorder {
     const auto needed = [&](const char* text) {
       return chance.Below(20) != 0 ? text : chance.One<Text>({Text(), ""});
     };
-    Text texts[] = {needed("Acme"), needed("Draw"), needed("3.1"), chance.Any(), chance.Any()};
+    Text texts[] = {needed(family.c_str()), needed("Draw"), needed("3.1"), chance.Any(), chance.Any()};
     const char* placed[5];
     std::ranges::transform(texts, placed, Place);
     handle = &handle;
@@ -134,61 +131,63 @@ class Worlds : public Recorder {
     }
     mayStart = mayStart && MayStart();
     EXPECT_TRUE(isRefused == !mayStart && (handle == nullptr) == isRefused) << "Call " << log.call;
-    if (handle != nullptr) ReadHeader(texts);
+    if (handle != nullptr) Begin(texts);
     Compare();
   }
-  // Of the header blocks, which have tests of their own, only the product's texts are looked at.
-  void ReadHeader(const Text* texts) {
+  void Begin(const Text* texts) {
     Session& s = session.emplace(Session{.log = log, .isDelivered = [this] { return Finish(); }});
-    const std::string document = ReadDocument(FileOf(".tmp"));
-    const std::vector<Record> header = Records(document);
-    s.id = header.at(0)["id"], s.start = header[0]["time"];
-    s.Append(kPrologue + "<StartSession id=\"" + s.id + "\"", "");
-    s.Group("Skylamp", "", "Session", "0");
-    for (const std::string entry : {"Family", "Name", "Version", "Build", "Language"}) {
-      s.Data(1, "Product" + entry, **texts);
-      s.product += " Product" + entry + "=\"" + **texts++ + "\"";
+    s.id = kUser, s.start = kDate;
+    if (IsNamed()) {
+      const Record first = Records(ReadDocument(FileOf(".tmp"))).at(0);
+      s.id = first["id"], s.start = first["time"];
     }
-    s.records.emplace_back(document.substr(s.bytes), log.call);
-    s.bytes = document.size(), s.seq = static_cast<int>(header.size());
-    s.groups = static_cast<int>(std::ranges::count(header, "NewGroup", &Record::element));
+    s.Append(kPrologue + "<StartSession id=\"" + s.id + "\"", "");
+    WriteBlocks(texts, browser, VersionOfAgent());
   }
+  // A session whose files cannot be named records nothing, anywhere, and the host does not notice.
+  [[nodiscard]] bool IsNamed() const { return family == kFamily; }
   // The session's file of the current number.
   Path FileOf(const std::string& extension) const {
     for (const std::string& name : Documents())
-      if (name.starts_with("ulog_Acme_Draw") && name.ends_with("_" + to_string(index) + extension))
-        return Logs() / name;
+      if (name.starts_with("ulog_" + kFamily) && name.ends_with("_" + to_string(index) + extension))
+        return Logs() / Wide(name);
     return {};
   }
 
   // Notes what a start leaves and logs.
   bool MayStart() {
-    if (config.find("Active") == config.npos) return log.Debug("VerifyConfigStatus failure", 255), false;
+    const bool isPaused = config.find("Active") == config.npos;
+    if (isPaused && (IsNamed() || config.find("status") != config.npos))
+      return log.Debug("VerifyConfigStatus failure", 255), false;
     if (declared.empty()) {
       log.Debug("OptInGet VerifyString pcUsagekey: SK_STR_EMPTY", 911);
       return log.Debug("gsPrefx: ", 266), false;
     }
     const int optIn = Choice(declared);
     log.Info("OptInGet: " + declared + "value: " + to_string(optIn), 919);
-    if (!HasAgent()) return log.Debug("VerifyTransAgentExist failure", 277), false;
+    if (Agent().empty()) return log.Debug("VerifyTransAgentExist failure", 277), false;
     if (!policy.empty() && !IsOn(policy)) return log.Debug("VerifyGroupPolicy failure", 286), false;
     if (!MayRecord(optIn)) return Report(optIn), log.Debug("OptInPolicy: 0", 309), false;
     recorded = declared, index = 0;
-    wanted.values[kDocument + "0.tmp"];
+    if (IsNamed()) wanted.values[kDocument + "0.tmp"];
     wanted.Touch(kKeys + Lower(declared) + "\\demographic");
-    wanted.Stamp(kKeys + "acme");
+    wanted.Stamp(kKeys + Lower(family));
+    browser = Browser();
+    if (isWatched) Watch();
     log.Debug("UTStartSession Success: ", 331);
     return Report(optIn), true;
   }
   // A choice that the product has not heard of yet is told, and what waits is sent.
   void Report(int optIn) {
-    const std::string product = declared + kProduct, extension = IsOn(obfuscate) ? ".rdy" : ".xml";
+    const std::string product = declared + Product(), extension = IsOn(obfuscate) ? ".rdy" : ".xml";
     const int told = optIn < 0 ? optIn : Choice(product);
     if (told != optIn) {
       wanted.Store(kKeys + Lower(product) + "\\optin", "dword:" + to_string(optIn));
       wanted.values[kLogs + "ulog_SkylampOptinProductFamily_SkylampOptinProduct_ID1_ID2" + extension];
+      log.Info("MiniSession::CreateOptInRateFile", 104, "MiniSession");
+      for (int records = 0; records < 14; ++records) log.Info("MiniSession::Write", 172, "MiniSession");
       const char* const states[] = {"PreRelease", "Trial", "Serialized", "SharedComponent"};
-      const std::string texts[] = {states[state], declared, told < 0 ? "1" : "0",
+      const std::string texts[] = {Escaped(family), states[state], declared, told < 0 ? "1" : "0",
                                    optIn == 1 ? "1"
                                    : told < 0 ? "0"
                                               : "-1"};
@@ -204,12 +203,16 @@ class Worlds : public Recorder {
     const auto waits = [](auto& each) {
       return each.first.starts_with(kLogs) && (each.first.ends_with(".xml") || each.first.ends_with(".rdy"));
     };
-    if (std::ranges::any_of(wanted.values, waits)) Send();
+    if (IsOn(send) && std::ranges::any_of(wanted.values, waits)) StartAgent();
   }
-  void Send() {
-    if (IsOn(send))
-      log.Add("INFO", "Sendrix2 Path: \"" + (CaseFolder() / "Sendrix2.exe").string() + "\"", 182,
-              "SendrixUtilsWin");
+  // Crashes are handled from the first start on whose host wants it.
+  void Watch() {
+    const std::string unit = "CrashHandler";
+    log.Info("CrashHandler::SetCrashHandler", 58, unit);
+    if (std::exchange(hasWatched, true)) return;
+    log.Info("PreventSetUnhandledExceptionFilter() - Enter", 82, unit);
+    log.Info("PreventSetUnhandledExceptionFilter() - Exit", 118, unit);
+    log.Info("CrashHandler::SetUnhandledExceptionFilter", 70, unit);
   }
 
   // What the host, the user or another process may do.
@@ -221,8 +224,7 @@ class Worlds : public Recorder {
       case 1:
         return Initialize(chance.One<const char*>({"Key", "Other"}));
       case 2:
-        return std::filesystem::remove(CaseFolder() / "Sendrix2.exe"),
-               void(wanted.values.erase("Sendrix2.exe"));
+        return RemoveAgent();
       default:
         SetValue(kKeys + declared, "OptIn", "sz:" + to_string(optIn));
         wanted.Store(kKeys + Lower(declared) + "\\optin", "sz:" + to_string(optIn));
@@ -232,20 +234,22 @@ class Worlds : public Recorder {
   // What becomes of the document that ends: is it delivered?
   bool Finish() {
     const std::string number = to_string(index);
+    const bool hasAgent = !Agent().empty();
     const bool isAllowed = MayRecord(Choice(declared)) && (recorded == declared || Choice(recorded) != 0);
-    if (isAllowed && HasAgent()) {
+    if (isAllowed && hasAgent) {
+      ++index;
+      if (!IsNamed()) return true;
       wanted.values.erase(kDocument + number + ".tmp");
       wanted.values[kDocument + number + (IsOn(obfuscate) ? ".rdy" : ".xml")];
-      Send();
-      ++index;
+      if (IsOn(send)) StartAgent();
     } else {
       std::erase_if(wanted.values, [](auto& each) {
         return each.first.starts_with(kLogs) && each.first.size() > kLogs.size() &&
-               !each.first.starts_with(kLogs + "sub");
+               !each.first.starts_with(kLogs + "ulog_a/");
       });
     }
-    wanted.values[kDocument + to_string(index) + ".tmp"];
-    return isAllowed && HasAgent();
+    if (IsNamed()) wanted.values[kDocument + to_string(index) + ".tmp"];
+    return isAllowed && hasAgent;
   }
 
   void Close() {
@@ -257,6 +261,7 @@ class Worlds : public Recorder {
     session->CloseSession(declared, Choice(declared), TextOf(GetValue(kKeys + declared, "Date")));
     wanted.values.erase(kDocument + to_string(index) + ".tmp");
     Compare();
+    if (!IsNamed()) return;
     std::string written, expected;
     const int last = std::exchange(index, 0);
     for (; index <= last; ++index) written += ReadDocument(FileOf(IsOn(obfuscate) ? ".rdy" : ".xml"));
@@ -269,18 +274,24 @@ class Worlds : public Recorder {
                                      << expected.substr(std::min(from, expected.size()), 300);
   }
 
-  void Compare() { EXPECT_EQ(Difference(wanted.values, Seen()), "") << "Call " << log.call; }
-
+  void Compare() {
+    EXPECT_EQ(Difference(wanted.values, Seen()), "") << "Call " << log.call;
+    EXPECT_EQ(std::exchange(starts, {}), std::exchange(wantedStarts, {})) << "Call " << log.call;
+  }
+  bool hasWatched = false;
   std::string config, policy, send, obfuscate;  // as they are stored
+  std::string family, browser;
   std::string recorded;                         // the one of the session
   int index = 0;                                // of its document
 };
 
 TEST_F(HostTest, Worlds) {
   SwitchLogOn();
+  WriteFile(AppData() / "Tolvex" / "Skylamp", "a file in the place of the log's folder");
   RunHost([](Library& ut) {
+    Blocks::Prepare();
     Worlds worlds(ut);
-    for (int round = 0; round < 250 && !HasFailure(); ++round) worlds.Play(round >= 20);
+    for (int round = 0; round < 200 && !HasFailure(); ++round) worlds.Play(round >= 20);
     EXPECT_EQ(worlds.log.Difference(LogLines()), "");
   });
 }

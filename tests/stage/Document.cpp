@@ -127,30 +127,12 @@ Lines AgentStarts(const Path& folder) {
   return lines;
 }
 
-std::string RawLog() { return ReadFile(AppData() / "Tolvex" / "Skylamp" / "SKLog-Vantra.txt"); }
-
 void SwitchLogOn(std::string_view config) { WriteFile(CaseFolder() / "SKLog.config", config); }
 
 Lines LogLines() {
-  const std::string log = RawLog();
+  const std::string log = Normalised(ReadFile(AppData() / "Tolvex" / "Skylamp" / "SKLog-Vantra.txt"));
   Lines lines;
-  for (std::string_view rest = log; !rest.empty();) {
-    std::string_view line = Take(rest, "\r\n");
-    const std::string_view level = Take(line, "] | PID:").substr(1);
-    Take(line, " | VALUE:");
-    const std::string_view message = Take(line, " | DETAIL:File:..\\");
-    const std::string_view unit = Take(line, " LINE:");
-    lines.push_back(
-        std::string(level).append(" ").append(message).append(" @").append(unit).append(":").append(line));
-  }
-  return lines;
-}
-
-Lines NewLog(std::string_view beginning) {
-  static size_t seen = 0;
-  Lines lines = LogLines();
-  lines.erase(lines.begin(), lines.begin() + static_cast<ptrdiff_t>(std::exchange(seen, lines.size())));
-  std::erase_if(lines, [&](const std::string& line) { return !line.starts_with(beginning); });
+  for (std::string_view rest = log; !rest.empty();) lines.emplace_back(Take(rest, "\r\n"));
   return lines;
 }
 

@@ -48,11 +48,8 @@ struct Document {
 // The command line of each start of the stand-in agent of that folder.
 [[nodiscard]] Lines AgentStarts(const Path& folder = CaseFolder());
 
-// The diagnostic log as it is, and as lines "LEVEL message @unit:line".
-[[nodiscard]] std::string RawLog();
+// The lines of the diagnostic log, normalised.
 [[nodiscard]] Lines LogLines();
-// Those that begin so, of the ones since this process last asked.
-Lines NewLog(std::string_view beginning);
 void SwitchLogOn(std::string_view config = "");
 
 }  // namespace vantra::stage

@@ -57,7 +57,7 @@ class Host {
   [[nodiscard]] bool HasEnded() const { return WaitForSingleObject(process_.get(), 0) == WAIT_OBJECT_0; }
   // Waits until the host and all that it started have ended; the host's exit code, or the exception's after a
   // crash. Throws when they have not ended in time, and kills them.
-  uint32_t Wait(std::chrono::seconds limit = std::chrono::minutes(2));
+  uint32_t Wait(std::chrono::seconds limit = std::chrono::minutes(4));
 
  private:
   struct CloseAny {
