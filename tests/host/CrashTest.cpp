@@ -201,9 +201,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Crash, testing::ValuesIn(kCrashes), testing::Pri
 TEST_F(HostTest, CrashLog) {
   SwitchLogOn();
   SetValue(std::string(kUsage) + "\\MyProduct", "OptIn", "dword:1");
-  StartHost([] {
-    CrashIn([](auto&...) { Progress() = GetCurrentProcessId(); });
-  }).Wait();
+  StartHost([] { CrashIn([](auto&...) { Progress() = GetCurrentProcessId(); }); }).Wait();
   Log wanted{.process = static_cast<uint32_t>(Progress())};
   wanted.Info("CrashHandler::CustomUnhandledExceptionFilter", 158, "CrashHandler");
   for (const int line : {183, 189, 194}) wanted.Info("CrashHandler::LogCrashInfo", line, "CrashHandler");
