@@ -1,5 +1,5 @@
-// Random settings that the header blocks tell of, and the blocks by what these, the platform and the resources
-// of programs say.
+// Random settings that the header blocks tell of, and the blocks by what these, the platform and the
+// resources of programs say.
 #pragma once
 
 #include "Recorder.h"
@@ -45,9 +45,13 @@ class Blocks : public Recorder {
       RemoveKey(hive + kBrowsers);
       Put(hive + kBrowsers, "", chance.One({"", "sz:", "sz:Fire", "sz:Fire", "sz:Gone"}));
     }
-    const std::pair<std::string, bool> command = chance.One<std::pair<std::string, bool>>(
-        {{"", false}, {"sz:", false}, {"sz:\"" + program + "\" -new", false}, {"sz:" + program, true},
-         {"sz:\"\"" + program + "\"", true}, {"expand:\"%FIRE%\\fire.exe\"", true}});
+    const std::pair<std::string, bool> command =
+        chance.One<std::pair<std::string, bool>>({{"", false},
+                                                  {"sz:", false},
+                                                  {"sz:\"" + program + "\" -new", false},
+                                                  {"sz:" + program, true},
+                                                  {"sz:\"\"" + program + "\"", true},
+                                                  {"expand:\"%FIRE%\\fire.exe\"", true}});
     Put("HKCU\\" + kBrowsers + "\\Fire\\shell\\open\\command", "", "sz:" + program);
     Put("HKLM\\" + kBrowsers + "\\Fire\\shell\\open\\command", "", command.first);
     isProgram = command.second;

@@ -26,10 +26,4 @@ class HostTest : public testing::Test {
   }
 };
 
-// A HostTest once for each row of a table. Rows have a name.
-template <class Row>
-class HostTable : public HostTest, public testing::WithParamInterface<Row> {};
-
-inline constexpr auto kRowName = [](const auto& row) { return std::string(row.param.test); };
-
 }  // namespace vantra::test

@@ -180,7 +180,8 @@ class Settings {
     EXPECT_EQ(size, isRead && room != 0 ? given.size() + 1 : room) << "Call " << log.call;
   }
   void SetDemographic(const Text& text, bool isShort) {
-    const Text subkey = Subkey(isShort), value = chance.Some({"azAZ09_", " /%n\\a&<", "x\xC3\xA9\xE2\x82\xAC"});
+    const Text subkey = Subkey(isShort),
+               value = chance.Some({"azAZ09_", " /%n\\a&<", "x\xC3\xA9\xE2\x82\xAC"});
     const int result = isShort ? ut.SetDemographic(Place(text), Place(value))
                                : ut.SetNonDefaultDemographic(Place(subkey), Place(text), Place(value));
     log.Info(isShort ? "UTSetDemographic" : "SetNonDefaultDemographic", isShort ? 738 : 772);

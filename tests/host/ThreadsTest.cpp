@@ -103,16 +103,13 @@ TEST_F(HostTest, LoadingWritesNothing) {
   EXPECT_TRUE(LookAround() == before);
 }
 
-// A loaded library leaves nothing behind: no handle, no thread, no memory, and the setter of filters as it
-// was.
+// A library that has been unloaded leaves nothing behind: no handle, no thread, no memory.
 TEST_F(HostTest, LoadAndUnload) {
   // Each start looks whether the process of the other file lives.
   WriteFile(AgentFolder() / ("Sendrix2.cfg." + std::to_string(GetCurrentProcessId()) + ".tmp"), "ours");
   RunHost([] {
     // What else the library loads would come and go with it, slowly.
     for (const wchar_t* name : {L"shell32", L"ole32", L"user32", L"version", L"ieframe"}) LoadLibraryW(name);
-    const auto* const setter = reinterpret_cast<const char*>(&SetUnhandledExceptionFilter);
-    const std::string entry(setter, 32);
     size_t handles = 0;
     ptrdiff_t threads = 0;
     CountedLibrary();
@@ -132,12 +129,10 @@ TEST_F(HostTest, LoadAndUnload) {
       const ptrdiff_t before = bytes;
       EXPECT_EQ(ut.AddToSession(session, std::string(1 << 20, 'x').c_str(), "value"), 0);
       EXPECT_LT(bytes - before, 1 << 16);
-      EXPECT_NE(std::string(setter, 32), entry);
       EXPECT_EQ(ut.CloseSession(&session), 0);
     }
     EXPECT_EQ(Handles().size(), handles);
     EXPECT_EQ(CountThreads(), threads);
-    EXPECT_EQ(std::string(setter, 32), entry);
     EXPECT_EQ(GetModuleHandleW(L"Vantra.dll"), nullptr);
   });
 }

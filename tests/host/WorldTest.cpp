@@ -96,8 +96,8 @@ class Worlds : public Agents {
     MakeAgents();
     MakeBlocks();
     family = chance.Below(8) != 0 ? kFamily
-                                  : chance.One<std::string>({"a\\b", "a/b", "a:b", "..\\..\\x", "a*", "\"a\"", "a\nb",
-                                                             std::string(200, 'x')});
+                                  : chance.One<std::string>({"a\\b", "a/b", "a:b", "..\\..\\x", "a*", "\"a\"",
+                                                             "a\nb", std::string(200, 'x')});
     Put(kKeys + family, "Date", chance.One({"", "sz:"}));
     for (const std::string key : {"Key", "Other"}) {
       Put(kKeys + key, "OptIn",
@@ -281,8 +281,8 @@ class Worlds : public Agents {
   bool hasWatched = false;
   std::string config, policy, send, obfuscate;  // as they are stored
   std::string family, browser;
-  std::string recorded;                         // the one of the session
-  int index = 0;                                // of its document
+  std::string recorded;  // the one of the session
+  int index = 0;         // of its document
 };
 
 TEST_F(HostTest, Worlds) {

@@ -119,10 +119,10 @@ std::string Normalised(std::string_view text) {
   return normalised;
 }
 
-Lines AgentStarts(const Path& folder) {
+Lines AgentStarts() {
   Lines lines;
-  for (const std::string& name : FilesIn(folder)) {
-    if (name.ends_with(".agent")) lines.push_back(ReadFile(folder / name));
+  for (const std::string& name : FilesIn(CaseFolder())) {
+    if (name.ends_with(".agent")) lines.push_back(ReadFile(CaseFolder() / name));
   }
   return lines;
 }

@@ -45,8 +45,8 @@ struct Document {
 // The text with TIME for every time stamp, and ID1, ID2, ... for GUIDs, numbered as they first appear.
 [[nodiscard]] std::string Normalised(std::string_view text);
 
-// The command line of each start of the stand-in agent of that folder.
-[[nodiscard]] Lines AgentStarts(const Path& folder = CaseFolder());
+// The command line of each start of the stand-in agent beside the host.
+[[nodiscard]] Lines AgentStarts();
 
 // The lines of the diagnostic log, normalised.
 [[nodiscard]] Lines LogLines();

@@ -1,85 +1,16 @@
-// Usage documents: the text of records, its disguise, time stamps, and the names of files.
+// What documents are made of: their disguise, time stamps, counters, and paths.
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "session/DocumentName.h"
-#include "session/DocumentSeries.h"
 #include "session/Obfuscation.h"
-#include "session/UsageDocument.h"
+#include "util/Counter.h"
 #include "util/Paths.h"
 #include "util/TimeStamp.h"
 
 namespace vantra {
 using namespace session;
 using namespace util;
-
-RecordStamp StampOf(int32_t seq) { return {TimeStamp(1299215167), Counter(seq)}; }
-
-TEST(UsageDocument, RecordTexts) {
-  const RecordStamp stamp = StampOf(7), none{TimeStamp(), Counter(-1)};
-  const Labels labels{"Cat", "S>", "a<b & \"c\"", "it's"};
-  const std::string wanted = R"(<?xml version="1.0" encoding="utf-8"?>
-
-<UsageDoc version="0.5.4">
-<StartSession id="0a1b-c2" time="2011-03-04T05:06:07Z" seq="0" />
-<NewGroup category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" group="12" doc="it&#39;s" seq="7" />
-<NewGroup category="NOVALUE" subcategory="NOVALUE" name="NOVALUE" time="2011-03-04T05:06:07Z" group="-1" doc="NOVALUE" seq="2147483647" />
-<NewGroup category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" group="1" doc="" seq="7" />
-<EventRec doc="it&#39;s" category="Cat" subcategory="S&#62;" name="a&#60;b &#38; &#34;c&#34;" time="2011-03-04T05:06:07Z" seq="7" />
-<DataRec time="" group="-2147483648" name="NOVALUE" data="D:&#92;x" seq="-1" />
-<DataRec time="" group="9" name="n" data="d" seq="-1" />
-<DataRec time="" group="10" name="n" data="d" seq="-1" />
-<SplitSession id="i<" time="2011-03-04T05:06:07Z" seq="7" />
-</UsageDoc>
-<ResumeSession id="i&" ProductFamily="F<>" ProductName="N&"n"" ProductVersion="" ProductBuild="7\8" ProductLanguage="l" SessionStartTime="then" User="u'r" time="2011-03-04T05:06:07Z" seq="7" />
-<ResumeSession id="" ProductFamily="" ProductName="" ProductVersion="" ProductBuild="" ProductLanguage="" SessionStartTime="" User="NOVALUE" time="" seq="-1" />
-<EndSession id="i" time="" seq="-1" />
-</UsageDoc>
-)";
-  char storage[50];
-  TextBuffer out(storage);
-  for (const std::string& all : {wanted, wanted + wanted, wanted}) {
-    AppendPrologue(out);
-    AppendStartSession(out, "0a1b-c2", StampOf(0));
-    AppendNewGroup(out, labels, Counter(12), stamp);
-    AppendNewGroup(out, {{}, {}, {}, {}}, Counter(-1), StampOf(INT32_MAX));
-    AppendNewGroupWithoutDoc(out, labels, Counter(1), stamp);
-    AppendEventRec(out, labels, stamp);
-    AppendDataRec(out, INT32_MIN, "", "D:\\x", none);
-    for (const int32_t group : {9, 10}) AppendDataRec(out, group, "n", "d", none);
-    AppendSplitSession(out, "i<", stamp);
-    AppendResumeSession(out, "i&", {"F<>", "N&\"n\"", "", "7\\8", "l"}, "then", "u'r", stamp);
-    AppendResumeSession(out, "", {}, "", "", none);
-    AppendEndSession(out, "i", none);
-    EXPECT_EQ(out.Text(), all);
-    if (all != wanted) out.ShrinkBeyond(wanted.size());
-  }
-}
-
-// A document is split at 102,400 bytes of text. One that may not be delivered passes its name and byte count
-// on to the next one.
-TEST(DocumentSeries, SplitsAndFates) {
-  using Fate = DocumentSeries::Fate;
-  DocumentSeries series;
-  struct {
-    size_t bytes;
-    bool needsSplit, hasAgent, isAllowed;
-    Fate fate;
-    int32_t index;
-  } const rows[] = {
-      {102'399, false, true, true, Fate::kDelivered, 1}, {102'400, true, true, true, Fate::kDelivered, 2},
-      {102'399, false, true, false, Fate::kDeleted, 2},  {1, true, false, true, Fate::kDeleted, 2},
-      {0, true, false, false, Fate::kDeleted, 2},        {0, true, true, true, Fate::kDelivered, 3},
-      {0, false, true, true, Fate::kDelivered, 4}};
-  for (const auto& row : rows) {
-    series.Count(row.bytes);
-    EXPECT_EQ(series.NeedsSplit(), row.needsSplit);
-    EXPECT_EQ(series.End({row.hasAgent, row.isAllowed}), row.fate);
-    EXPECT_EQ(series.Index(), row.index);
-    EXPECT_EQ(series.IsNameUsed(), row.fate == Fate::kDeleted);
-  }
-}
 
 std::string Obfuscated(std::string text) {
   Obfuscate(text);
@@ -91,17 +22,6 @@ TEST(Obfuscation, Texts) {
   EXPECT_EQ(Obfuscated("\x01\n\x1f !\"#$%&'()*+,-./0123456789:;<=>?@ABCDEFGHIJKLMNO\x7f\x80\xa1\xff"),
             "\x01\n\x1f PQRSTUVWXYZ[\\]^_`abcdefghijklmnopqrstuvwxyz{|}~\x7f\x80\xa1\xff");
   EXPECT_EQ(Obfuscated({"!~\0!!!!!!!!!!!!!!!!", 19}), std::string("PO\0!!!!!!!!!!!!!!!!", 19));
-}
-
-TEST(DocumentName, Texts) {
-  TextBuffer out;
-  Append(out, Raw{"C:\\Logs/"});
-  EXPECT_TRUE(AppendDocumentName(out, "A_B", "\xC3\xA9 *?..", "", "id_0"));
-  EXPECT_EQ(out.Text(), "C:\\Logs/ulog_A_B_\xC3\xA9 *?..__id_0");
-  for (const auto* text : {"a\\b", "/", "x:"}) {
-    EXPECT_FALSE(AppendDocumentName(out, text, "n", "u", "s") ||
-                 AppendDocumentName(out, "f", "n", "u", text));
-  }
 }
 
 TEST(TimeStamp, Texts) {
