@@ -133,6 +133,7 @@ FARPROC WINAPI FindFunction(HMODULE module, const char* name) {
 TEST_F(Fault, NothingIsKnown) {
   const HANDLE update = BeginUpdateResourceW((CaseFolder() / "host.exe").c_str(), TRUE);
   ASSERT_TRUE(EndUpdateResourceW(update, FALSE));
+  SetValue(kUsage, "GUID", "sz:");
   RunHost([](Library& ut) {
     ut.Replace("GetProcAddress", &FindFunction);
     EXPECT_NE(ut.Open(), nullptr);

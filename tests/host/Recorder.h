@@ -29,7 +29,7 @@ class Recorder : public Settings {
                              : chance.Below(size + (hasEnd ? 9 : 1)));
     const Text doc = DocumentId(name, length);
     const int number = chance.One(
-        {1, session->groups, session->groups + 1, -1, INT_MIN, static_cast<int>(chance.Below(40))});
+        {0, 1, session->groups, session->groups + 1, -1, INT_MIN, static_cast<int>(chance.Below(40))});
     if (!isOpen) {
       void* variable = none;
       log.Info("UTCloseSession", 620);

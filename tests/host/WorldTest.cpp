@@ -84,10 +84,10 @@ class Worlds : public Agents {
                       "[hibernate]\nacm\xC3\xA9 & son's_draw=|2099-1-1\n"});
     WriteFile(AgentFolder() / "Sendrix2.cfg", config);
     const auto flag = [&] {
-      return chance.One({"", "sz:0", "dword:0", "sz:", "sz:00", "dword:1", "expand:0"});
+      return chance.One({"", "sz:0", "dword:0", "sz:", "sz:00", "dword:1", "expand:0", "unterminated:0"});
     };
     send = flag(), obfuscate = flag();
-    policy = usually("", {"dword:0", "dword:1", "sz:0", "sz:00", "expand:0", "sz:"});
+    policy = usually("", {"dword:0", "dword:1", "sz:0", "sz:00", "expand:0", "sz:", "unterminated:0"});
     Put(std::string(kUsage), "GUID", "sz:" + kUser);
     Put(std::string(kUsage), "send", send);
     Put(std::string(kUsage), "obfuscate", obfuscate);
@@ -101,7 +101,8 @@ class Worlds : public Agents {
     Put(kKeys + family, "Date", chance.One({"", "sz:"}));
     for (const std::string key : {"Key", "Other"}) {
       Put(kKeys + key, "OptIn",
-          chance.One({"dword:1", "sz:1", "", "dword:0", "sz:0", "sz:01", "sz:", "dword:2", "expand:1"}));
+          chance.One({"dword:1", "sz:1", "", "dword:0", "sz:0", "sz:01", "sz:", "dword:2", "expand:1",
+                      "unterminated:1", "unterminated:0"}));
       Put(kKeys + key, "Date", chance.One({"", "sz:", "sz:the first"}));
       Put(kKeys + key + Product(), "OptIn", chance.One({"", "dword:0", "dword:1", "sz:1"}));
     }

@@ -53,7 +53,7 @@ void WriteFile(const Path& path, std::string_view content);
 [[nodiscard]] Lines FilesIn(const Path& folder);  // names, sorted
 
 // Keys begin with HKCU\ or HKLM\. A value is written as its type and content: "sz:text", "expand:text",
-// "dword:7".
+// "dword:7", and "unterminated:text" for bytes that are a text without its end.
 void SetValue(std::string_view key, const char* name, std::string_view value);
 void SetBytes(std::string_view key, const char* name, uint32_t type, std::string_view bytes);
 void RemoveKey(std::string_view key);  // and all below it
