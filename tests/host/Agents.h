@@ -33,7 +33,7 @@ class Agents : public Blocks {
 
  protected:
   void MakeAgents() {
-    isDeep = session && chance.Below(8) == 0;
+    isDeep = session && chance.Below(4) == 0;
     Put(std::string(kUsage), "Agent", chance.Below(2) == 0 ? "" : "sz:" + (CaseFolder() / "B").string());
     for (const std::string folder : kPlaces) {
       EXPECT_TRUE(Remove(PathIn(folder)));

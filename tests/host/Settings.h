@@ -99,7 +99,7 @@ class Settings {
     const Text text = chance.Below(2) == 0 ? chance.One<Text>({"Mine", "Mine", "Agent"})
                                            : chance.Some({"azAZ09_", " /%n\\a:", "aB"});
     const bool isShort = chance.Below(2) == 0;
-    isRefusing = chance.Below(9) == 0;
+    isRefusing = chance.Below(4) == 0;
     Make(text, isShort);
     isRefusing = false;
   }
