@@ -186,14 +186,13 @@ struct Session {
     Error("SK_INVALID_GROUPID", to_string(Group("Skylamp", "", "ValidationErrors", "0")));
     return 1;
   }
-  void CloseSession(const std::string& key, int optIn, const std::string& date) {
+  void CloseSession(const std::string& key, int optIn, const std::string& date, bool hasFile) {
     const char* const words[] = {"UNKNOWN", "FALSE", "TRUE"};
     const int group = Group("Skylamp", "", "OptInInfo", "0");
     Data(group, "Key", key), Data(group, "OptedIn", words[optIn + 1]);
     if (!date.empty()) Data(group, "Date", date);
     log.Debug("UTCloseSession Before EndSession: ", 638);
-    Write("EndSession", {{"id", id}}, {}, "</UsageDoc>\n");
-    Finish();
+    if (hasFile) Write("EndSession", {{"id", id}}, {}, "</UsageDoc>\n"), Finish();
     log.Debug("UTCloseSession Success: ", 656);
   }
 };
