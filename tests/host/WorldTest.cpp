@@ -268,6 +268,8 @@ class Worlds : public Agents {
     session->CloseSession(declared, Choice(declared), TextOf(GetValue(kKeys + declared, "Date")),
                           IsNamed());
     if (!IsNamed() && !IsAllowed()) EmptyLogs();
+    log.Info("UTAddToSession", 352);
+    EXPECT_EQ(ut.AddToSession(closed, "key", "value"), 1);
     wanted.values.erase(kDocument + to_string(index) + ".tmp");
     Compare();
     if (!IsNamed()) return;
