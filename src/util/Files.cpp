@@ -121,8 +121,8 @@ std::optional<FileInfo> GetFileInfo(const std::wstring& path) {
 
 std::wstring RoamingDataFolder() {
   wchar_t path[MAX_PATH];
-  const HRESULT result = SHGetFolderPathW(nullptr, CSIDL_APPDATA | CSIDL_FLAG_CREATE, nullptr,
-                                          SHGFP_TYPE_CURRENT, path);
+  const HRESULT result =
+      SHGetFolderPathW(nullptr, CSIDL_APPDATA | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, path);
   return result == S_OK ? path : std::wstring();
 }
 

@@ -249,9 +249,7 @@ class Worlds : public Agents {
     if (IsNamed()) wanted.values[kDocument + to_string(index) + ".tmp"];
     return isDelivered;
   }
-  bool IsAllowed() {
-    return MayRecord(Choice(declared)) && (recorded == declared || Choice(recorded) != 0);
-  }
+  bool IsAllowed() { return MayRecord(Choice(declared)) && (recorded == declared || Choice(recorded) != 0); }
   void EmptyLogs() {
     std::erase_if(wanted.values, [](auto& each) {
       return each.first.starts_with(kLogs) && each.first.size() > kLogs.size() &&
@@ -265,8 +263,7 @@ class Worlds : public Agents {
     EXPECT_TRUE(ut.CloseSession(&handle) == 0 && handle == nullptr);
     log.Info("UTCloseSession", 620);
     log.Debug("UTCloseSession has valid session", 631);
-    session->CloseSession(declared, Choice(declared), TextOf(GetValue(kKeys + declared, "Date")),
-                          IsNamed());
+    session->CloseSession(declared, Choice(declared), TextOf(GetValue(kKeys + declared, "Date")), IsNamed());
     if (!IsNamed() && !IsAllowed()) EmptyLogs();
     log.Info("UTAddToSession", 352);
     EXPECT_EQ(ut.AddToSession(closed, "key", "value"), 1);

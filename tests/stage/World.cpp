@@ -143,7 +143,10 @@ void SetValue(std::string_view key, const char* name, std::string_view value) {
   const std::wstring text = Wide(content);
   const bool hasEnd = type != "unterminated";
   if (type != "dword")
-    return SetBytes(key, name, type == "expand" ? REG_EXPAND_SZ : hasEnd ? REG_SZ : REG_BINARY,
+    return SetBytes(key, name,
+                    type == "expand" ? REG_EXPAND_SZ
+                    : hasEnd         ? REG_SZ
+                                     : REG_BINARY,
                     {reinterpret_cast<const char*>(text.c_str()), (text.size() + hasEnd) * sizeof(wchar_t)});
   const DWORD number = std::stoul(content);
   SetBytes(key, name, REG_DWORD, {reinterpret_cast<const char*>(&number), sizeof number});
