@@ -142,11 +142,9 @@ void SetValue(std::string_view key, const char* name, std::string_view value) {
   const std::string type(value.substr(0, colon)), content(value.substr(colon + 1));
   const std::wstring text = Wide(content);
   const bool hasEnd = type != "unterminated";
+  const DWORD kind = type == "expand" ? REG_EXPAND_SZ : hasEnd ? REG_SZ : REG_BINARY;
   if (type != "dword")
-    return SetBytes(key, name,
-                    type == "expand" ? REG_EXPAND_SZ
-                    : hasEnd         ? REG_SZ
-                                     : REG_BINARY,
+    return SetBytes(key, name, kind,
                     {reinterpret_cast<const char*>(text.c_str()), (text.size() + hasEnd) * sizeof(wchar_t)});
   const DWORD number = std::stoul(content);
   SetBytes(key, name, REG_DWORD, {reinterpret_cast<const char*>(&number), sizeof number});
