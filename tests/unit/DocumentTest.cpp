@@ -1,8 +1,9 @@
-// What documents are made of: their disguise, time stamps, counters, and paths.
+// What documents are made of: when they are split, their disguise, time stamps, counters, and paths.
 #include <gtest/gtest.h>
 
 #include <string>
 
+#include "session/DocumentSeries.h"
 #include "session/Obfuscation.h"
 #include "util/Counter.h"
 #include "util/Paths.h"
@@ -11,6 +12,30 @@
 namespace vantra {
 using namespace session;
 using namespace util;
+
+// A document is split at 102,400 bytes of text. One that may not be delivered passes its name and byte count
+// on to the next one.
+TEST(DocumentSeries, SplitsAndFates) {
+  using Fate = DocumentSeries::Fate;
+  DocumentSeries series;
+  struct {
+    size_t bytes;
+    bool needsSplit, hasAgent, isAllowed;
+    Fate fate;
+    int32_t index;
+  } const rows[] = {
+      {102'399, false, true, true, Fate::kDelivered, 1}, {102'400, true, true, true, Fate::kDelivered, 2},
+      {102'399, false, true, false, Fate::kDeleted, 2},  {1, true, false, true, Fate::kDeleted, 2},
+      {0, true, false, false, Fate::kDeleted, 2},        {0, true, true, true, Fate::kDelivered, 3},
+      {0, false, true, true, Fate::kDelivered, 4}};
+  for (const auto& row : rows) {
+    series.Count(row.bytes);
+    EXPECT_EQ(series.NeedsSplit(), row.needsSplit);
+    EXPECT_EQ(series.End({row.hasAgent, row.isAllowed}), row.fate);
+    EXPECT_EQ(series.Index(), row.index);
+    EXPECT_EQ(series.IsNameUsed(), row.fate == Fate::kDeleted);
+  }
+}
 
 std::string Obfuscated(std::string text) {
   Obfuscate(text);
