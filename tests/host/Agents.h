@@ -34,6 +34,7 @@ class Agents : public Blocks {
  protected:
   void MakeAgents() {
     isDeep = session && chance.Below(4) == 0;
+    Put(kKeys + "Agent", "Date", chance.One({"", "sz:"}));  // a usage key, and no trace of an agent
     Put(std::string(kUsage), "Agent", chance.Below(2) == 0 ? "" : "sz:" + (CaseFolder() / "B").string());
     for (const std::string folder : kPlaces) {
       EXPECT_TRUE(Remove(PathIn(folder)));

@@ -1,8 +1,9 @@
-// What documents are made of: when they are split, their disguise, time stamps, counters, and paths.
+// What documents are made of: names, splits, their disguise, time stamps, counters, and paths.
 #include <gtest/gtest.h>
 
 #include <string>
 
+#include "session/DocumentName.h"
 #include "session/DocumentSeries.h"
 #include "session/Obfuscation.h"
 #include "util/Counter.h"
@@ -47,6 +48,17 @@ TEST(Obfuscation, Texts) {
   EXPECT_EQ(Obfuscated("\x01\n\x1f !\"#$%&'()*+,-./0123456789:;<=>?@ABCDEFGHIJKLMNO\x7f\x80\xa1\xff"),
             "\x01\n\x1f PQRSTUVWXYZ[\\]^_`abcdefghijklmnopqrstuvwxyz{|}~\x7f\x80\xa1\xff");
   EXPECT_EQ(Obfuscated({"!~\0!!!!!!!!!!!!!!!!", 19}), std::string("PO\0!!!!!!!!!!!!!!!!", 19));
+}
+
+TEST(DocumentName, Texts) {
+  TextBuffer out;
+  Append(out, Raw{"C:\\Logs/"});
+  EXPECT_TRUE(AppendDocumentName(out, "A_B", "\xC3\xA9 *?..", "", "id_0"));
+  EXPECT_EQ(out.Text(), "C:\\Logs/ulog_A_B_\xC3\xA9 *?..__id_0");
+  for (const auto* text : {"a\\b", "/", "x:"}) {
+    EXPECT_FALSE(AppendDocumentName(out, text, "n", "u", "s") ||
+                 AppendDocumentName(out, "f", "n", "u", text));
+  }
 }
 
 TEST(TimeStamp, Texts) {
