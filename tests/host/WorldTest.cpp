@@ -307,6 +307,7 @@ TEST_P(RandomWorlds, AreAsTheRulesSay) {
     for (int round = 0; round < 60 && !HasFailure(); ++round) worlds.Play(round >= 5);
     EXPECT_EQ(worlds.log.Difference(LogLines()), "");
   });
+  EXPECT_TRUE(Remove(Logs()));  // the last world's documents may have values of group 0, which nobody opens
 }
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomWorlds, testing::Range(1, 5));
 
